@@ -1,0 +1,30 @@
+# Compiler and linker flags of every target: warnings, hardening, sanitizers.
+set(TRVIL_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them (empty: none)")
+
+# -O3 blows the plain loops up to no gain: what must be fast is written as vector code.
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+add_library(trvil_flags INTERFACE)
+target_compile_options(trvil_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wformat=2 -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
+  $<$<BOOL:${TRVIL_WERROR}>:-Werror>
+  -fstack-protector-strong -fcf-protection=full)
+target_link_options(trvil_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
+
+if(TRVIL_SANITIZE)
+  target_compile_options(trvil_flags INTERFACE -fsanitize=${TRVIL_SANITIZE} -fno-sanitize-recover=all
+                                               -fno-omit-frame-pointer)
+  target_link_options(trvil_flags INTERFACE -fsanitize=${TRVIL_SANITIZE})
+else()
+  target_compile_options(trvil_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(trvil_flags INTERFACE -Wl,--no-undefined)
+endif()
+
+# The two libraries: C++ without its run-time, so that libc is all they load.
+add_library(trvil_core_flags INTERFACE)
+target_link_libraries(trvil_core_flags INTERFACE trvil_flags)
+target_compile_options(trvil_core_flags INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  -fvisibility=hidden -ffunction-sections -fdata-sections)
+target_include_directories(trvil_core_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)

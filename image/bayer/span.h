@@ -1,0 +1,57 @@
+// What a level provides for mosaics: the pixel pairs of one line.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace trv {
+namespace bayer {
+
+enum Depth : uint8_t { depth8, depth16, depth_count };
+// Red and blue exchanged, these serve BGR16 and RGBX32 too.
+enum SpanLayout : uint8_t { rgb16, bgr24, bgrx32, layout_count };
+enum Method : uint8_t { dup, method_count };
+
+// A line of a mosaic holds green and one of red and blue, its row colour.
+struct LineKind {
+    bool green_first;  // pixel 0 is green
+    bool row_is_red;
+};
+
+// Pixels 1 to 2 * pairs of a line. The pointers are those of pixel 0; on the first and the last line
+// of the picture, `above` and `below` are the one neighbouring line there is.
+struct Line {
+    const uint8_t* above;
+    const uint8_t* line;
+    const uint8_t* below;
+    uint8_t* out;
+    size_t pairs;
+    unsigned shift;  // bits per sample - 8
+};
+
+using Span = void (*)(const Line&);
+
+struct Spans {
+    Span span[depth_count][layout_count][method_count][2][2];
+
+    Span get(Depth depth, SpanLayout layout, Method method, LineKind kind) const {
+        return span[depth][layout][method][kind.green_first][kind.row_is_red];
+    }
+};
+
+}  // namespace bayer
+
+namespace scalar {
+extern const bayer::Spans bayer_spans;
+}
+namespace v2 {
+extern const bayer::Spans bayer_spans;
+}
+namespace v3 {
+extern const bayer::Spans bayer_spans;
+}
+namespace v4 {
+extern const bayer::Spans bayer_spans;
+}
+
+}  // namespace trv

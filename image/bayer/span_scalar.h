@@ -1,0 +1,51 @@
+// The pairs of a line by the plain rules. Baseline of every comparison, and what short lines use.
+#pragma once
+
+#include "image/bayer/rule.h"
+
+namespace trv::scalar {
+namespace {
+
+template <bayer::Depth D>
+struct SampleOf {
+    using Type = uint8_t;
+};
+template <>
+struct SampleOf<bayer::depth16> {
+    using Type = uint16_t;
+};
+
+template <bayer::SpanLayout L>
+struct LayoutOf {
+    using Type = layout::Bgr24;
+};
+template <>
+struct LayoutOf<bayer::bgrx32> {
+    using Type = layout::Bgrx32;
+};
+template <>
+struct LayoutOf<bayer::rgb16> {
+    using Type = layout::Rgb16;
+};
+
+template <bayer::Method M>
+struct RuleOf {
+    using Type = bayer::Dup;
+};
+
+template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
+void span(const bayer::Line& line) {
+    using Layout = typename LayoutOf<L>::Type;
+    using Rule = typename RuleOf<M>::Type;
+    using Window = bayer::Window<typename SampleOf<D>::Type>;
+    uint8_t* out = line.out + Layout::bytes;
+    for (size_t x = 1; x < line.pairs * 2; x += 2, out += 2 * Layout::bytes) {
+        const Window first{line, x}, second{line, x + 1};
+        bayer::store<Layout>(out, GreenFirst ? Rule::colour(first) : Rule::green(first), RowIsRed);
+        bayer::store<Layout>(out + Layout::bytes,
+                             GreenFirst ? Rule::green(second) : Rule::colour(second), RowIsRed);
+    }
+}
+
+}  // namespace
+}  // namespace trv::scalar

@@ -1,0 +1,86 @@
+// The pairs of a line in vectors. Parameters and their legal values:
+//   D  depth8, depth16            L  rgb16, bgr24, bgrx32           M  dup
+//   GreenFirst, RowIsRed          any
+// Reads of a line: pixels 0 to 2 * pairs, in full, for dup. Writes: pixels 1 to 2 * pairs; in bgrx32
+// below AVX-512 the pad bytes between them are stored back as they were.
+#pragma once
+
+#include "image/bayer/rule_vec.h"
+#include "image/bayer/span.h"
+#include "image/level/vec.h"
+
+namespace trv {
+
+#if defined(TRV_LEVEL_v2)
+namespace narrower = scalar;
+#elif defined(TRV_LEVEL_v3)
+namespace narrower = v2;
+#else
+namespace narrower = v3;
+#endif
+
+namespace TRV_LEVEL {
+namespace {
+
+// Words of red, green and blue as 5-6-5. Blue is not masked: see layout::Rgb16.
+inline U16 pack565(U16 red, U16 green, U16 blue) {
+    return (red & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | blue >> 3;
+}
+
+template <bayer::SpanLayout L>
+inline void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
+    if constexpr (L == bayer::bgr24)
+        store_three(out, blue, green, red);
+    else if constexpr (L == bayer::bgrx32)
+        store_three_of_four(out, blue, green, red);
+    else
+        store_in_turn(out, pack565(low(red), low(green), low(blue)),
+                      pack565(high(red), high(green), high(blue)));
+}
+
+constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
+    return layout == bayer::rgb16 ? 2 : layout == bayer::bgr24 ? 3 : 4;
+}
+
+// Pixels x to x + sizeof(U8) - 1, x odd.
+template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
+inline void step(const bayer::Line& line, size_t x) {
+    uint8_t* out = line.out + x * pixel_bytes(L);
+    prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
+    if constexpr (D == bayer::depth8) {
+        const auto c = Rule8<M, GreenFirst>::colours(line, x);
+        store_pixels<L>(out, RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+    } else {
+        const auto a = Rule16<M, GreenFirst>::colours(line, x);
+        const auto b = Rule16<M, GreenFirst>::colours(line, x + sizeof(U16) / 2);
+        if constexpr (L == bayer::rgb16) {
+            const auto put = [](uint8_t* to, const Colours<U16>& c) {
+                store(to, pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row));
+            };
+            put(out, a);
+            put(out + sizeof(U16), b);
+        } else {
+            const U8 row = narrow(a.row, b.row), other = narrow(a.other, b.other);
+            store_pixels<L>(out, RowIsRed ? row : other, narrow(a.green, b.green),
+                            RowIsRed ? other : row);
+        }
+    }
+}
+
+// One body for all vectors of a line: the last one overlaps the one before it.
+template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
+void span(const bayer::Line& line) {
+    constexpr size_t pixels = sizeof(U8);
+    if (line.pairs * 2 < pixels)
+        return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
+    const bayer::Line lines = line;
+    const size_t last = lines.pairs * 2 + 1 - pixels;
+    for (size_t x = 1;; x = x + pixels < last ? x + pixels : last) {
+        step<D, L, M, GreenFirst, RowIsRed>(lines, x);
+        if (x == last) break;
+    }
+}
+
+}  // namespace
+}  // namespace TRV_LEVEL
+}  // namespace trv

@@ -1,0 +1,65 @@
+// What the vector vocabularies of all levels share: types, load, store, constants.
+//
+// Nothing here or in a level's kernels may have a name outside the level's own namespace: the linker
+// would keep one copy of an inline function for all levels, and it might be the AVX-512 one.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace trv::TRV_LEVEL {
+namespace {
+
+template <typename T, size_t Bytes>
+using VecOf __attribute__((vector_size(Bytes))) = T;
+
+template <typename To, typename From>
+inline To as(From v) {
+    return reinterpret_cast<To>(v);
+}
+
+template <typename V>
+inline V load(const uint8_t* at) {
+    V v;
+    __builtin_memcpy(&v, at, sizeof v);
+    return v;
+}
+
+template <typename V>
+inline void store(uint8_t* at, V v) {
+    __builtin_memcpy(at, &v, sizeof v);
+}
+
+template <typename V, typename T>
+inline V splat(T value) {
+    auto lane = V{}[0];
+    lane = static_cast<decltype(lane)>(value);
+    return V{} + lane;
+}
+
+// Constant lanes, for masks and shuffle orders that a formula makes at compile time.
+template <typename T, size_t Count>
+struct alignas(Count * sizeof(T)) Lanes {
+    T v[Count];
+};
+
+template <typename V, typename L>
+inline V lanes(const L& constant) {
+    static_assert(sizeof(V) == sizeof constant);
+    V v;
+    __builtin_memcpy(&v, &constant, sizeof v);
+    return v;
+}
+
+// The destination is fetched this far ahead of its stores, so that a cold line is there when its
+// bytes are. Fetching beyond the picture is harmless.
+constexpr size_t prefetch_distance = 512;
+
+template <size_t Bytes>
+inline void prefetch_ahead(const uint8_t* out) {
+    for (size_t at = 0; at < Bytes; at += 64)
+        __builtin_prefetch(out + prefetch_distance + at, 1);
+}
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL

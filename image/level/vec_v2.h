@@ -1,0 +1,86 @@
+// Vector vocabulary of level v2: 16-byte vectors, SSE4.2.
+#pragma once
+
+#include <immintrin.h>
+
+#include "image/level/vec_type.h"
+
+namespace trv::TRV_LEVEL {
+namespace {
+
+using U8 = VecOf<uint8_t, 16>;
+using U16 = VecOf<uint16_t, 16>;
+using U32 = VecOf<uint32_t, 16>;
+
+inline __m128i reg(U8 v) { return reinterpret_cast<__m128i>(v); }
+inline __m128i reg(U16 v) { return reinterpret_cast<__m128i>(v); }
+inline __m128i reg(U32 v) { return reinterpret_cast<__m128i>(v); }
+
+inline U8 min(U8 a, U8 b) { return as<U8>(_mm_min_epu8(reg(a), reg(b))); }
+inline U8 max(U8 a, U8 b) { return as<U8>(_mm_max_epu8(reg(a), reg(b))); }
+inline U16 min(U16 a, U16 b) { return as<U16>(_mm_min_epu16(reg(a), reg(b))); }
+inline U16 max(U16 a, U16 b) { return as<U16>(_mm_max_epu16(reg(a), reg(b))); }
+inline U16 ceil_mean(U16 a, U16 b) { return as<U16>(_mm_avg_epu16(reg(a), reg(b))); }
+
+inline U16 shift_right(U16 v, unsigned count) {
+    return as<U16>(_mm_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
+}
+
+// The low bytes of two vectors of words, in order.
+inline U8 narrow(U16 a, U16 b) {
+    const U16 low = splat<U16>(0xFF);
+    return as<U8>(_mm_packus_epi16(reg(a & low), reg(b & low)));
+}
+
+// Words of a and b in turn: a0 b0 a1 b1 ...
+inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
+    store(out, as<U8>(_mm_unpacklo_epi16(reg(a), reg(b))));
+    store(out + 16, as<U8>(_mm_unpackhi_epi16(reg(a), reg(b))));
+}
+
+// Bytes of b, g and r in turn: 16 pixels of three bytes. Each source goes through one shuffle that
+// serves all three results (16 and 3 share no factor), then two blends choose per result.
+inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
+    const auto order = [](int offset) consteval {
+        Lanes<uint8_t, 16> lanes{};
+        for (int i = 0; i < 16; ++i) lanes.v[(3 * i + offset) % 16] = static_cast<uint8_t>(i);
+        return lanes;
+    };
+    const auto every_third = [](int offset) consteval {
+        Lanes<uint8_t, 16> lanes{};
+        for (int i = 0; i < 16; ++i) lanes.v[i] = i % 3 == offset ? 0xFF : 0;
+        return lanes;
+    };
+    static constexpr auto order_b = order(0), order_g = order(1), order_r = order(2);
+    static constexpr auto third0 = every_third(0), third1 = every_third(1), third2 = every_third(2);
+    const __m128i sb = _mm_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
+    const __m128i sg = _mm_shuffle_epi8(reg(g), reg(lanes<U8>(order_g)));
+    const __m128i sr = _mm_shuffle_epi8(reg(r), reg(lanes<U8>(order_r)));
+    const __m128i m0 = reg(lanes<U8>(third0)), m1 = reg(lanes<U8>(third1)),
+                  m2 = reg(lanes<U8>(third2));
+    // Byte t of the output is channel t mod 3; the three results start at t = 0, 16, 32.
+    store(out, as<U8>(_mm_blendv_epi8(_mm_blendv_epi8(sr, sg, m1), sb, m0)));
+    store(out + 16, as<U8>(_mm_blendv_epi8(_mm_blendv_epi8(sr, sg, m0), sb, m2)));
+    store(out + 32, as<U8>(_mm_blendv_epi8(_mm_blendv_epi8(sr, sg, m2), sb, m1)));
+}
+
+// Bytes of b, g and r in turn with every fourth byte of memory kept: loaded, blended, stored back.
+inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
+    const __m128i bg_low = _mm_unpacklo_epi8(reg(b), reg(g));
+    const __m128i bg_high = _mm_unpackhi_epi8(reg(b), reg(g));
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i r_low = _mm_unpacklo_epi8(reg(r), zero);
+    const __m128i r_high = _mm_unpackhi_epi8(reg(r), zero);
+    const U32 pad = splat<U32>(0xFF000000);
+    const auto put = [&](size_t at, __m128i pixels) {
+        const U32 kept = load<U32>(out + at) & pad;
+        store(out + at, as<U32>(pixels) | kept);
+    };
+    put(0, _mm_unpacklo_epi16(bg_low, r_low));
+    put(16, _mm_unpackhi_epi16(bg_low, r_low));
+    put(32, _mm_unpacklo_epi16(bg_high, r_high));
+    put(48, _mm_unpackhi_epi16(bg_high, r_high));
+}
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL

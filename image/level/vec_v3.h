@@ -1,0 +1,101 @@
+// Vector vocabulary of level v3: 32-byte vectors, AVX2.
+#pragma once
+
+#include <immintrin.h>
+
+#include "image/level/vec_type.h"
+
+namespace trv::TRV_LEVEL {
+namespace {
+
+using U8 = VecOf<uint8_t, 32>;
+using U16 = VecOf<uint16_t, 32>;
+using U32 = VecOf<uint32_t, 32>;
+
+inline __m256i reg(U8 v) { return reinterpret_cast<__m256i>(v); }
+inline __m256i reg(U16 v) { return reinterpret_cast<__m256i>(v); }
+inline __m256i reg(U32 v) { return reinterpret_cast<__m256i>(v); }
+
+inline U8 min(U8 a, U8 b) { return as<U8>(_mm256_min_epu8(reg(a), reg(b))); }
+inline U8 max(U8 a, U8 b) { return as<U8>(_mm256_max_epu8(reg(a), reg(b))); }
+inline U16 min(U16 a, U16 b) { return as<U16>(_mm256_min_epu16(reg(a), reg(b))); }
+inline U16 max(U16 a, U16 b) { return as<U16>(_mm256_max_epu16(reg(a), reg(b))); }
+inline U16 ceil_mean(U16 a, U16 b) { return as<U16>(_mm256_avg_epu16(reg(a), reg(b))); }
+
+inline U16 shift_right(U16 v, unsigned count) {
+    return as<U16>(_mm256_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
+}
+
+// The low bytes of two vectors of words, in order.
+inline U8 narrow(U16 a, U16 b) {
+    const U16 low = splat<U16>(0xFF);
+    const __m256i halves = _mm256_packus_epi16(reg(a & low), reg(b & low));
+    return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
+}
+
+// Two results whose 128-bit halves are low a, low b and high a, high b of the memory order.
+inline void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
+    store(out, as<U8>(_mm256_permute2x128_si256(a, b, 0x20)));
+    store(out + apart, as<U8>(_mm256_permute2x128_si256(a, b, 0x31)));
+}
+
+// Words of a and b in turn: a0 b0 a1 b1 ...
+inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
+    store_halves(out, 32, _mm256_unpacklo_epi16(reg(a), reg(b)),
+                 _mm256_unpackhi_epi16(reg(a), reg(b)));
+}
+
+// Bytes of b, g and r in turn: 32 pixels of three bytes. In each half one shuffle per source serves
+// all three results (16 and 3 share no factor) and two blends choose per result; the halves then
+// change places.
+inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
+    const auto order = [](int offset) consteval {
+        Lanes<uint8_t, 32> lanes{};
+        for (int i = 0; i < 32; ++i)
+            lanes.v[i / 16 * 16 + (3 * (i % 16) + offset) % 16] = static_cast<uint8_t>(i % 16);
+        return lanes;
+    };
+    const auto every_third = [](int offset) consteval {
+        Lanes<uint8_t, 32> lanes{};
+        for (int i = 0; i < 32; ++i) lanes.v[i] = i % 16 % 3 == offset ? 0xFF : 0;
+        return lanes;
+    };
+    static constexpr auto order_b = order(0), order_g = order(1), order_r = order(2);
+    static constexpr auto third0 = every_third(0), third1 = every_third(1), third2 = every_third(2);
+    const __m256i sb = _mm256_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
+    const __m256i sg = _mm256_shuffle_epi8(reg(g), reg(lanes<U8>(order_g)));
+    const __m256i sr = _mm256_shuffle_epi8(reg(r), reg(lanes<U8>(order_r)));
+    const __m256i m0 = reg(lanes<U8>(third0)), m1 = reg(lanes<U8>(third1)),
+                  m2 = reg(lanes<U8>(third2));
+    // Byte t of a half's output is channel t mod 3; its three results start at t = 0, 16, 32.
+    const __m256i first = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m1), sb, m0);
+    const __m256i second = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m0), sb, m2);
+    const __m256i third = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m2), sb, m1);
+    store(out, as<U8>(_mm256_permute2x128_si256(first, second, 0x20)));
+    store(out + 32, as<U8>(_mm256_permute2x128_si256(third, first, 0x30)));
+    store(out + 64, as<U8>(_mm256_permute2x128_si256(second, third, 0x31)));
+}
+
+// Bytes of b, g and r in turn with every fourth byte of memory kept: loaded, blended, stored back.
+inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
+    const __m256i zero = _mm256_setzero_si256();
+    const __m256i bg_low = _mm256_unpacklo_epi8(reg(b), reg(g));
+    const __m256i bg_high = _mm256_unpackhi_epi8(reg(b), reg(g));
+    const __m256i r_low = _mm256_unpacklo_epi8(reg(r), zero);
+    const __m256i r_high = _mm256_unpackhi_epi8(reg(r), zero);
+    const __m256i p0 = _mm256_unpacklo_epi16(bg_low, r_low), p1 = _mm256_unpackhi_epi16(bg_low, r_low);
+    const __m256i p2 = _mm256_unpacklo_epi16(bg_high, r_high),
+                  p3 = _mm256_unpackhi_epi16(bg_high, r_high);
+    const U32 pad = splat<U32>(0xFF000000);
+    const auto put = [&](size_t at, __m256i pixels) {
+        const U32 kept = load<U32>(out + at) & pad;
+        store(out + at, as<U32>(pixels) | kept);
+    };
+    put(0, _mm256_permute2x128_si256(p0, p1, 0x20));
+    put(32, _mm256_permute2x128_si256(p2, p3, 0x20));
+    put(64, _mm256_permute2x128_si256(p0, p1, 0x31));
+    put(96, _mm256_permute2x128_si256(p2, p3, 0x31));
+}
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL
