@@ -16,20 +16,41 @@ struct Picture {
 
 bool value_of(uint32_t id, Value* value) {
     switch (id) {
-        case TBL_PARAMETER_WIDTH: *value = Value::width; return true;
-        case TBL_PARAMETER_HEIGHT: *value = Value::height; return true;
-        case TBL_PARAMETER_ADDRESS: *value = Value::address; return true;
-        case TBL_PARAMETER_STRIDE: *value = Value::stride; return true;
-        case TBL_PARAMETER_FORMAT: *value = Value::format; return true;
-        case TBL_PARAMETER_BAYER_METHOD: *value = Value::method; return true;
-        case TBL_PARAMETER_BAYER_PHASE: *value = Value::phase; return true;
-        case TBL_PARAMETER_PRESENT: *value = Value::present; return true;
-        case TBL_PARAMETER_PACKING_OFFSET: *value = Value::packing_offset; return true;
-        default: return false;
+        case TBL_PARAMETER_WIDTH:
+            *value = Value::width;
+            return true;
+        case TBL_PARAMETER_HEIGHT:
+            *value = Value::height;
+            return true;
+        case TBL_PARAMETER_ADDRESS:
+            *value = Value::address;
+            return true;
+        case TBL_PARAMETER_STRIDE:
+            *value = Value::stride;
+            return true;
+        case TBL_PARAMETER_FORMAT:
+            *value = Value::format;
+            return true;
+        case TBL_PARAMETER_BAYER_METHOD:
+            *value = Value::method;
+            return true;
+        case TBL_PARAMETER_BAYER_PHASE:
+            *value = Value::phase;
+            return true;
+        case TBL_PARAMETER_PRESENT:
+            *value = Value::present;
+            return true;
+        case TBL_PARAMETER_PACKING_OFFSET:
+            *value = Value::packing_offset;
+            return true;
+        default:
+            return false;
     }
 }
 
-bool is_wide(uint32_t id) { return id == TBL_PARAMETER_ADDRESS || id == TBL_PARAMETER_PRESENT; }
+bool is_wide(uint32_t id) {
+    return id == TBL_PARAMETER_ADDRESS || id == TBL_PARAMETER_PRESENT;
+}
 
 uint64_t phase_value(Phase phase) {
     const uint64_t index = phase == Phase::none ? 0 : static_cast<uint64_t>(phase);
@@ -64,10 +85,14 @@ uint32_t register_buffer(uint64_t* handle, const Picture& picture, const Owner& 
 
 Picture picture_of(uint32_t width, uint32_t height, uint32_t code, const Format& format,
                    const void* memory, uint64_t stride) {
-    return {width,  height,
-            code,   reinterpret_cast<uintptr_t>(memory),
-            stride, TBL_BAYER_METHOD_AVE,
-            phase_value(format.phase), 0};
+    return {width,
+            height,
+            code,
+            reinterpret_cast<uintptr_t>(memory),
+            stride,
+            TBL_BAYER_METHOD_AVE,
+            phase_value(format.phase),
+            0};
 }
 
 // Takes one owner away. True when it was the last: the slot is free and *owner is what it leaves.
@@ -81,7 +106,9 @@ bool drop_owner(uint64_t handle, Owner* owner, uint32_t* status) {
     return true;
 }
 
-void free_memory(void*, void* memory) { free(memory); }
+void free_memory(void*, void* memory) {
+    free(memory);
+}
 
 // First byte of the group that pixel x lies in, and x's place in the group.
 uint64_t group_start(const Format& format, uint64_t x, uint64_t* place) {

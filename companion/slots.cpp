@@ -12,7 +12,7 @@ constexpr uint32_t no_slot = UINT32_MAX;
 
 pthread_mutex_t table_lock = PTHREAD_MUTEX_INITIALIZER;
 std::atomic<Slot*> chunks[chunk_count];
-uint32_t chunks_made = 0;      // under the lock
+uint32_t chunks_made = 0;       // under the lock
 uint32_t first_free = no_slot;  // under the lock
 
 Slot* slot_at(uint32_t index) {
@@ -21,7 +21,9 @@ Slot* slot_at(uint32_t index) {
     return chunk == nullptr ? nullptr : chunk + index % chunk_size;
 }
 
-uint32_t handle_generation(uint64_t handle) { return static_cast<uint32_t>(handle >> 32); }
+uint32_t handle_generation(uint64_t handle) {
+    return static_cast<uint32_t>(handle >> 32);
+}
 
 // Chunks stay until the process ends, because a query may look at any slot at any time.
 bool make_chunk() {
@@ -38,8 +40,12 @@ bool make_chunk() {
 
 }  // namespace
 
-Lock::Lock() { pthread_mutex_lock(&table_lock); }
-Lock::~Lock() { pthread_mutex_unlock(&table_lock); }
+Lock::Lock() {
+    pthread_mutex_lock(&table_lock);
+}
+Lock::~Lock() {
+    pthread_mutex_unlock(&table_lock);
+}
 
 Slot* find_slot(uint64_t handle) {
     const uint32_t generation = handle_generation(handle);

@@ -1,9 +1,9 @@
 // The buffers of the process: a table of slots that handles point into.
 //
-// A handle is generation << 32 | slot index. The generation of a slot is odd while a buffer lives in
-// it and grows by one at birth and at death, so an old handle never matches again (it would after
-// 2^31 buffers in one slot). Queries take no lock: they read the generation, the value and the
-// generation again. Everything that makes or ends a buffer holds the table's lock.
+// A handle is generation << 32 | slot index. The generation of a slot is odd while a buffer lives
+// in it and grows by one at birth and at death, so an old handle never matches again (it would
+// after 2^31 buffers in one slot). Queries take no lock: they read the generation, the value and
+// the generation again. Everything that makes or ends a buffer holds the table's lock.
 #pragma once
 
 #include <atomic>
@@ -65,6 +65,8 @@ uint64_t bring_to_life(const Lock&, Slot& slot, uint32_t index);
 // Makes every handle of the slot stale and gives the slot back.
 void end_life(const Lock&, Slot& slot, uint32_t index);
 
-inline uint32_t slot_index(uint64_t handle) { return static_cast<uint32_t>(handle); }
+inline uint32_t slot_index(uint64_t handle) {
+    return static_cast<uint32_t>(handle);
+}
 
 }  // namespace trv::companion

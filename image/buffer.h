@@ -1,4 +1,5 @@
-// What an image function learns about a buffer. These are the only lines that ask the buffer library.
+// What an image function learns about a buffer. These are the only lines that ask the buffer
+// library.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +35,8 @@ class Buffer {
     }
 
   private:
-    // The slot is cleared first, so a parameter that the buffer library does not fill reads as zero.
+    // The slot is cleared first, so a parameter that the buffer library does not fill reads as
+    // zero.
     template <typename T>
     T ask(uint32_t id) const {
         T value = 0;

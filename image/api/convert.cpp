@@ -33,28 +33,45 @@ void read_rest(const Buffer& source, const Buffer& destination, Job* job) {
 
 bool find_method(uint32_t value, bayer::Method* method) {
     switch (value) {
-        case TBL_BAYER_METHOD_DUP: *method = bayer::dup; return true;
-        default: return false;
+        case TBL_BAYER_METHOD_DUP:
+            *method = bayer::dup;
+            return true;
+        default:
+            return false;
     }
 }
 
 bool find_phase(uint32_t value, Phase* phase) {
     switch (value) {
-        case TBL_BAYER_PHASE_A: *phase = Phase::A; return true;
-        case TBL_BAYER_PHASE_B: *phase = Phase::B; return true;
-        case TBL_BAYER_PHASE_C: *phase = Phase::C; return true;
-        case TBL_BAYER_PHASE_D: *phase = Phase::D; return true;
-        default: return false;
+        case TBL_BAYER_PHASE_A:
+            *phase = Phase::A;
+            return true;
+        case TBL_BAYER_PHASE_B:
+            *phase = Phase::B;
+            return true;
+        case TBL_BAYER_PHASE_C:
+            *phase = Phase::C;
+            return true;
+        case TBL_BAYER_PHASE_D:
+            *phase = Phase::D;
+            return true;
+        default:
+            return false;
     }
 }
 
 bayer::Output bayer_output(Code destination) {
     switch (destination) {
-        case Code::RGB16: return bayer::Output::RGB16;
-        case Code::BGR16: return bayer::Output::BGR16;
-        case Code::BGR24: return bayer::Output::BGR24;
-        case Code::BGRX32: return bayer::Output::BGRX32;
-        default: return bayer::Output::RGBX32;
+        case Code::RGB16:
+            return bayer::Output::RGB16;
+        case Code::BGR16:
+            return bayer::Output::BGR16;
+        case Code::BGR24:
+            return bayer::Output::BGR24;
+        case Code::BGRX32:
+            return bayer::Output::BGRX32;
+        default:
+            return bayer::Output::RGBX32;
     }
 }
 

@@ -15,8 +15,8 @@ uint32_t write_raw(const Buffer& buffer, const char* path) {
     const uint32_t stride = buffer.stride(&answer);
     FILE* file = fopen(path, "wb");
     if (file == nullptr) return TRV_STATUS_FILE_OPEN;
-    // Deliberate: the count handed over wraps at 32 bits and the count expected does not, so an image
-    // of 4 GiB or more ends as a short write.
+    // Deliberate: the count handed over wraps at 32 bits and the count expected does not, so an
+    // image of 4 GiB or more ends as a short write.
     const uint32_t count = height * stride;
     const size_t written = fwrite(address, 1, count, file);
     if (written != size_t{height} * stride) {

@@ -13,10 +13,10 @@ uint32_t run(uint64_t source, uint64_t destination) {
 
 using namespace trv::bayer;  // names of the rows below
 
-#define TRV_KERNEL_BAY8(output, method, phase)                                            \
+#define TRV_KERNEL_BAY8(output, method, phase)                                                  \
     uint32_t TIL_BAY8_to_##output##_##method##_##phase(uint64_t source, uint64_t destination) { \
-        return run<Kernel{Input::BAY8, Output::output, Method::method, trv::Phase::phase}>( \
-            source, destination);                                                         \
+        return run<Kernel{Input::BAY8, Output::output, Method::method, trv::Phase::phase}>(     \
+            source, destination);                                                               \
     }
 #define TRV_KERNEL_BAYn(output, method, phase)
 #define TRV_KERNEL(input, output, method, phase) TRV_KERNEL_##input(output, method, phase)

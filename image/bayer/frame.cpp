@@ -14,8 +14,12 @@ Line line_at(const Image& image, uint32_t y) {
     const uint8_t* line = image.source + size_t{image.source_step} * y;
     const uint8_t* above = y == 0 ? line + image.source_step : line - image.source_step;
     const uint8_t* below = y + 1 == image.height ? above : line + image.source_step;
-    return {above, line, below, image.destination + size_t{image.destination_step} * y,
-            (image.width - 1) / 2, image.shift};
+    return {above,
+            line,
+            below,
+            image.destination + size_t{image.destination_step} * y,
+            (image.width - 1) / 2,
+            image.shift};
 }
 
 template <typename Sample, typename Layout, typename Rule>
@@ -38,8 +42,9 @@ struct Ends {
     }
 };
 
-// The levels below AVX-512 store whole pixels, pad included as they found it. The very last pad byte
-// of a picture may lie in memory that nobody may touch, so its pair is done one pixel at a time.
+// The levels below AVX-512 store whole pixels, pad included as they found it. The very last pad
+// byte of a picture may lie in memory that nobody may touch, so its pair is done one pixel at a
+// time.
 template <typename Layout>
 void run_last_pairs(const Line& line, Span span, Span plain, size_t sample_bytes) {
     if (Layout::bytes != 4 || line.pairs == 0) return span(line);
@@ -89,9 +94,12 @@ struct Walk {
     template <typename Sample>
     void run_layout() const {
         switch (layout) {
-            case rgb16: return run_method<Sample, layout::Rgb16>();
-            case bgr24: return run_method<Sample, layout::Bgr24>();
-            default: return run_method<Sample, layout::Bgrx32>();
+            case rgb16:
+                return run_method<Sample, layout::Rgb16>();
+            case bgr24:
+                return run_method<Sample, layout::Bgr24>();
+            default:
+                return run_method<Sample, layout::Bgrx32>();
         }
     }
 };

@@ -20,8 +20,8 @@ struct Image {
 
 struct Mosaic {
     LineKind first_line;
-    // Deliberate: in phase B the blue sites that start lines 1, 3, 5, ... copy green from their right
-    // neighbour, where every other phase takes it from above.
+    // Deliberate: in phase B the blue sites that start lines 1, 3, 5, ... copy green from their
+    // right neighbour, where every other phase takes it from above.
     bool is_phase_b;
 };
 

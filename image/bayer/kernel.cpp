@@ -6,7 +6,9 @@ namespace trv::bayer {
 namespace {
 
 // Red and blue change places: the same kernel serves two layouts.
-bool is_exchanged(Output output) { return output == Output::BGR16 || output == Output::RGBX32; }
+bool is_exchanged(Output output) {
+    return output == Output::BGR16 || output == Output::RGBX32;
+}
 
 SpanLayout span_layout(Output output) {
     if (output == Output::BGR24) return bgr24;

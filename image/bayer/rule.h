@@ -1,7 +1,7 @@
 // Which samples make the missing colours of a pixel, one pixel at a time.
 //
-// A pixel's own colour is its sample. Of the other two, the row colour is the red or blue that shares
-// the line with green, the other colour is the one of the lines above and below:
+// A pixel's own colour is its sample. Of the other two, the row colour is the red or blue that
+// shares the line with green, the other colour is the one of the lines above and below:
 //
 //     green site            red or blue site
 //      .  o  .                 o  g  o          g green, r row colour, o other colour

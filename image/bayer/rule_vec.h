@@ -1,8 +1,8 @@
 // The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ... with x odd.
 //
-// 8-bit samples: as words of two bytes, a load at x holds in each word a pair of pixels, the first in
-// the low byte. A load at x - 1 holds the left neighbour of the pair's first pixel and that pixel.
-// 16-bit samples: one word per pixel; a mask tells the pairs' second pixels.
+// 8-bit samples: as words of two bytes, a load at x holds in each word a pair of pixels, the first
+// in the low byte. A load at x - 1 holds the left neighbour of the pair's first pixel and that
+// pixel. 16-bit samples: one word per pixel; a mask tells the pairs' second pixels.
 #pragma once
 
 #include "image/bayer/span.h"
@@ -19,8 +19,12 @@ struct Colours {
 };
 
 // The first and the second bytes of the pairs, as words.
-inline U16 low(U8 v) { return as<U16>(v) & splat<U16>(0xFF); }
-inline U16 high(U8 v) { return as<U16>(v) >> 8; }
+inline U16 low(U8 v) {
+    return as<U16>(v) & splat<U16>(0xFF);
+}
+inline U16 high(U8 v) {
+    return as<U16>(v) >> 8;
+}
 
 // Pairs of the low byte of one and the high byte of another vector.
 inline U8 pair(U8 first, U8 second) {
@@ -52,7 +56,9 @@ struct Rule8 {
 };
 
 // 0 in the pairs' first pixels, all bits in their second pixels.
-inline U16 second_pixels() { return as<U16>(splat<U32>(0xFFFF0000)); }
+inline U16 second_pixels() {
+    return as<U16>(splat<U32>(0xFFFF0000));
+}
 
 inline U16 choose(U16 mask, U16 where_set, U16 elsewhere) {
     return (mask & where_set) | (~mask & elsewhere);

@@ -18,8 +18,8 @@ struct LineKind {
     bool row_is_red;
 };
 
-// Pixels 1 to 2 * pairs of a line. The pointers are those of pixel 0; on the first and the last line
-// of the picture, `above` and `below` are the one neighbouring line there is.
+// Pixels 1 to 2 * pairs of a line. The pointers are those of pixel 0; on the first and the last
+// line of the picture, `above` and `below` are the one neighbouring line there is.
 struct Line {
     const uint8_t* above;
     const uint8_t* line;

@@ -1,8 +1,8 @@
 // The pairs of a line in vectors. Parameters and their legal values:
 //   D  depth8, depth16            L  rgb16, bgr24, bgrx32           M  dup
 //   GreenFirst, RowIsRed          any
-// Reads of a line: pixels 0 to 2 * pairs, in full, for dup. Writes: pixels 1 to 2 * pairs; in bgrx32
-// below AVX-512 the pad bytes between them are stored back as they were.
+// Reads of a line: pixels 0 to 2 * pairs, in full, for dup. Writes: pixels 1 to 2 * pairs; in
+// bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
 #pragma once
 
 #include "image/bayer/rule_vec.h"

@@ -21,7 +21,9 @@ inline uint32_t put_number(FILE* stream, uint32_t value) {
     return static_cast<uint32_t>(last);
 }
 
-inline int put_unlocked(int character, FILE* stream) { return putc_unlocked(character, stream); }
+inline int put_unlocked(int character, FILE* stream) {
+    return putc_unlocked(character, stream);
+}
 
 // Holds a stream's lock: a 4K image is 37 million characters, and locking for each costs four times
 // the writing.

@@ -19,7 +19,9 @@ struct Registers {
     unsigned a = 0, b = 0, c = 0, d = 0;
 };
 
-constexpr bool has(unsigned value, unsigned bits) { return (value & bits) == bits; }
+constexpr bool has(unsigned value, unsigned bits) {
+    return (value & bits) == bits;
+}
 
 Registers cpuid(unsigned leaf, unsigned subleaf = 0) {
     Registers r;
@@ -38,7 +40,8 @@ uint32_t saved_state(const Registers& basic) {
 constexpr unsigned bit_lzcnt = 1u << 5;  // leaf 0x80000001, ECX
 
 bool has_v2(const Registers& basic) {
-    return has(basic.c, bit_SSE3 | bit_SSSE3 | bit_SSE4_1 | bit_SSE4_2 | bit_POPCNT | bit_CMPXCHG16B);
+    return has(basic.c,
+               bit_SSE3 | bit_SSSE3 | bit_SSE4_1 | bit_SSE4_2 | bit_POPCNT | bit_CMPXCHG16B);
 }
 
 bool has_v3(const Registers& basic, const Registers& extended) {
@@ -48,7 +51,8 @@ bool has_v3(const Registers& basic, const Registers& extended) {
 
 bool has_v4(const Registers& basic, const Registers& extended) {
     return has(saved_state(basic), 0xE6) &&
-           has(extended.b, bit_AVX512F | bit_AVX512BW | bit_AVX512CD | bit_AVX512DQ | bit_AVX512VL) &&
+           has(extended.b,
+               bit_AVX512F | bit_AVX512BW | bit_AVX512CD | bit_AVX512DQ | bit_AVX512VL) &&
            has(extended.c, bit_AVX512VBMI | bit_AVX512VBMI2);
 }
 
@@ -63,12 +67,18 @@ unsigned find_best_level() {
 // Written once, by the loader, before any caller can be here.
 unsigned chosen = 0;
 
-__attribute__((constructor)) void choose_level() { chosen = find_best_level(); }
+__attribute__((constructor)) void choose_level() {
+    chosen = find_best_level();
+}
 
 }  // namespace
 
-unsigned best_level() { return chosen; }
+unsigned best_level() {
+    return chosen;
+}
 
-const Level& current_level() { return levels[chosen]; }
+const Level& current_level() {
+    return levels[chosen];
+}
 
 }  // namespace trv

@@ -1,8 +1,9 @@
-// The instruction-set levels: one table of inner loops each, chosen once when the library is loaded.
+// The instruction-set levels: one table of inner loops each, chosen once when the library is
+// loaded.
 //
-// A level owns nothing but the inner loops of a line. Where lines begin and end, which of them are the
-// first and the last, and what happens at their ends is scalar and exists once (image/bayer/frame.h,
-// image/field/walk.h, image/api).
+// A level owns nothing but the inner loops of a line. Where lines begin and end, which of them are
+// the first and the last, and what happens at their ends is scalar and exists once
+// (image/bayer/frame.h, image/field/walk.h, image/api).
 #pragma once
 
 #include <cstddef>
@@ -18,8 +19,8 @@ struct Level {
 
 inline constexpr size_t level_count = 4;
 
-// In rising order: scalar (any x86-64), v2 (SSE4.2), v3 (AVX2), v4 (AVX-512 with VBMI2). Every level
-// gives the same bytes.
+// In rising order: scalar (any x86-64), v2 (SSE4.2), v3 (AVX2), v4 (AVX-512 with VBMI2). Every
+// level gives the same bytes.
 extern const Level levels[level_count];
 
 // Index of the highest level that this processor and its operating system run.

@@ -1,7 +1,7 @@
 // What the vector vocabularies of all levels share: types, load, store, constants.
 //
-// Nothing here or in a level's kernels may have a name outside the level's own namespace: the linker
-// would keep one copy of an inline function for all levels, and it might be the AVX-512 one.
+// Nothing here or in a level's kernels may have a name outside the level's own namespace: the
+// linker would keep one copy of an inline function for all levels, and it might be the AVX-512 one.
 #pragma once
 
 #include <cstddef>
@@ -57,8 +57,7 @@ constexpr size_t prefetch_distance = 512;
 
 template <size_t Bytes>
 inline void prefetch_ahead(const uint8_t* out) {
-    for (size_t at = 0; at < Bytes; at += 64)
-        __builtin_prefetch(out + prefetch_distance + at, 1);
+    for (size_t at = 0; at < Bytes; at += 64) __builtin_prefetch(out + prefetch_distance + at, 1);
 }
 
 }  // namespace

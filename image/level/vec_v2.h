@@ -12,15 +12,31 @@ using U8 = VecOf<uint8_t, 16>;
 using U16 = VecOf<uint16_t, 16>;
 using U32 = VecOf<uint32_t, 16>;
 
-inline __m128i reg(U8 v) { return reinterpret_cast<__m128i>(v); }
-inline __m128i reg(U16 v) { return reinterpret_cast<__m128i>(v); }
-inline __m128i reg(U32 v) { return reinterpret_cast<__m128i>(v); }
+inline __m128i reg(U8 v) {
+    return reinterpret_cast<__m128i>(v);
+}
+inline __m128i reg(U16 v) {
+    return reinterpret_cast<__m128i>(v);
+}
+inline __m128i reg(U32 v) {
+    return reinterpret_cast<__m128i>(v);
+}
 
-inline U8 min(U8 a, U8 b) { return as<U8>(_mm_min_epu8(reg(a), reg(b))); }
-inline U8 max(U8 a, U8 b) { return as<U8>(_mm_max_epu8(reg(a), reg(b))); }
-inline U16 min(U16 a, U16 b) { return as<U16>(_mm_min_epu16(reg(a), reg(b))); }
-inline U16 max(U16 a, U16 b) { return as<U16>(_mm_max_epu16(reg(a), reg(b))); }
-inline U16 ceil_mean(U16 a, U16 b) { return as<U16>(_mm_avg_epu16(reg(a), reg(b))); }
+inline U8 min(U8 a, U8 b) {
+    return as<U8>(_mm_min_epu8(reg(a), reg(b)));
+}
+inline U8 max(U8 a, U8 b) {
+    return as<U8>(_mm_max_epu8(reg(a), reg(b)));
+}
+inline U16 min(U16 a, U16 b) {
+    return as<U16>(_mm_min_epu16(reg(a), reg(b)));
+}
+inline U16 max(U16 a, U16 b) {
+    return as<U16>(_mm_max_epu16(reg(a), reg(b)));
+}
+inline U16 ceil_mean(U16 a, U16 b) {
+    return as<U16>(_mm_avg_epu16(reg(a), reg(b)));
+}
 
 inline U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));

@@ -12,15 +12,31 @@ using U8 = VecOf<uint8_t, 32>;
 using U16 = VecOf<uint16_t, 32>;
 using U32 = VecOf<uint32_t, 32>;
 
-inline __m256i reg(U8 v) { return reinterpret_cast<__m256i>(v); }
-inline __m256i reg(U16 v) { return reinterpret_cast<__m256i>(v); }
-inline __m256i reg(U32 v) { return reinterpret_cast<__m256i>(v); }
+inline __m256i reg(U8 v) {
+    return reinterpret_cast<__m256i>(v);
+}
+inline __m256i reg(U16 v) {
+    return reinterpret_cast<__m256i>(v);
+}
+inline __m256i reg(U32 v) {
+    return reinterpret_cast<__m256i>(v);
+}
 
-inline U8 min(U8 a, U8 b) { return as<U8>(_mm256_min_epu8(reg(a), reg(b))); }
-inline U8 max(U8 a, U8 b) { return as<U8>(_mm256_max_epu8(reg(a), reg(b))); }
-inline U16 min(U16 a, U16 b) { return as<U16>(_mm256_min_epu16(reg(a), reg(b))); }
-inline U16 max(U16 a, U16 b) { return as<U16>(_mm256_max_epu16(reg(a), reg(b))); }
-inline U16 ceil_mean(U16 a, U16 b) { return as<U16>(_mm256_avg_epu16(reg(a), reg(b))); }
+inline U8 min(U8 a, U8 b) {
+    return as<U8>(_mm256_min_epu8(reg(a), reg(b)));
+}
+inline U8 max(U8 a, U8 b) {
+    return as<U8>(_mm256_max_epu8(reg(a), reg(b)));
+}
+inline U16 min(U16 a, U16 b) {
+    return as<U16>(_mm256_min_epu16(reg(a), reg(b)));
+}
+inline U16 max(U16 a, U16 b) {
+    return as<U16>(_mm256_max_epu16(reg(a), reg(b)));
+}
+inline U16 ceil_mean(U16 a, U16 b) {
+    return as<U16>(_mm256_avg_epu16(reg(a), reg(b)));
+}
 
 inline U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm256_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
@@ -83,7 +99,8 @@ inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     const __m256i bg_high = _mm256_unpackhi_epi8(reg(b), reg(g));
     const __m256i r_low = _mm256_unpacklo_epi8(reg(r), zero);
     const __m256i r_high = _mm256_unpackhi_epi8(reg(r), zero);
-    const __m256i p0 = _mm256_unpacklo_epi16(bg_low, r_low), p1 = _mm256_unpackhi_epi16(bg_low, r_low);
+    const __m256i p0 = _mm256_unpacklo_epi16(bg_low, r_low),
+                  p1 = _mm256_unpackhi_epi16(bg_low, r_low);
     const __m256i p2 = _mm256_unpacklo_epi16(bg_high, r_high),
                   p3 = _mm256_unpackhi_epi16(bg_high, r_high);
     const U32 pad = splat<U32>(0xFF000000);

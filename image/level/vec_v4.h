@@ -12,15 +12,31 @@ using U8 = VecOf<uint8_t, 64>;
 using U16 = VecOf<uint16_t, 64>;
 using U32 = VecOf<uint32_t, 64>;
 
-inline __m512i reg(U8 v) { return reinterpret_cast<__m512i>(v); }
-inline __m512i reg(U16 v) { return reinterpret_cast<__m512i>(v); }
-inline __m512i reg(U32 v) { return reinterpret_cast<__m512i>(v); }
+inline __m512i reg(U8 v) {
+    return reinterpret_cast<__m512i>(v);
+}
+inline __m512i reg(U16 v) {
+    return reinterpret_cast<__m512i>(v);
+}
+inline __m512i reg(U32 v) {
+    return reinterpret_cast<__m512i>(v);
+}
 
-inline U8 min(U8 a, U8 b) { return as<U8>(_mm512_min_epu8(reg(a), reg(b))); }
-inline U8 max(U8 a, U8 b) { return as<U8>(_mm512_max_epu8(reg(a), reg(b))); }
-inline U16 min(U16 a, U16 b) { return as<U16>(_mm512_min_epu16(reg(a), reg(b))); }
-inline U16 max(U16 a, U16 b) { return as<U16>(_mm512_max_epu16(reg(a), reg(b))); }
-inline U16 ceil_mean(U16 a, U16 b) { return as<U16>(_mm512_avg_epu16(reg(a), reg(b))); }
+inline U8 min(U8 a, U8 b) {
+    return as<U8>(_mm512_min_epu8(reg(a), reg(b)));
+}
+inline U8 max(U8 a, U8 b) {
+    return as<U8>(_mm512_max_epu8(reg(a), reg(b)));
+}
+inline U16 min(U16 a, U16 b) {
+    return as<U16>(_mm512_min_epu16(reg(a), reg(b)));
+}
+inline U16 max(U16 a, U16 b) {
+    return as<U16>(_mm512_max_epu16(reg(a), reg(b)));
+}
+inline U16 ceil_mean(U16 a, U16 b) {
+    return as<U16>(_mm512_avg_epu16(reg(a), reg(b)));
+}
 
 inline U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm512_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
@@ -56,8 +72,8 @@ inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store(out + 64, as<U8>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(high)), reg(b))));
 }
 
-// Vector `Part` of the bytes of b, g and r in turn, `Step` bytes per pixel: the first two channels by
-// one permutation, the third by a second one under a mask.
+// Vector `Part` of the bytes of b, g and r in turn, `Step` bytes per pixel: the first two channels
+// by one permutation, the third by a second one under a mask.
 template <size_t Part, size_t Step>
 inline __m512i in_turn(U8 b, U8 g, U8 r) {
     static constexpr auto two = order<uint8_t>([](size_t i) {

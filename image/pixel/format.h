@@ -48,7 +48,9 @@ constexpr const Format* find_whole_format(uint32_t code) {
     return (code & 0xFFFFFF00) == format_prefix ? find_format(static_cast<uint8_t>(code)) : nullptr;
 }
 
-constexpr const Format& format_of(Code code) { return *find_format(static_cast<uint8_t>(code)); }
+constexpr const Format& format_of(Code code) {
+    return *find_format(static_cast<uint8_t>(code));
+}
 
 // Pixels are stored in groups that fill whole bytes; a line that ends inside a group still owns the
 // bytes its pixels reach into.
@@ -56,6 +58,8 @@ constexpr uint64_t line_bytes(const Format& format, uint64_t width) {
     return (width * format.stored + 7) / 8;
 }
 
-constexpr bool is_packed(const Format& format) { return format.stored % 8 != 0; }
+constexpr bool is_packed(const Format& format) {
+    return format.stored % 8 != 0;
+}
 
 }  // namespace trv

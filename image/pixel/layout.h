@@ -40,13 +40,13 @@ struct Bgrx32 {
     static void store(uint8_t* out, const Rgb& c) { Bgr24::store(out, c); }
 };
 
-// Deliberate: blue is not masked. A sample with bits above its depth spills from blue into green, as
-// it always has; red and green are masked.
+// Deliberate: blue is not masked. A sample with bits above its depth spills from blue into green,
+// as it always has; red and green are masked.
 struct Rgb16 {
     static constexpr size_t bytes = 2;
     static void store(uint8_t* out, const Rgb& c) {
-        layout::store(out, static_cast<uint16_t>((c.red & 0xF8) << 8 | (c.green & 0xFC) << 3 |
-                                                 c.blue >> 3));
+        layout::store(
+            out, static_cast<uint16_t>((c.red & 0xF8) << 8 | (c.green & 0xFC) << 3 | c.blue >> 3));
     }
 };
 

@@ -8,8 +8,8 @@ namespace {
 
 constexpr Layout layouts[] = {
     {TBL_FORMAT(Mono8), false, 8, 1},
-    // Deliberate: half of the bytes that follow. Files of this kind have always said so, and readers
-    // that know them take the strip by its offset and rows.
+    // Deliberate: half of the bytes that follow. Files of this kind have always said so, and
+    // readers that know them take the strip by its offset and rows.
     {TBL_FORMAT(Mono16), false, 16, 1},
     {TBL_FORMAT(BGR24), true, 8, 3},
     {TBL_FORMAT(RGB24), true, 8, 3},

@@ -1,8 +1,8 @@
 /* Buffers: the query that the image library asks them by, and the embedded companion library's own
    calls (prefix TBS_) that make them.
 
-   A handle names a picture in memory: where it lies, how large it is, how its pixels are stored. The
-   image library never looks inside a handle, never keeps one beyond a call and never frees one.
+   A handle names a picture in memory: where it lies, how large it is, how its pixels are stored.
+   The image library never looks inside a handle, never keeps one beyond a call and never frees one.
 
    Every TBS_ call returns a status of trvil/status.h. Unless its text says otherwise, a call that
    fails changes nothing, and any thread may call it at any time. */
@@ -12,15 +12,16 @@
 #include "trvil/status.h"
 
 /* Ids of the buffer parameters. Ids 3 and 11 are 64 bits wide, all others 32 bits. */
-#define TBL_PARAMETER_WIDTH 1u           /* pixels per line */
-#define TBL_PARAMETER_HEIGHT 2u          /* lines */
-#define TBL_PARAMETER_ADDRESS 3u         /* first byte of the first line */
-#define TBL_PARAMETER_STRIDE 4u          /* bytes from the start of a line to the start of the next */
-#define TBL_PARAMETER_FORMAT 7u          /* pixel format, TBL_FORMAT(name) */
-#define TBL_PARAMETER_BAYER_METHOD 9u    /* TBL_BAYER_METHOD_... */
-#define TBL_PARAMETER_BAYER_PHASE 10u    /* TBL_BAYER_PHASE_... */
-#define TBL_PARAMETER_PRESENT 11u        /* not zero: the handle names a buffer */
-#define TBL_PARAMETER_PACKING_OFFSET 18u /* index of each line's first pixel in its packing group */
+#define TBL_PARAMETER_WIDTH 1u        /* pixels per line */
+#define TBL_PARAMETER_HEIGHT 2u       /* lines */
+#define TBL_PARAMETER_ADDRESS 3u      /* first byte of the first line */
+#define TBL_PARAMETER_STRIDE 4u       /* bytes from the start of a line to the start of the next */
+#define TBL_PARAMETER_FORMAT 7u       /* pixel format, TBL_FORMAT(name) */
+#define TBL_PARAMETER_BAYER_METHOD 9u /* TBL_BAYER_METHOD_... */
+#define TBL_PARAMETER_BAYER_PHASE 10u /* TBL_BAYER_PHASE_... */
+#define TBL_PARAMETER_PRESENT 11u     /* not zero: the handle names a buffer */
+#define TBL_PARAMETER_PACKING_OFFSET 18u /* index of each line's first pixel in its packing group \
+                                          */
 
 /* How missing colours are found. The low byte repeats the parameter's id; values compare whole. */
 #define TBL_BAYER_METHOD_DUP 0x109u /* nearest: copy a neighbour */
@@ -53,25 +54,27 @@ TRV_EXTERN_C_BEGIN
      TRV_STATUS_OK         *out holds the value
      TRV_STATUS_PARAMETER  unknown id, stale or zero handle, or null "out"; *out is unchanged
 
-   The image library imports this one function. A program that defines and exports a function of this
-   name and shape answers in its place; so does a library of the same file name in front of ours.
+   The image library imports this one function. A program that defines and exports a function of
+   this name and shape answers in its place; so does a library of the same file name in front of
+   ours.
 
    Never waits for another thread; may run beside any other call, on the same handle too. */
 TRV_API uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out);
 
 /* Makes a buffer with memory of its own.
 
-   "width" is in pixels, "height" in lines, both at least 1; "format" is TBL_FORMAT(name). Every line
-   starts at a multiple of 64 bytes, and at least 64 bytes after the last line may be read and written:
-   some conversions reach past the end of a line. The memory is zero. The Bayer method is averaging;
-   the phase is that of a lettered Bayer code, otherwise A.
+   "width" is in pixels, "height" in lines, both at least 1; "format" is TBL_FORMAT(name). Every
+   line starts at a multiple of 64 bytes, and at least 64 bytes after the last line may be read and
+   written: some conversions reach past the end of a line. The memory is zero. The Bayer method is
+   averaging; the phase is that of a lettered Bayer code, otherwise A.
 
      TRV_STATUS_OK           *handle names the new buffer; the caller releases it
      TRV_STATUS_PARAMETER    "handle" is null, or a side is zero, or a line exceeds 32 bits
      TRV_STATUS_UNSUPPORTED  no such format
      TRV_STATUS_MEMORY       no memory, or too many buffers at once
    On failure *handle is unchanged. */
-TRV_API uint32_t TBS_BufferCreate(uint64_t* handle, uint32_t width, uint32_t height, uint32_t format);
+TRV_API uint32_t TBS_BufferCreate(uint64_t* handle, uint32_t width, uint32_t height,
+                                  uint32_t format);
 
 /* Makes a buffer around memory of the caller, which stays the caller's.
 
@@ -93,14 +96,13 @@ TRV_API uint32_t TBS_BufferWrap(uint64_t* handle, uint32_t width, uint32_t heigh
 
    "x" and "y" are the rectangle's upper left pixel in "parent", "width" and "height" its size. The
    Bayer phase moves with odd x and y, and the packing offset with x. Formats of several pixels per
-   group start at the byte of x's group; Mono12MP and YUV422 have no packing offset and need an even x.
-   The parent's memory lives until the view is released too.
+   group start at the byte of x's group; Mono12MP and YUV422 have no packing offset and need an even
+   x. The parent's memory lives until the view is released too.
 
      TRV_STATUS_OK         *handle names the view; the caller releases it
-     TRV_STATUS_PARAMETER  stale parent, null "handle", an empty rectangle or one that leaves the parent,
-                           or an odd x in Mono12MP or YUV422
-     TRV_STATUS_MEMORY     too many buffers at once
-   On failure *handle is unchanged. */
+     TRV_STATUS_PARAMETER  stale parent, null "handle", an empty rectangle or one that leaves the
+   parent, or an odd x in Mono12MP or YUV422 TRV_STATUS_MEMORY     too many buffers at once On
+   failure *handle is unchanged. */
 TRV_API uint32_t TBS_BufferView(uint64_t* handle, uint64_t parent, uint32_t x, uint32_t y,
                                 uint32_t width, uint32_t height);
 
@@ -116,8 +118,8 @@ TRV_API uint32_t TBS_BufferParameterSet(uint64_t handle, uint32_t id, uint64_t v
      TRV_STATUS_PARAMETER  stale or zero handle */
 TRV_API uint32_t TBS_BufferRetain(uint64_t handle);
 
-/* Lets go of a buffer and sets *handle to 0. With its last owner the buffer is gone, its own memory is
-   freed or the release callback of wrapped memory runs, and its handle is stale from then on.
+/* Lets go of a buffer and sets *handle to 0. With its last owner the buffer is gone, its own memory
+   is freed or the release callback of wrapped memory runs, and its handle is stale from then on.
 
      TRV_STATUS_OK         done
      TRV_STATUS_PARAMETER  null "handle", or stale or zero *handle */

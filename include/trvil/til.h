@@ -1,13 +1,13 @@
 /* Image functions of trvil: conversion, Bayer demosaicing, image files.
 
    Pictures are named by buffer handles (trvil/tbl.h); their geometry, format, memory and Bayer
-   settings are asked from the buffer library during the call. No call keeps state, allocates memory,
-   takes a lock or starts a thread. Every call returns a status of trvil/status.h and nothing else
-   tells of a failure.
+   settings are asked from the buffer library during the call. No call keeps state, allocates
+   memory, takes a lock or starts a thread. Every call returns a status of trvil/status.h and
+   nothing else tells of a failure.
 
-   Threads: any call may run on any thread beside any other call, as long as nobody writes memory that
-   a running call reads or writes. That includes the pad bytes of 4-byte pixels: calls keep their
-   values, but may store a pad byte back as they found it. */
+   Threads: any call may run on any thread beside any other call, as long as nobody writes memory
+   that a running call reads or writes. That includes the pad bytes of 4-byte pixels: calls keep
+   their values, but may store a pad byte back as they found it. */
 #ifndef TRVIL_TIL_H
 #define TRVIL_TIL_H
 
@@ -20,20 +20,19 @@ TRV_EXTERN_C_BEGIN
 /* Converts the picture of "source" into the format of "destination".
 
    Width and height are the source's. The destination must hold them: its stride times its height is
-   compared with the bytes that the picture needs (bit-packed sources and a few deep-colour routes are
-   compared with less than they need; docs/formats.md lists them, and there the caller sees to it).
-   Lines start at the address plus a multiple of the stride; bytes between the end of a line and the
-   next one are left alone.
+   compared with the bytes that the picture needs (bit-packed sources and a few deep-colour routes
+   are compared with less than they need; docs/formats.md lists them, and there the caller sees to
+   it). Lines start at the address plus a multiple of the stride; bytes between the end of a line
+   and the next one are left alone.
 
    Raw mosaics are demosaiced by the method and phase that the source's parameters 9 and 10 say; the
    letter in a format name is not looked at. Pictures in place: source and destination may be the
    same memory when address and stride agree, no destination pixel is wider than a source pixel and
    the source is not a mosaic. Any other overlap is excluded.
 
-     TRV_STATUS_OK             the destination holds the picture. Also returned, with nothing written,
-                               when a Bayer kernel declined the buffers
-     TRV_STATUS_PARAMETER      handle, format or address of either buffer is missing, or the
-                               destination is too small; nothing is written
+     TRV_STATUS_OK             the destination holds the picture. Also returned, with nothing
+   written, when a Bayer kernel declined the buffers TRV_STATUS_PARAMETER      handle, format or
+   address of either buffer is missing, or the destination is too small; nothing is written
      TRV_STATUS_UNSUPPORTED    there is no direct way between these formats; nothing is written
      TRV_STATUS_BAYER_SETTING  no kernel for this method and phase; nothing is written
 
@@ -47,41 +46,38 @@ TRV_API uint32_t TIL_Convert(uint64_t source, uint64_t destination);
 
 /* Writes a buffer's picture to a file, replacing what was there.
 
-   "path" is a NUL-terminated file name; "type" is TIL_FILE_RAW or TIL_FILE_TIFF. A raw file holds the
-   padding between lines too and tells nothing about geometry or format.
+   "path" is a NUL-terminated file name; "type" is TIL_FILE_RAW or TIL_FILE_TIFF. A raw file holds
+   the padding between lines too and tells nothing about geometry or format.
 
-     TRV_STATUS_OK           the file is complete (a raw write returns the buffer library's own answer to
-                             the stride query here, which is 0 from any that knows the handle)
-     TRV_STATUS_PARAMETER    missing handle or address; no file is touched
-     TRV_STATUS_UNSUPPORTED  no such file type; no file is touched
-     TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why
-     TRV_STATUS_SYSTEM       fewer bytes than the picture has were written, or it has 4 GiB or more;
-                             a partial file is left
+     TRV_STATUS_OK           the file is complete (a raw write returns the buffer library's own
+   answer to the stride query here, which is 0 from any that knows the handle) TRV_STATUS_PARAMETER
+   missing handle or address; no file is touched TRV_STATUS_UNSUPPORTED  no such file type; no file
+   is touched TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why TRV_STATUS_SYSTEM
+   fewer bytes than the picture has were written, or it has 4 GiB or more; a partial file is left
      TRV_STATUS_FILE_CLOSE   the last bytes could not be written; a partial file is left
    TIFF files return what TIL_FileWriteTiff returns. */
 TRV_API uint32_t TIL_FileWrite(uint64_t buffer, const char* path, uint32_t type);
 
-/* Writes a Mono8, Mono16, BGR24 or RGB24 picture as an uncompressed, big-endian baseline TIFF file of
-   one strip, without the padding of its lines.
+/* Writes a Mono8, Mono16, BGR24 or RGB24 picture as an uncompressed, big-endian baseline TIFF file
+   of one strip, without the padding of its lines.
 
      TRV_STATUS_OK           the file was closed; single writes are not checked, so look at its size
                              where the disk may be full
-     TRV_STATUS_PARAMETER    missing handle or format (no file is touched), or a file position cannot
-                             be had, as in a pipe
-     TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why
+     TRV_STATUS_PARAMETER    missing handle or format (no file is touched), or a file position
+   cannot be had, as in a pipe TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why
      TRV_STATUS_TIFF_FORMAT  another pixel format; the file was created or cut to nothing
      TRV_STATUS_FILE_CLOSE   the last bytes could not be written
 
-   Notes: after TRV_STATUS_TIFF_FORMAT, and after TRV_STATUS_PARAMETER for a file position, the stream
-   stays open for the life of the process. RGB24 pixels are stored with red and blue exchanged, Mono16
-   states half its strip's bytes, and sides above 65535 are cut to 16 bits in their tags; all three are
-   what readers of these files have come to expect. */
+   Notes: after TRV_STATUS_TIFF_FORMAT, and after TRV_STATUS_PARAMETER for a file position, the
+   stream stays open for the life of the process. RGB24 pixels are stored with red and blue
+   exchanged, Mono16 states half its strip's bytes, and sides above 65535 are cut to 16 bits in
+   their tags; all three are what readers of these files have come to expect. */
 TRV_API uint32_t TIL_FileWriteTiff(uint64_t buffer, const char* path);
 
 /* Write the low 8, 16 or 32 bits of "value" to an open stream: names ending in m put the most
    significant byte first, names ending in i the least significant. The result is that of the last
-   byte's fputc: the byte, or EOF cast to unsigned. Earlier bytes are not checked. The stream is locked
-   per byte, as by fputc. */
+   byte's fputc: the byte, or EOF cast to unsigned. Earlier bytes are not checked. The stream is
+   locked per byte, as by fputc. */
 TRV_API uint32_t TIL_fput_ui8(FILE* stream, uint32_t value);
 TRV_API uint32_t TIL_fput_ui16m(FILE* stream, uint32_t value);
 TRV_API uint32_t TIL_fput_ui16i(FILE* stream, uint32_t value);
@@ -91,16 +87,15 @@ TRV_API uint32_t TIL_fput_ui32i(FILE* stream, uint32_t value);
 /* The demosaic kernels: TIL_<input>_to_<layout>_<method>_<phase>.
 
    input   BAY8  one byte per pixel
-           BAYn  one 16-bit word per pixel, "bits" of it significant (9 to 16); stride rounded down to
-                 an even number
-   layout  RGB16, BGR16 (16-bit words), BGR24, BGRX32, RGBX32 (the fourth byte keeps its value)
-   method  dup copies the nearest sample, ave takes means, med takes the median of four samples
-   phase   A RGGB, B GRBG, C GBRG, D BGGR
+           BAYn  one 16-bit word per pixel, "bits" of it significant (9 to 16); stride rounded down
+   to an even number layout  RGB16, BGR16 (16-bit words), BGR24, BGRX32, RGBX32 (the fourth byte
+   keeps its value) method  dup copies the nearest sample, ave takes means, med takes the median of
+   four samples phase   A RGGB, B GRBG, C GBRG, D BGGR
 
    A kernel reads address, stride, width and height of "source" and address and stride of
    "destination", whose size, like the source's, the caller vouches for: at least 2 x 2 pixels,
-   otherwise nothing is written. Source and destination must not overlap. Results are truncated, never
-   rounded; with samples above 8 bits one shift brings sum and depth down together.
+   otherwise nothing is written. Source and destination must not overlap. Results are truncated,
+   never rounded; with samples above 8 bits one shift brings sum and depth down together.
 
      TRV_STATUS_OK         the destination holds the picture
      TRV_STATUS_PARAMETER  missing source or destination handle, or bits is 8; nothing is written

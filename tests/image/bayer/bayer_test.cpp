@@ -1,0 +1,193 @@
+// Every demosaic kernel at every level against the reference.
+#include "tests/reference/bayer.h"
+#include "image/bayer/kernel.h"
+#include "tests/harness.h"
+
+namespace {
+
+using namespace trv::bayer;
+using test::Random;
+
+const char* const phase_colours[] = {"RGGB", "GRBG", "GBRG", "BGGR"};
+
+reference::Method method_of(const Kernel& k) {
+    return static_cast<reference::Method>(k.method);
+}
+
+reference::Store store_of(const Kernel& k) {
+    switch (k.output) {
+        case Output::RGB16:
+            return reference::Store::rgb16;
+        case Output::BGR16:
+            return reference::Store::bgr16;
+        case Output::BGR24:
+            return reference::Store::bgr24;
+        case Output::BGRX32:
+            return reference::Store::bgrx32;
+        default:
+            return reference::Store::rgbx32;
+    }
+}
+
+const trv::Format& output_format(const Kernel& k) {
+    switch (k.output) {
+        case Output::RGB16:
+            return trv::format_of(trv::Code::RGB16);
+        case Output::BGR16:
+            return trv::format_of(trv::Code::BGR16);
+        case Output::BGR24:
+            return trv::format_of(trv::Code::BGR24);
+        case Output::BGRX32:
+            return trv::format_of(trv::Code::BGRX32);
+        default:
+            return trv::format_of(trv::Code::RGBX32);
+    }
+}
+
+const trv::Format& input_format(const Kernel& k) {
+    return trv::format_of(k.input == Input::BAY8 ? trv::Code::BAY8 : trv::Code::BAY16);
+}
+
+// Means and medians of an odd width use the sample behind the line; nearest never does.
+size_t bytes_beyond_line(const Kernel& k, uint32_t width) {
+    if (k.method == Method::dup || width % 2 == 0) return 0;
+    return k.input == Input::BAY8 ? 1 : 2;
+}
+
+std::string name_of(const Kernel& k) {
+    const char* outputs[] = {"RGB16", "BGR16", "BGR24", "BGRX32", "RGBX32"};
+    const char* methods[] = {"dup", "ave", "med"};
+    return std::string(k.input == Input::BAY8 ? "BAY8" : "BAYn") + " to " +
+           outputs[static_cast<int>(k.output)] + " " + methods[static_cast<int>(method_of(k))] +
+           " " + "ABCD"[static_cast<int>(k.phase)];
+}
+
+// Random samples, some of them with bits above the depth, now and then all at one extreme.
+void fill_samples(const test::Picture& p, unsigned bits, Random& random) {
+    const unsigned kind = random.below(6);
+    for (size_t i = 0; i < p.memory.size(); ++i) {
+        uint8_t byte = static_cast<uint8_t>(random.bits());
+        if (kind == 0) byte = 0xFF;
+        if (kind == 1) byte = random.one_in(20) ? 0xFF : 0;
+        if (bits > 8 && i % 2 == 1 && kind < 5)
+            byte &= static_cast<uint8_t>((1u << (bits - 8)) - 1);
+        p.memory.data()[i] = byte;
+    }
+}
+
+struct Case {
+    Kernel kernel;
+    uint32_t width, height, bits;
+};
+
+::testing::AssertionResult check(const trv::Level& level, const Case& c,
+                                 const test::Picture& source, Random& random) {
+    const trv::Format& format = output_format(c.kernel);
+    const uint32_t stride = test::any_stride(random, trv::line_bytes(format, c.width));
+    test::Picture destination(format, c.width, c.height, stride, 0, test::any_side(random));
+    destination.fill(random);
+    std::vector<uint8_t> expected = destination.bytes();
+    const reference::Mosaic mosaic{source.memory.data(),
+                                   source.stride,
+                                   c.width,
+                                   c.height,
+                                   c.bits,
+                                   phase_colours[static_cast<int>(c.kernel.phase)]};
+    reference::demosaic(mosaic, method_of(c.kernel), store_of(c.kernel), expected.data(), stride);
+    const test::Wrapped from(source), to(destination);
+    EXPECT_EQ(run(level, c.kernel, from.handle(), to.handle(), c.bits), 0u);
+    return test::same_bytes(destination, expected)
+           << ": " << name_of(c.kernel) << " level " << level.name << " " << c.width << "x"
+           << c.height << " bits " << c.bits << " strides " << source.stride << ", " << stride;
+}
+
+void compare(const Case& c, Random& random) {
+    const trv::Format& format = input_format(c.kernel);
+    const uint32_t stride = test::any_stride(random, trv::line_bytes(format, c.width));
+    test::Picture source(format, c.width, c.height, stride, bytes_beyond_line(c.kernel, c.width),
+                         test::any_side(random));
+    fill_samples(source, c.bits, random);
+    for (unsigned level = 0; level <= trv::best_level(); ++level)
+        ASSERT_TRUE(check(trv::levels[level], c, source, random));
+}
+
+uint32_t any_bits(const Kernel& k, Random& random) {
+    return k.input == Input::BAY8 ? 8 : random.between(9, 16);
+}
+
+TEST(Bayer, EveryKernelEqualsTheReferenceOverRandomGeometries) {
+    test::machine_levels();
+    Random random(test::seed());
+    for (const Kernel& kernel : kernels)
+        for (unsigned i = 0; i < test::rounds(40); ++i) {
+            compare(
+                {kernel, test::any_width(random), random.between(2, 9), any_bits(kernel, random)},
+                random);
+            ASSERT_FALSE(HasFatalFailure());
+        }
+}
+
+TEST(Bayer, EveryWidthMeetsEveryTail) {
+    Random random(test::seed() + 1);
+    for (uint32_t width = 2; width <= 200; ++width)
+        for (const Kernel& kernel : kernels) {
+            if (kernel.phase != static_cast<trv::Phase>(width % 4) &&
+                kernel.output != Output::BGR16)
+                continue;
+            compare({kernel, width, random.between(2, 4), any_bits(kernel, random)}, random);
+            ASSERT_FALSE(HasFatalFailure());
+        }
+}
+
+// Planted faults: a harness counts for something once it has failed.
+enum class Fault { last_pixel, byte_behind, pad_byte };
+
+template <Fault F>
+void faulty(const Line& line) {
+    constexpr SpanLayout layout = F == Fault::pad_byte ? bgrx32 : bgr24;
+    constexpr size_t bytes = F == Fault::pad_byte ? 4 : 3;
+    // Right for the even lines of phase A; what is planted shows on them.
+    trv::scalar::bayer_spans.get(depth8, layout, Method::dup, {false, true})(line);
+    uint8_t* last = line.out + line.pairs * 2 * bytes;
+    if (F == Fault::last_pixel) ++last[0];
+    if (F == Fault::byte_behind) ++last[3];
+    if (F == Fault::pad_byte) ++last[-1];
+}
+
+template <Fault F>
+::testing::AssertionResult check_faulty(Output output) {
+    Spans spans = *trv::levels[0].bayer;
+    for (auto& layouts : spans.span[depth8]) layouts[Method::dup][false][true] = faulty<F>;
+    trv::Level level = trv::levels[0];
+    level.bayer = &spans;
+    Random random(test::seed());
+    const Case c{{Input::BAY8, output, Method::dup, trv::Phase::A}, 9, 3, 8};
+    test::Picture source(trv::format_of(trv::Code::BAY8), c.width, c.height, 9, 0,
+                         test::Guarded::At::back);
+    source.fill(random);
+    return check(level, c, source, random);
+}
+
+TEST(Bayer, PlantedFaultsAreFound) {
+    EXPECT_FALSE(check_faulty<Fault::last_pixel>(Output::BGR24));
+    EXPECT_FALSE(check_faulty<Fault::byte_behind>(Output::BGR24));
+    EXPECT_FALSE(check_faulty<Fault::pad_byte>(Output::BGRX32));
+}
+
+TEST(Bayer, PicturesBelowTwoByTwoAreLeftAlone) {
+    Random random(test::seed() + 2);
+    for (const auto& [width, height] : {std::pair<uint32_t, uint32_t>{1, 5}, {5, 1}, {1, 1}})
+        for (const Kernel& kernel : kernels) {
+            test::Picture source(input_format(kernel), width, height, 64, 0,
+                                 test::Guarded::At::back);
+            test::Picture destination(output_format(kernel), width, height, 64, 0,
+                                      test::Guarded::At::back);
+            destination.fill(random);
+            const std::vector<uint8_t> before = destination.bytes();
+            const test::Wrapped from(source), to(destination);
+            EXPECT_EQ(run(trv::current_level(), kernel, from.handle(), to.handle(), 12), 0u);
+            EXPECT_TRUE(test::same_bytes(destination, before)) << name_of(kernel);
+        }
+}
+
+}  // namespace
