@@ -20,8 +20,9 @@
 #define TBL_PARAMETER_BAYER_METHOD 9u /* TBL_BAYER_METHOD_... */
 #define TBL_PARAMETER_BAYER_PHASE 10u /* TBL_BAYER_PHASE_... */
 #define TBL_PARAMETER_PRESENT 11u     /* not zero: the handle names a buffer */
-#define TBL_PARAMETER_PACKING_OFFSET 18u /* index of each line's first pixel in its packing group \
-                                          */
+#define TBL_PARAMETER_PACKING_OFFSET                             \
+    18u /* index of each line's first pixel in its packing group \
+         */
 
 /* How missing colours are found. The low byte repeats the parameter's id; values compare whole. */
 #define TBL_BAYER_METHOD_DUP 0x109u /* nearest: copy a neighbour */
