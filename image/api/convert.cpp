@@ -1,6 +1,7 @@
 #include "image/api/convert.h"
 
 #include "image/api/copy.h"
+#include "image/api/direct_run.h"
 #include "image/api/job.h"
 #include "image/api/routes.h"
 #include "image/api/size_rule.h"
@@ -93,12 +94,28 @@ uint32_t demosaic(const Level& level, const Job& job, const Format& source,
     return TRV_STATUS_OK;
 }
 
+uint32_t convert_direct(const Level& level, const Job& job, const Format& source,
+                        const Format& destination) {
+    if (!fits(job, source, destination)) return TRV_STATUS_PARAMETER;
+    convert_lines(level, job, source, destination);
+    return TRV_STATUS_OK;
+}
+
 uint32_t route(const Level& level, const Job& job) {
     const Way way = find_way(job.source.format, job.destination.format);
-    if (way == Way::copy) return copy(job);
-    if (way != Way::bayer) return TRV_STATUS_UNSUPPORTED;
-    return demosaic(level, job, *find_format(job.source.format & 0xFF),
-                    *find_format(job.destination.format & 0xFF));
+    if (way == Way::none) return TRV_STATUS_UNSUPPORTED;
+    const Format& source = *find_format(job.source.format & 0xFF);
+    const Format& destination = *find_format(job.destination.format & 0xFF);
+    switch (way) {
+        case Way::copy:
+            return copy(job);
+        case Way::helper:
+            return convert_by_helper(level, job, source, destination);
+        case Way::bayer:
+            return demosaic(level, job, source, destination);
+        default:
+            return convert_direct(level, job, source, destination);
+    }
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 
+#include "image/api/direct.h"
 #include "image/bayer/span.h"
 
 namespace trv {
@@ -15,6 +16,7 @@ namespace trv {
 struct Level {
     const char* name;
     const bayer::Spans* bayer;
+    const direct::Rows* direct;
 };
 
 inline constexpr size_t level_count = 4;

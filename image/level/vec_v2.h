@@ -3,6 +3,7 @@
 
 #include <immintrin.h>
 
+#include "image/level/map.h"
 #include "image/level/vec_type.h"
 
 namespace trv::TRV_LEVEL {
@@ -11,6 +12,7 @@ namespace {
 using U8 = VecOf<uint8_t, 16>;
 using U16 = VecOf<uint16_t, 16>;
 using U32 = VecOf<uint32_t, 16>;
+using I16 = VecOf<int16_t, 16>;
 
 inline __m128i reg(U8 v) {
     return reinterpret_cast<__m128i>(v);
@@ -48,6 +50,24 @@ inline U8 narrow(U16 a, U16 b) {
     return as<U8>(_mm_packus_epi16(reg(a & low), reg(b & low)));
 }
 
+// The low words of two vectors of dwords that hold no more, in order.
+inline U16 narrow(U32 a, U32 b) {
+    return as<U16>(_mm_packus_epi32(reg(a), reg(b)));
+}
+
+// Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
+inline U8 saturate(I16 a, I16 b) {
+    return as<U8>(_mm_packus_epi16(as<__m128i>(a), as<__m128i>(b)));
+}
+
+// Upper halves of 32-bit products.
+inline U16 mul_high(U16 a, U16 b) {
+    return as<U16>(_mm_mulhi_epu16(reg(a), reg(b)));
+}
+inline I16 mul_high(I16 a, I16 b) {
+    return as<I16>(_mm_mulhi_epi16(as<__m128i>(a), as<__m128i>(b)));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store(out, as<U8>(_mm_unpacklo_epi16(reg(a), reg(b))));
@@ -80,22 +100,91 @@ inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     store(out + 32, as<U8>(_mm_blendv_epi8(_mm_blendv_epi8(sr, sg, m2), sb, m1)));
 }
 
-// Bytes of b, g and r in turn with every fourth byte of memory kept: loaded, blended, stored back.
+// Bytes of b, g and r in turn with every fourth byte of memory kept (the first of each pixel, or
+// the last): loaded, blended, stored back.
+template <bool PadFirst = false>
 inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     const __m128i bg_low = _mm_unpacklo_epi8(reg(b), reg(g));
     const __m128i bg_high = _mm_unpackhi_epi8(reg(b), reg(g));
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i r_low = _mm_unpacklo_epi8(reg(r), zero);
-    const __m128i r_high = _mm_unpackhi_epi8(reg(r), zero);
-    const U32 pad = splat<U32>(0xFF000000);
+    const __m128i none = _mm_setzero_si128();
+    const __m128i r_low = _mm_unpacklo_epi8(reg(r), none);
+    const __m128i r_high = _mm_unpackhi_epi8(reg(r), none);
+    const U32 pad = splat<U32>(PadFirst ? 0xFFu : 0xFF000000u);
     const auto put = [&](size_t at, __m128i pixels) {
         const U32 kept = load<U32>(out + at) & pad;
-        store(out + at, as<U32>(pixels) | kept);
+        store(out + at, as<U32>(pixels) << (PadFirst ? 8 : 0) | kept);
     };
     put(0, _mm_unpacklo_epi16(bg_low, r_low));
     put(16, _mm_unpackhi_epi16(bg_low, r_low));
     put(32, _mm_unpacklo_epi16(bg_high, r_high));
     put(48, _mm_unpackhi_epi16(bg_high, r_high));
+}
+
+template <typename M, int First, int J>
+consteval Lanes<uint8_t, 16> gather_order(const Plan& p) {
+    Lanes<uint8_t, 16> lanes{};
+    for (int i = 0; i < 16; ++i) {
+        const int at = place<M>(p, 16, First + i, J);
+        lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(at);
+    }
+    return lanes;
+}
+
+template <typename M, int First, int Room, int J, typename Pre>
+inline U8 gather_load(const uint8_t* source, Pre pre) {
+    constexpr Plan p = plan<M>(First, 16, 16, Room, Pre::words);
+    if constexpr (J >= p.loads) return U8{};
+    static constexpr auto order = gather_order<M, First, J>(p);
+    const U8 bytes = pre(load<U8>(source + p.offset[J]));
+    return as<U8>(_mm_shuffle_epi8(reg(bytes), reg(lanes<U8>(order))));
+}
+
+// Destination bytes First to First + 15 of a map over `Room` source bytes; `pre` works on what is
+// loaded before its bytes are taken apart. Kept bytes come out as 0.
+template <typename M, int First, int Room, typename Pre>
+inline U8 gather(const uint8_t* source, Pre pre) {
+    return gather_load<M, First, Room, 0>(source, pre) |
+           gather_load<M, First, Room, 1>(source, pre) |
+           gather_load<M, First, Room, 2>(source, pre) |
+           gather_load<M, First, Room, 3>(source, pre);
+}
+
+// Stores a vector but for the kept bytes of the map: these are stored back as they were.
+template <typename M, int First>
+inline void store_mapped(uint8_t* out, U8 v) {
+    if constexpr (M::has_kept()) {
+        static constexpr auto kept = [] {
+            Lanes<uint8_t, 16> lanes{};
+            for (int i = 0; i < 16; ++i) lanes.v[i] = M::at(First + i) == keep ? 0xFF : 0;
+            return lanes;
+        }();
+        v |= load<U8>(out) & lanes<U8>(kept);
+    }
+    store(out, v);
+}
+
+// Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
+template <typename M>
+inline U32 permute(U32 v) {
+    static constexpr auto order = [] {
+        Lanes<uint8_t, 16> lanes{};
+        for (int i = 0; i < 16; ++i) {
+            const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
+            lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(i % 16 / 4 * 4 + at);
+        }
+        return lanes;
+    }();
+    return as<U32>(_mm_shuffle_epi8(reg(v), reg(lanes<U8>(order))));
+}
+
+// The low three bytes of 16 dwords.
+inline void store_three(uint8_t* out, const U32 (&d)[4]) {
+    const __m128i order = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+    const __m128i s0 = _mm_shuffle_epi8(reg(d[0]), order), s1 = _mm_shuffle_epi8(reg(d[1]), order);
+    const __m128i s2 = _mm_shuffle_epi8(reg(d[2]), order), s3 = _mm_shuffle_epi8(reg(d[3]), order);
+    store(out, as<U8>(_mm_or_si128(s0, _mm_slli_si128(s1, 12))));
+    store(out + 16, as<U8>(_mm_or_si128(_mm_srli_si128(s1, 4), _mm_slli_si128(s2, 8))));
+    store(out + 32, as<U8>(_mm_or_si128(_mm_srli_si128(s2, 8), _mm_slli_si128(s3, 4))));
 }
 
 }  // namespace

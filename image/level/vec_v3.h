@@ -3,6 +3,7 @@
 
 #include <immintrin.h>
 
+#include "image/level/map.h"
 #include "image/level/vec_type.h"
 
 namespace trv::TRV_LEVEL {
@@ -11,6 +12,7 @@ namespace {
 using U8 = VecOf<uint8_t, 32>;
 using U16 = VecOf<uint16_t, 32>;
 using U32 = VecOf<uint32_t, 32>;
+using I16 = VecOf<int16_t, 32>;
 
 inline __m256i reg(U8 v) {
     return reinterpret_cast<__m256i>(v);
@@ -47,6 +49,25 @@ inline U8 narrow(U16 a, U16 b) {
     const U16 low = splat<U16>(0xFF);
     const __m256i halves = _mm256_packus_epi16(reg(a & low), reg(b & low));
     return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
+}
+
+// The low words of two vectors of dwords that hold no more, in order.
+inline U16 narrow(U32 a, U32 b) {
+    return as<U16>(_mm256_permute4x64_epi64(_mm256_packus_epi32(reg(a), reg(b)), 0xD8));
+}
+
+// Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
+inline U8 saturate(I16 a, I16 b) {
+    const __m256i halves = _mm256_packus_epi16(as<__m256i>(a), as<__m256i>(b));
+    return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
+}
+
+// Upper halves of 32-bit products.
+inline U16 mul_high(U16 a, U16 b) {
+    return as<U16>(_mm256_mulhi_epu16(reg(a), reg(b)));
+}
+inline I16 mul_high(I16 a, I16 b) {
+    return as<I16>(_mm256_mulhi_epi16(as<__m256i>(a), as<__m256i>(b)));
 }
 
 // Two results whose 128-bit halves are low a, low b and high a, high b of the memory order.
@@ -92,26 +113,107 @@ inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     store(out + 64, as<U8>(_mm256_permute2x128_si256(second, third, 0x31)));
 }
 
-// Bytes of b, g and r in turn with every fourth byte of memory kept: loaded, blended, stored back.
+// Bytes of b, g and r in turn with every fourth byte of memory kept (the first of each pixel, or
+// the last): loaded, blended, stored back.
+template <bool PadFirst = false>
 inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
-    const __m256i zero = _mm256_setzero_si256();
+    const __m256i none = _mm256_setzero_si256();
     const __m256i bg_low = _mm256_unpacklo_epi8(reg(b), reg(g));
     const __m256i bg_high = _mm256_unpackhi_epi8(reg(b), reg(g));
-    const __m256i r_low = _mm256_unpacklo_epi8(reg(r), zero);
-    const __m256i r_high = _mm256_unpackhi_epi8(reg(r), zero);
+    const __m256i r_low = _mm256_unpacklo_epi8(reg(r), none);
+    const __m256i r_high = _mm256_unpackhi_epi8(reg(r), none);
     const __m256i p0 = _mm256_unpacklo_epi16(bg_low, r_low),
                   p1 = _mm256_unpackhi_epi16(bg_low, r_low);
     const __m256i p2 = _mm256_unpacklo_epi16(bg_high, r_high),
                   p3 = _mm256_unpackhi_epi16(bg_high, r_high);
-    const U32 pad = splat<U32>(0xFF000000);
+    const U32 pad = splat<U32>(PadFirst ? 0xFFu : 0xFF000000u);
     const auto put = [&](size_t at, __m256i pixels) {
         const U32 kept = load<U32>(out + at) & pad;
-        store(out + at, as<U32>(pixels) | kept);
+        store(out + at, as<U32>(pixels) << (PadFirst ? 8 : 0) | kept);
     };
     put(0, _mm256_permute2x128_si256(p0, p1, 0x20));
     put(32, _mm256_permute2x128_si256(p2, p3, 0x20));
     put(64, _mm256_permute2x128_si256(p0, p1, 0x31));
     put(96, _mm256_permute2x128_si256(p2, p3, 0x31));
+}
+
+template <typename M, int First, int J>
+consteval Lanes<uint8_t, 32> gather_order(const Plan& low, const Plan& high) {
+    Lanes<uint8_t, 32> lanes{};
+    for (int i = 0; i < 32; ++i) {
+        const int at = place<M>(i < 16 ? low : high, 16, First + i, J);
+        lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(at);
+    }
+    return lanes;
+}
+
+template <typename M, int First, int Room, int J, typename Pre>
+inline U8 gather_load(const uint8_t* source, Pre pre) {
+    constexpr Plan low = plan<M>(First, 16, 16, Room, Pre::words);
+    constexpr Plan high = plan<M>(First + 16, 16, 16, Room, Pre::words);
+    if constexpr (J >= low.loads && J >= high.loads) return U8{};
+    static constexpr auto order = gather_order<M, First, J>(low, high);
+    const auto half = [&](const Plan& p) {
+        const uint8_t* at = source + p.offset[J < p.loads ? J : 0];
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    };
+    const U8 bytes = pre(as<U8>(_mm256_set_m128i(half(high), half(low))));
+    return as<U8>(_mm256_shuffle_epi8(reg(bytes), reg(lanes<U8>(order))));
+}
+
+// Destination bytes First to First + 31 of a map over `Room` source bytes; `pre` works on what is
+// loaded before its bytes are taken apart. Kept bytes come out as 0.
+template <typename M, int First, int Room, typename Pre>
+inline U8 gather(const uint8_t* source, Pre pre) {
+    return gather_load<M, First, Room, 0>(source, pre) |
+           gather_load<M, First, Room, 1>(source, pre) |
+           gather_load<M, First, Room, 2>(source, pre) |
+           gather_load<M, First, Room, 3>(source, pre);
+}
+
+// Stores a vector but for the kept bytes of the map: these are stored back as they were.
+template <typename M, int First>
+inline void store_mapped(uint8_t* out, U8 v) {
+    if constexpr (M::has_kept()) {
+        static constexpr auto kept = [] {
+            Lanes<uint8_t, 32> lanes{};
+            for (int i = 0; i < 32; ++i) lanes.v[i] = M::at(First + i) == keep ? 0xFF : 0;
+            return lanes;
+        }();
+        v |= load<U8>(out) & lanes<U8>(kept);
+    }
+    store(out, v);
+}
+
+// Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
+template <typename M>
+inline U32 permute(U32 v) {
+    static constexpr auto order = [] {
+        Lanes<uint8_t, 32> lanes{};
+        for (int i = 0; i < 32; ++i) {
+            const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
+            lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(i % 16 / 4 * 4 + at);
+        }
+        return lanes;
+    }();
+    return as<U32>(_mm256_shuffle_epi8(reg(v), reg(lanes<U8>(order))));
+}
+
+// The low three bytes of 32 dwords. A vector's 24 bytes are six dwords of the output; they are
+// turned to where they belong in it and the outputs are blended from two vectors each.
+inline void store_three(uint8_t* out, const U32 (&d)[4]) {
+    const __m256i order = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    const auto turned = [&](U32 v, __m256i turn) {
+        return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(reg(v), order), turn);
+    };
+    const __m256i t0 = turned(d[0], _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 0, 0));
+    const __m256i t1 = turned(d[1], _mm256_setr_epi32(2, 4, 5, 6, 0, 0, 0, 1));
+    const __m256i t2 = turned(d[2], _mm256_setr_epi32(5, 6, 0, 0, 0, 1, 2, 4));
+    const __m256i t3 = turned(d[3], _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6));
+    store(out, as<U8>(_mm256_blend_epi32(t0, t1, 0xC0)));
+    store(out + 32, as<U8>(_mm256_blend_epi32(t1, t2, 0xF0)));
+    store(out + 64, as<U8>(_mm256_blend_epi32(t2, t3, 0xFC)));
 }
 
 }  // namespace

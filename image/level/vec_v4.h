@@ -3,6 +3,7 @@
 
 #include <immintrin.h>
 
+#include "image/level/map.h"
 #include "image/level/vec_type.h"
 
 namespace trv::TRV_LEVEL {
@@ -11,6 +12,7 @@ namespace {
 using U8 = VecOf<uint8_t, 64>;
 using U16 = VecOf<uint16_t, 64>;
 using U32 = VecOf<uint32_t, 64>;
+using I16 = VecOf<int16_t, 64>;
 
 inline __m512i reg(U8 v) {
     return reinterpret_cast<__m512i>(v);
@@ -64,6 +66,28 @@ inline U8 narrow(U16 a, U16 b) {
     return as<U8>(_mm512_permutex2var_epi8(reg(a), reg(lanes<U8>(even)), reg(b)));
 }
 
+// The low words of two vectors of dwords, in order.
+inline U16 narrow(U32 a, U32 b) {
+    static constexpr auto even = order<uint16_t>([](size_t i) { return 2 * i; });
+    return as<U16>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(even)), reg(b)));
+}
+
+// Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
+inline U8 saturate(I16 a, I16 b) {
+    static constexpr auto turn = order<uint64_t>([](size_t i) { return i / 4 + i % 4 * 2; });
+    const __m512i quarters = _mm512_packus_epi16(as<__m512i>(a), as<__m512i>(b));
+    // The unmasked intrinsic draws a false warning of g++ 12.
+    return as<U8>(_mm512_maskz_permutexvar_epi64(0xFF, reg(lanes<U8>(turn)), quarters));
+}
+
+// Upper halves of 32-bit products.
+inline U16 mul_high(U16 a, U16 b) {
+    return as<U16>(_mm512_mulhi_epu16(reg(a), reg(b)));
+}
+inline I16 mul_high(I16 a, I16 b) {
+    return as<I16>(_mm512_mulhi_epi16(as<__m512i>(a), as<__m512i>(b)));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     static constexpr auto low = order<uint16_t>([](size_t i) { return i / 2 + i % 2 * 32; });
@@ -93,13 +117,104 @@ inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     store(out + 128, as<U8>(in_turn<2, 3>(b, g, r)));
 }
 
-// Bytes of b, g and r in turn with every fourth byte of memory left alone.
+// Bytes of b, g and r in turn with every fourth byte of memory left alone: the first of each pixel,
+// or the last. One byte further on, the first case is the second.
+template <bool PadFirst = false>
 inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     constexpr uint64_t colours = mask_where([](size_t i) { return i % 4 != 3; });
+    out += PadFirst ? 1 : 0;
     _mm512_mask_storeu_epi8(out, colours, in_turn<0, 4>(b, g, r));
     _mm512_mask_storeu_epi8(out + 64, colours, in_turn<1, 4>(b, g, r));
     _mm512_mask_storeu_epi8(out + 128, colours, in_turn<2, 4>(b, g, r));
     _mm512_mask_storeu_epi8(out + 192, colours, in_turn<3, 4>(b, g, r));
+}
+
+template <typename M, int First, int J>
+consteval uint64_t gather_mask(const Plan& p) {
+    uint64_t mask = 0;
+    for (int i = 0; i < 64; ++i) mask |= uint64_t{place<M>(p, 64, First + i, J) >= 0} << i;
+    return mask;
+}
+
+// Order of a permutation over loads J and J + 1; what neither has is 0 and masked out.
+template <typename M, int First, int J>
+consteval Lanes<uint8_t, 64> gather_order(const Plan& p) {
+    Lanes<uint8_t, 64> lanes{};
+    for (int i = 0; i < 64; ++i) {
+        const int in_first = place<M>(p, 64, First + i, J);
+        const int in_second = place<M>(p, 64, First + i, J + 1);
+        lanes.v[i] = static_cast<uint8_t>(in_first >= 0    ? in_first
+                                          : in_second >= 0 ? 64 + in_second
+                                                           : 0);
+    }
+    return lanes;
+}
+
+template <int Room>
+inline U8 load_within(const uint8_t* at) {
+    if constexpr (Room >= 64)
+        return load<U8>(at);
+    else
+        return as<U8>(_mm512_maskz_loadu_epi8((uint64_t{1} << Room) - 1, at));
+}
+
+// Destination bytes First to First + 63 of a map over `Room` source bytes; `pre` works on what is
+// loaded before its bytes are taken apart. Zero bytes come out as 0, kept bytes as anything.
+template <typename M, int First, int Room, typename Pre>
+inline U8 gather(const uint8_t* source, Pre pre) {
+    constexpr Plan p = plan<M>(First, 64, 64, Room, Pre::words);
+    static_assert(p.loads <= 3);
+    static constexpr auto order = gather_order<M, First, 0>(p);
+    constexpr uint64_t first = gather_mask<M, First, 0>(p) | gather_mask<M, First, 1>(p);
+    const auto bytes = [&](int j) { return reg(pre(load_within<Room>(source + p.offset[j]))); };
+    const __m512i turn = reg(lanes<U8>(order));
+    if constexpr (p.loads == 1) return as<U8>(_mm512_maskz_permutexvar_epi8(first, turn, bytes(0)));
+    const __m512i two = _mm512_maskz_permutex2var_epi8(first, bytes(0), turn, bytes(1));
+    if constexpr (p.loads < 3) return as<U8>(two);
+    static constexpr auto third = gather_order<M, First, 2>(p);
+    return as<U8>(_mm512_mask_permutexvar_epi8(two, gather_mask<M, First, 2>(p),
+                                               reg(lanes<U8>(third)), bytes(2)));
+}
+
+// Stores a vector but for the kept bytes of the map.
+template <typename M, int First>
+inline void store_mapped(uint8_t* out, U8 v) {
+    if constexpr (M::has_kept())
+        _mm512_mask_storeu_epi8(
+            out, mask_where([](size_t i) { return M::at(First + static_cast<int>(i)) != keep; }),
+            reg(v));
+    else
+        store(out, v);
+}
+
+// Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
+template <typename M>
+inline U32 permute(U32 v) {
+    static constexpr auto order = [] {
+        Lanes<uint8_t, 64> lanes{};
+        for (int i = 0; i < 64; ++i) {
+            const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
+            lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(i % 16 / 4 * 4 + at);
+        }
+        return lanes;
+    }();
+    return as<U32>(_mm512_shuffle_epi8(reg(v), reg(lanes<U8>(order))));
+}
+
+// The low three bytes of 64 dwords.
+inline void store_three(uint8_t* out, const U32 (&d)[4]) {
+    static constexpr auto turn0 = order<uint8_t>([](size_t i) { return i / 3 * 4 + i % 3; });
+    static constexpr auto turn1 =
+        order<uint8_t>([](size_t i) { return (i + 64) / 3 * 4 + (i + 64) % 3 - 64; });
+    static constexpr auto turn2 =
+        order<uint8_t>([](size_t i) { return (i + 128) / 3 * 4 + (i + 128) % 3 - 128; });
+    const auto put = [&](int k, const auto& turn) {
+        store(out + 64 * k,
+              as<U8>(_mm512_permutex2var_epi8(reg(d[k]), reg(lanes<U8>(turn)), reg(d[k + 1]))));
+    };
+    put(0, turn0);
+    put(1, turn1);
+    put(2, turn2);
 }
 
 }  // namespace

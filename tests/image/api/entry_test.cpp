@@ -81,10 +81,71 @@ TEST_F(Entry, AcceptsTheKnownPairsAndNothingElse) {
             const bool known = source != nullptr && destination != nullptr &&
                                accepted.contains(source->name) &&
                                accepted.at(source->name).contains(destination->name);
-            EXPECT_EQ(trv::find_way(from, to) != trv::Way::none, known) << from << " to " << to;
+            EXPECT_EQ(convert(0x100 + from, 0x100 + to, 64), known ? 0u : 10u) << from << " " << to;
             pairs += known;
         }
     EXPECT_EQ(pairs, 333u);
+}
+
+TEST_F(Entry, PackedSourcesAreMeasuredByThePackedSize) {
+    // 8 x 4 pixels of 10 bits, 320 bits, need 20 bytes for words and 10 for dwords to pass.
+    fake().set_picture(destination_handle, TBL_FORMAT(Mono10), destination_, 8, 4, 5);
+    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(Mono10), 5), 0u);
+    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(Mono10), 19, 1), 8u);
+    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(BGRX32), 10, 1), 0u);
+    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(BGRX32), 9, 1), 8u);
+    // Mono12MP is measured by what is written.
+    EXPECT_EQ(convert(TBL_FORMAT(Mono12MP), TBL_FORMAT(RGB16), 16), 0u);
+    EXPECT_EQ(convert(TBL_FORMAT(Mono12MP), TBL_FORMAT(RGB16), 15), 8u);
+}
+
+TEST_F(Entry, HelpersMeasureByTheirOwnLooseRules) {
+    struct {
+        uint32_t from, to, bytes;  // the least that passes for 32 pixels
+    } const cases[] = {{TBL_FORMAT(RGB48), TBL_FORMAT(RGB24), 11},
+                       {TBL_FORMAT(BGR48_10), TBL_FORMAT(RGB24), 11},
+                       {TBL_FORMAT(RGBA64), TBL_FORMAT(RGBA32), 64},
+                       {TBL_FORMAT(RGBA64_12), TBL_FORMAT(BGRX32), 64}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(convert(c.from, c.to, c.bytes, 1), 0u) << std::hex << c.from;
+        std::memset(destination_, 0xEE, sizeof destination_);
+        EXPECT_EQ(convert(c.from, c.to, c.bytes - 1, 1), 8u) << std::hex << c.from;
+        EXPECT_TRUE(untouched());
+    }
+    // Grey words to 4 bytes: refused, and called a success all the same.
+    EXPECT_EQ(convert(TBL_FORMAT(Mono12), TBL_FORMAT(BGRX32), 127, 1), 0u);
+    EXPECT_TRUE(untouched());
+    EXPECT_EQ(convert(TBL_FORMAT(Mono12), TBL_FORMAT(BGRX32), 128, 1), 0u);
+    EXPECT_FALSE(untouched());
+}
+
+TEST_F(Entry, WorkedExamplesOfDirectRoutes) {
+    using Bytes = std::vector<uint8_t>;
+    struct {
+        uint32_t from, to;
+        Bytes source, expected;
+    } const cases[] = {
+        {TBL_FORMAT(Mono10), TBL_FORMAT(Mono8), {0xFF, 0x03, 3, 0}, {255, 0}},
+        {TBL_FORMAT(Mono8), TBL_FORMAT(Mono16), {255, 200}, {255, 0, 200, 0}},
+        {TBL_FORMAT(BGR24), TBL_FORMAT(RGB16), {10, 20, 30}, {0xA1, 0x18}},
+        {TBL_FORMAT(BGR24), TBL_FORMAT(BGR16), {10, 20, 30}, {0xA3, 0x08}},
+        {TBL_FORMAT(BGR24), TBL_FORMAT(BGRX32), {1, 2, 3, 4, 5, 6}, {1, 2, 3, 0xEE, 4, 5, 6, 0xEE}},
+        {TBL_FORMAT(BGR48), TBL_FORMAT(RGB16), {0xFF, 0xFF, 0xFF, 0xFF, 1, 0}, {0x1F, 0}},
+        {TBL_FORMAT(BGR48), TBL_FORMAT(BGR16), {0, 8, 0, 0, 0, 0}, {1, 0}},
+        {TBL_FORMAT(Mono16), TBL_FORMAT(BGRX32), {0xCD, 0xAB}, {0xAB, 0xAB, 0xAB, 0xAB}},
+        {TBL_FORMAT(YUV422),
+         TBL_FORMAT(BGR24),
+         {128, 128, 128, 128},
+         {128, 128, 128, 128, 128, 128}},
+        {TBL_FORMAT(YUV422), TBL_FORMAT(RGB24), {255, 128, 0, 255}, {255, 165, 255, 178, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        std::memcpy(source_, c.source.data(), c.source.size());
+        std::memset(destination_, 0xEE, sizeof destination_);
+        EXPECT_EQ(convert(c.from, c.to, 64), 0u);
+        EXPECT_EQ(Bytes(destination_, destination_ + c.expected.size()), c.expected)
+            << std::hex << c.from << " to " << c.to;
+    }
 }
 
 TEST_F(Entry, OnlyTheLowByteOfAFormatRoutes) {

@@ -1,0 +1,17 @@
+// A direct route as a walk over lines.
+#pragma once
+
+#include "image/api/job.h"
+#include "image/level/level.h"
+
+namespace trv {
+
+// Converts every line of the source. The destination's size was checked.
+void convert_lines(const Level& level, const Job& job, const Format& source,
+                   const Format& destination);
+
+// The routes of the five helpers: a size rule of their own comes first.
+uint32_t convert_by_helper(const Level& level, const Job& job, const Format& source,
+                           const Format& destination);
+
+}  // namespace trv
