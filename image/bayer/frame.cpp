@@ -66,40 +66,54 @@ struct Walk {
     const Spans& spans;
     Depth depth;
     SpanLayout layout;
-    Method method;
+
+    bool is_edge(uint32_t y) const { return y == 0 || y + 1 == image.height; }
 
     template <typename Sample, typename Layout, typename Rule>
-    void run() const {
+    void run_line(uint32_t y, SpanRule rule) const {
         using End = Ends<Sample, Layout, Rule>;
-        for (uint32_t y = 0; y < image.height; ++y) {
-            const LineKind kind = kind_of(mosaic, y);
-            const Line line = line_at(image, y);
-            End::first(line, kind, y == 0 || (mosaic.is_phase_b && y % 2 != 0));
-            const Span span = spans.get(depth, layout, method, kind);
-            if (y + 1 < image.height)
-                span(line);
-            else
-                run_last_pairs<Layout>(line, span,
-                                       scalar::bayer_spans.get(depth, layout, method, kind),
-                                       sizeof(Sample));
-            if (image.width % 2 == 0) End::last(line, kind);
-        }
+        const LineKind kind = kind_of(mosaic, y);
+        const Line line = line_at(image, y);
+        End::first(line, kind, y == 0 || (mosaic.is_phase_b && y % 2 != 0));
+        const Span span = spans.get(depth, layout, rule, kind);
+        if (y + 1 < image.height)
+            span(line);
+        else
+            run_last_pairs<Layout>(line, span, scalar::bayer_spans.get(depth, layout, rule, kind),
+                                   sizeof(Sample));
+        if (image.width % 2 == 0) End::last(line, kind);
     }
 
     template <typename Sample, typename Layout>
-    void run_method() const {
-        run<Sample, Layout, Dup>();
+    void run_nearest() const {
+        for (uint32_t y = 0; y < image.height; ++y) run_line<Sample, Layout, Nearest>(y, nearest);
+    }
+
+    // Means and medians differ between four neighbours only, which no end of a line has.
+    template <typename Sample, typename Layout>
+    void run_means(SpanRule rule) const {
+        for (uint32_t y = 0; y < image.height; ++y)
+            if (is_edge(y))
+                run_line<Sample, Layout, EdgeMeans>(y, edge_means);
+            else
+                run_line<Sample, Layout, Means>(y, rule);
+    }
+
+    template <typename Sample, typename Layout>
+    void run_method(Method method) const {
+        if (method == dup) return run_nearest<Sample, Layout>();
+        run_means<Sample, Layout>(method == ave ? means : medians);
     }
 
     template <typename Sample>
-    void run_layout() const {
+    void run_layout(Method method) const {
         switch (layout) {
             case rgb16:
-                return run_method<Sample, layout::Rgb16>();
+                return run_method<Sample, layout::Rgb16>(method);
             case bgr24:
-                return run_method<Sample, layout::Bgr24>();
+                return run_method<Sample, layout::Bgr24>(method);
             default:
-                return run_method<Sample, layout::Bgrx32>();
+                return run_method<Sample, layout::Bgrx32>(method);
         }
     }
 };
@@ -108,11 +122,11 @@ struct Walk {
 
 void convert_frame(const Image& image, const Mosaic& mosaic, const Spans& spans, Depth depth,
                    SpanLayout layout, Method method) {
-    const Walk walk{image, mosaic, spans, depth, layout, method};
+    const Walk walk{image, mosaic, spans, depth, layout};
     if (depth == depth8)
-        walk.run_layout<uint8_t>();
+        walk.run_layout<uint8_t>(method);
     else
-        walk.run_layout<uint16_t>();
+        walk.run_layout<uint16_t>(method);
 }
 
 }  // namespace trv::bayer

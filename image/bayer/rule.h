@@ -34,6 +34,10 @@ struct Window {
         return layout::load<Sample>(line + column * sizeof(Sample));
     }
     uint32_t copy(uint32_t sample) const { return sample >> lines.shift; }
+    uint32_t mean(uint32_t a, uint32_t b) const { return (a + b) >> (lines.shift + 1); }
+    uint32_t mean(uint32_t a, uint32_t b, uint32_t c, uint32_t d) const {
+        return (a + b + c + d) >> (lines.shift + 2);
+    }
 
     uint32_t own() const { return copy(at(lines.line, x)); }
     uint32_t left() const { return at(lines.line, x - 1); }
@@ -41,34 +45,112 @@ struct Window {
     uint32_t above() const { return at(lines.above, x); }
     uint32_t above_left() const { return at(lines.above, x - 1); }
     uint32_t above_right() const { return at(lines.above, x + 1); }
+    uint32_t below() const { return at(lines.below, x); }
+    uint32_t below_left() const { return at(lines.below, x - 1); }
+    uint32_t below_right() const { return at(lines.below, x + 1); }
 };
 
-// Nearest: the 2x2 block that has the pixel at its lower right.
-struct Dup {
-    template <typename S>
-    static Colours green(const Window<S>& w) {
+// The 2x2 block that has the pixel at its lower right. No line has rules of its own but for pixel
+// 0.
+struct Nearest {
+    template <typename W>
+    static Colours green(const W& w) {
         return {w.own(), w.copy(w.left()), w.copy(w.above())};
     }
-    template <typename S>
-    static Colours colour(const Window<S>& w) {
+    template <typename W>
+    static Colours colour(const W& w) {
         return {w.copy(w.left()), w.own(), w.copy(w.above_left())};
     }
-    template <typename S>
-    static Colours first_green(const Window<S>& w) {
+    template <typename W>
+    static Colours first_green(const W& w) {
         return {w.own(), w.copy(w.right()), w.copy(w.above())};
     }
-    template <typename S>
-    static Colours first_colour(const Window<S>& w, bool green_from_right) {
+    template <typename W>
+    static Colours first_colour(const W& w, bool green_from_right) {
         const uint32_t green = green_from_right ? w.right() : w.above();
         return {w.copy(green), w.own(), w.copy(w.above_right())};
     }
-    template <typename S>
-    static Colours last_green(const Window<S>& w) {
+    template <typename W>
+    static Colours last_green(const W& w) {
         return green(w);
     }
-    template <typename S>
-    static Colours last_colour(const Window<S>& w) {
+    template <typename W>
+    static Colours last_colour(const W& w) {
         return colour(w);
+    }
+};
+
+// Means of all neighbours of a colour, on lines that have one above and one below. Pixel 0 and the
+// last pixel of an even width lack a side. There, deliberately, green of a red or blue site leaves
+// out the horizontal neighbour, which the edge lines do not.
+struct Means {
+    template <typename W>
+    static Colours green(const W& w) {
+        return {w.own(), w.mean(w.left(), w.right()), w.mean(w.above(), w.below())};
+    }
+    template <typename W>
+    static Colours colour(const W& w) {
+        return {w.mean(w.left(), w.right(), w.above(), w.below()), w.own(),
+                w.mean(w.above_left(), w.above_right(), w.below_left(), w.below_right())};
+    }
+    template <typename W>
+    static Colours first_green(const W& w) {
+        return {w.own(), w.copy(w.right()), w.mean(w.above(), w.below())};
+    }
+    template <typename W>
+    static Colours first_colour(const W& w, bool) {
+        return {w.mean(w.above(), w.below()), w.own(), w.mean(w.above_right(), w.below_right())};
+    }
+    template <typename W>
+    static Colours last_green(const W& w) {
+        return {w.own(), w.copy(w.left()), w.mean(w.above(), w.below())};
+    }
+    template <typename W>
+    static Colours last_colour(const W& w) {
+        return {w.mean(w.above(), w.below()), w.own(), w.mean(w.above_left(), w.below_left())};
+    }
+};
+
+// Where there are four neighbours, the mean of the two middle ones: one outlier has no say.
+struct Medians : Means {
+    template <typename W>
+    static uint32_t median(const W& w, uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+        const uint32_t low_ab = a < b ? a : b, high_ab = a < b ? b : a;
+        const uint32_t low_cd = c < d ? c : d, high_cd = c < d ? d : c;
+        return w.mean(low_ab > low_cd ? low_ab : low_cd, high_ab < high_cd ? high_ab : high_cd);
+    }
+    template <typename W>
+    static Colours colour(const W& w) {
+        return {median(w, w.left(), w.right(), w.above(), w.below()), w.own(),
+                median(w, w.above_left(), w.above_right(), w.below_left(), w.below_right())};
+    }
+};
+
+// The first and the last line: the one neighbouring line, here `above`, stands for both.
+struct EdgeMeans {
+    template <typename W>
+    static Colours green(const W& w) {
+        return {w.own(), w.mean(w.left(), w.right()), w.copy(w.above())};
+    }
+    template <typename W>
+    static Colours colour(const W& w) {
+        return {w.mean(w.left(), w.right()), w.own(), w.mean(w.above_left(), w.above_right())};
+    }
+    template <typename W>
+    static Colours first_green(const W& w) {
+        return {w.own(), w.copy(w.right()), w.copy(w.above())};
+    }
+    template <typename W>
+    static Colours first_colour(const W& w, bool) {
+        return {w.mean(w.right(), w.above()), w.own(), w.copy(w.above_right())};
+    }
+    template <typename W>
+    static Colours last_green(const W& w) {
+        return {w.own(), w.copy(w.left()), w.copy(w.above())};
+    }
+    template <typename W>
+    static Colours last_colour(const W& w) {
+        return {w.mean(w.left(), w.above()), w.own(), w.copy(w.above_left())};
     }
 };
 

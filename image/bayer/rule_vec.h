@@ -1,8 +1,5 @@
-// The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ... with x odd.
-//
-// 8-bit samples: as words of two bytes, a load at x holds in each word a pair of pixels, the first
-// in the low byte. A load at x - 1 holds the left neighbour of the pair's first pixel and that
-// pixel. 16-bit samples: one word per pixel; a mask tells the pairs' second pixels.
+// The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ... with x odd: every lane
+// computes what it would be as a green site and as a red or blue site, and a mask chooses.
 #pragma once
 
 #include "image/bayer/span.h"
@@ -18,7 +15,7 @@ struct Colours {
     V other;
 };
 
-// The first and the second bytes of the pairs, as words.
+// The first and the second bytes of pairs of bytes, as words.
 inline U16 low(U8 v) {
     return as<U16>(v) & splat<U16>(0xFF);
 }
@@ -26,55 +23,139 @@ inline U16 high(U8 v) {
     return as<U16>(v) >> 8;
 }
 
-// Pairs of the low byte of one and the high byte of another vector.
-inline U8 pair(U8 first, U8 second) {
-    const U16 mask = splat<U16>(0xFF);
-    return as<U8>((as<U16>(first) & mask) | (as<U16>(second) & ~mask));
+inline U8 reduced(U8 v, unsigned) {
+    return v;
+}
+inline U16 reduced(U16 v, unsigned shift) {
+    return shift_right(v, shift);
 }
 
-// Pairs of twice the high byte.
-inline U8 twice_high(U8 v) {
-    const U16 words = as<U16>(v);
-    return as<U8>((words & splat<U16>(0xFF00)) | words >> 8);
-}
+// Means that never overflow: the processor's rounded-up mean less what it rounded up.
+template <typename V>
+struct Exact {
+    static V mean(V a, V b) { return ceil_mean(a, b) - ((a ^ b) & splat<V>(1)); }
 
-// Nearest, from bytes at x - 1 and x of the line and of the line above.
-template <bool GreenFirst>
-inline Colours<U8> nearest(U8 left, U8 own, U8 above_left, U8 above) {
-    if constexpr (GreenFirst)
-        return {pair(left, own), twice_high(left), pair(above_left, above)};
-    else
-        return {twice_high(left), pair(left, own), twice_high(above_left)};
-}
+    // With h = floor of a pair's mean and l its lost half, the sum of four over four is the mean of
+    // the two h, rounded up only when both halves were lost.
+    static V mean(V a, V b, V c, V d) {
+        const V lost_ab = a ^ b, lost_cd = c ^ d;
+        const V ab = ceil_mean(a, b) - (lost_ab & splat<V>(1));
+        const V cd = ceil_mean(c, d) - (lost_cd & splat<V>(1));
+        return ceil_mean(ab, cd) - ((ab ^ cd) & ~(lost_ab & lost_cd) & splat<V>(1));
+    }
+    static V two(V a, V b, unsigned shift) { return reduced(mean(a, b), shift); }
+    static V four(V a, V b, V c, V d, unsigned shift) { return reduced(mean(a, b, c, d), shift); }
+};
 
-template <bayer::Method M, bool GreenFirst>
-struct Rule8 {
-    static Colours<U8> colours(const bayer::Line& l, size_t x) {
-        return nearest<GreenFirst>(load<U8>(l.line + x - 1), load<U8>(l.line + x),
-                                   load<U8>(l.above + x - 1), load<U8>(l.above + x));
+// Sums in 16 bits that may wrap: enough where only bits shift + 2 to shift + 9 are kept and these
+// lie below bit 16.
+struct Wrapping {
+    static U16 two(U16 a, U16 b, unsigned shift) { return shift_right(a + b, shift + 1); }
+    static U16 four(U16 a, U16 b, U16 c, U16 d, unsigned shift) {
+        return shift_right(a + b + c + d, shift + 2);
     }
 };
 
-// 0 in the pairs' first pixels, all bits in their second pixels.
-inline U16 second_pixels() {
+// Samples around the pixels of a vector.
+template <typename V>
+struct Around {
+    static constexpr size_t bytes = sizeof(V{}[0]);
+    Around(const bayer::Line& line, size_t first) : lines(line), x(first) {}
+
+    V at(const uint8_t* line, size_t column) const { return load<V>(line + column * bytes); }
+    V own() const { return at(lines.line, x); }
+    V left() const { return at(lines.line, x - 1); }
+    V right() const { return at(lines.line, x + 1); }
+    V above() const { return at(lines.above, x); }
+    V above_left() const { return at(lines.above, x - 1); }
+    V above_right() const { return at(lines.above, x + 1); }
+    V below() const { return at(lines.below, x); }
+    V below_left() const { return at(lines.below, x - 1); }
+    V below_right() const { return at(lines.below, x + 1); }
+
+    const bayer::Line& lines;
+    size_t x;
+};
+
+// Lanes of the second pixels of pairs: odd bytes, or odd words.
+inline U8 second_pixels(U8) {
+    return as<U8>(splat<U16>(0xFF00));
+}
+inline U16 second_pixels(U16) {
     return as<U16>(splat<U32>(0xFFFF0000));
 }
 
-inline U16 choose(U16 mask, U16 where_set, U16 elsewhere) {
+template <typename V>
+inline V choose(V mask, V where_set, V elsewhere) {
     return (mask & where_set) | (~mask & elsewhere);
 }
 
-template <bayer::Method M, bool GreenFirst>
-struct Rule16 {
-    static Colours<U16> colours(const bayer::Line& l, size_t x) {
-        const auto copy = [&](const uint8_t* line, size_t column) {
-            return shift_right(load<U16>(line + 2 * column), l.shift);
-        };
-        const U16 left = copy(l.line, x - 1), own = copy(l.line, x);
-        const U16 above_left = copy(l.above, x - 1), above = copy(l.above, x);
-        const U16 green_site = GreenFirst ? second_pixels() : ~second_pixels();
-        return {choose(green_site, own, left), choose(green_site, left, own),
-                choose(green_site, above, above_left)};
+template <typename V, bool GreenFirst>
+inline V green_sites() {
+    const V second = second_pixels(V{});
+    return GreenFirst ? second : ~second;
+}
+
+template <bayer::SpanRule M, typename V, bool GreenFirst, typename Arithmetic>
+struct Rule;
+
+// Copies are brought to 8 bits before they are chosen: one shift per line read.
+template <typename V, bool GreenFirst, typename Arithmetic>
+struct Rule<bayer::nearest, V, GreenFirst, Arithmetic> {
+    static Colours<V> colours(const bayer::Line& line, size_t x) {
+        const Around<V> a(line, x);
+        const V green = green_sites<V, GreenFirst>();
+        const V left = reduced(a.left(), line.shift), own = reduced(a.own(), line.shift);
+        return {choose(green, own, left), choose(green, left, own),
+                reduced(choose(green, a.above(), a.above_left()), line.shift)};
+    }
+};
+
+template <typename V, bool GreenFirst, typename Arithmetic>
+struct Rule<bayer::means, V, GreenFirst, Arithmetic> {
+    static Colours<V> colours(const bayer::Line& line, size_t x) {
+        const Around<V> a(line, x);
+        const unsigned s = line.shift;
+        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
+        const V plus = Arithmetic::four(a.left(), a.right(), a.above(), a.below(), s);
+        const V cross =
+            Arithmetic::four(a.above_left(), a.above_right(), a.below_left(), a.below_right(), s);
+        return {choose(green, own, plus),
+                choose(green, Arithmetic::two(a.left(), a.right(), s), own),
+                choose(green, Arithmetic::two(a.above(), a.below(), s), cross)};
+    }
+};
+
+template <typename V, typename Arithmetic>
+inline V median(V a, V b, V c, V d, unsigned shift) {
+    return Arithmetic::two(max(min(a, b), min(c, d)), min(max(a, b), max(c, d)), shift);
+}
+
+template <typename V, bool GreenFirst, typename Arithmetic>
+struct Rule<bayer::medians, V, GreenFirst, Arithmetic> {
+    static Colours<V> colours(const bayer::Line& line, size_t x) {
+        const Around<V> a(line, x);
+        const unsigned s = line.shift;
+        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
+        const V plus = median<V, Arithmetic>(a.left(), a.right(), a.above(), a.below(), s);
+        const V cross = median<V, Arithmetic>(a.above_left(), a.above_right(), a.below_left(),
+                                              a.below_right(), s);
+        return {choose(green, own, plus),
+                choose(green, Arithmetic::two(a.left(), a.right(), s), own),
+                choose(green, Arithmetic::two(a.above(), a.below(), s), cross)};
+    }
+};
+
+template <typename V, bool GreenFirst, typename Arithmetic>
+struct Rule<bayer::edge_means, V, GreenFirst, Arithmetic> {
+    static Colours<V> colours(const bayer::Line& line, size_t x) {
+        const Around<V> a(line, x);
+        const unsigned s = line.shift;
+        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
+        const V beside = Arithmetic::two(a.left(), a.right(), s);
+        const V cross = Arithmetic::two(a.above_left(), a.above_right(), s);
+        return {choose(green, own, beside), choose(green, beside, own),
+                choose(green, reduced(a.above(), s), cross)};
     }
 };
 

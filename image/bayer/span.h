@@ -10,7 +10,10 @@ namespace bayer {
 enum Depth : uint8_t { depth8, depth16, depth_count };
 // Red and blue exchanged, these serve BGR16 and RGBX32 too.
 enum SpanLayout : uint8_t { rgb16, bgr24, bgrx32, layout_count };
-enum Method : uint8_t { dup, method_count };
+enum Method : uint8_t { dup, ave, med };
+// What the pairs of a line are made by. The first and the last line have one neighbouring line and
+// rules of their own, the same for means and medians.
+enum SpanRule : uint8_t { nearest, means, medians, edge_means, rule_count };
 
 // A line of a mosaic holds green and one of red and blue, its row colour.
 struct LineKind {
@@ -32,10 +35,10 @@ struct Line {
 using Span = void (*)(const Line&);
 
 struct Spans {
-    Span span[depth_count][layout_count][method_count][2][2];
+    Span span[depth_count][layout_count][rule_count][2][2];
 
-    Span get(Depth depth, SpanLayout layout, Method method, LineKind kind) const {
-        return span[depth][layout][method][kind.green_first][kind.row_is_red];
+    Span get(Depth depth, SpanLayout layout, SpanRule rule, LineKind kind) const {
+        return span[depth][layout][rule][kind.green_first][kind.row_is_red];
     }
 };
 

@@ -28,12 +28,24 @@ struct LayoutOf<bayer::rgb16> {
     using Type = layout::Rgb16;
 };
 
-template <bayer::Method M>
+template <bayer::SpanRule M>
 struct RuleOf {
-    using Type = bayer::Dup;
+    using Type = bayer::Nearest;
+};
+template <>
+struct RuleOf<bayer::means> {
+    using Type = bayer::Means;
+};
+template <>
+struct RuleOf<bayer::medians> {
+    using Type = bayer::Medians;
+};
+template <>
+struct RuleOf<bayer::edge_means> {
+    using Type = bayer::EdgeMeans;
 };
 
-template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
     using Layout = typename LayoutOf<L>::Type;
     using Rule = typename RuleOf<M>::Type;

@@ -1,5 +1,5 @@
 // The pairs of a line in vectors. Parameters and their legal values:
-//   D  depth8, depth16            L  rgb16, bgr24, bgrx32           M  dup
+//   D  depth8, depth16            L  rgb16, bgr24, bgrx32   M  nearest, means, medians, edge_means
 //   GreenFirst, RowIsRed          any
 // Reads of a line: pixels 0 to 2 * pairs, in full, for dup. Writes: pixels 1 to 2 * pairs; in
 // bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
@@ -43,16 +43,16 @@ constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
 }
 
 // Pixels x to x + sizeof(U8) - 1, x odd.
-template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
+template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
 inline void step(const bayer::Line& line, size_t x) {
     uint8_t* out = line.out + x * pixel_bytes(L);
     prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
     if constexpr (D == bayer::depth8) {
-        const auto c = Rule8<M, GreenFirst>::colours(line, x);
+        const auto c = Rule::colours(line, x);
         store_pixels<L>(out, RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
     } else {
-        const auto a = Rule16<M, GreenFirst>::colours(line, x);
-        const auto b = Rule16<M, GreenFirst>::colours(line, x + sizeof(U16) / 2);
+        const auto a = Rule::colours(line, x);
+        const auto b = Rule::colours(line, x + sizeof(U16) / 2);
         if constexpr (L == bayer::rgb16) {
             const auto put = [](uint8_t* to, const Colours<U16>& c) {
                 store(to, pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row));
@@ -68,16 +68,30 @@ inline void step(const bayer::Line& line, size_t x) {
 }
 
 // One body for all vectors of a line: the last one overlaps the one before it.
-template <bayer::Depth D, bayer::SpanLayout L, bayer::Method M, bool GreenFirst, bool RowIsRed>
-void span(const bayer::Line& line) {
-    constexpr size_t pixels = sizeof(U8);
-    if (line.pairs * 2 < pixels)
-        return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
+template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
+inline void run_line(const bayer::Line& line) {
     const bayer::Line lines = line;
-    const size_t last = lines.pairs * 2 + 1 - pixels;
-    for (size_t x = 1;; x = x + pixels < last ? x + pixels : last) {
-        step<D, L, M, GreenFirst, RowIsRed>(lines, x);
+    const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
+    for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
+        step<D, L, RowIsRed, Rule>(lines, x);
         if (x == last) break;
+    }
+}
+
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
+void span(const bayer::Line& line) {
+    if (line.pairs * 2 < sizeof(U8))
+        return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
+    if constexpr (D == bayer::depth8) {
+        run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, Exact<U8>>>(line);
+    } else if constexpr (L == bayer::rgb16 || M == bayer::nearest) {
+        run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Exact<U16>>>(line);
+    } else {
+        // Byte layouts keep 8 bits of a sum: up to 14 bits per sample they lie in its low 16.
+        if (line.shift <= 6)
+            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Wrapping>>(line);
+        else
+            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Exact<U16>>>(line);
     }
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 using namespace bayer;
 
-template <Depth D, SpanLayout L, Method M>
+template <Depth D, SpanLayout L, SpanRule M>
 consteval void put(Spans* spans) {
     auto& kinds = spans->span[D][L][M];
     kinds[0][0] = span<D, L, M, false, false>;
@@ -22,15 +22,18 @@ consteval void put(Spans* spans) {
 }
 
 template <Depth D, SpanLayout L>
-consteval void put_methods(Spans* spans) {
-    put<D, L, dup>(spans);
+consteval void put_rules(Spans* spans) {
+    put<D, L, nearest>(spans);
+    put<D, L, means>(spans);
+    put<D, L, medians>(spans);
+    put<D, L, edge_means>(spans);
 }
 
 template <Depth D>
 consteval void put_layouts(Spans* spans) {
-    put_methods<D, rgb16>(spans);
-    put_methods<D, bgr24>(spans);
-    put_methods<D, bgrx32>(spans);
+    put_rules<D, rgb16>(spans);
+    put_rules<D, bgr24>(spans);
+    put_rules<D, bgrx32>(spans);
 }
 
 consteval Spans all_spans() {

@@ -36,6 +36,9 @@ inline U16 min(U16 a, U16 b) {
 inline U16 max(U16 a, U16 b) {
     return as<U16>(_mm_max_epu16(reg(a), reg(b)));
 }
+inline U8 ceil_mean(U8 a, U8 b) {
+    return as<U8>(_mm_avg_epu8(reg(a), reg(b)));
+}
 inline U16 ceil_mean(U16 a, U16 b) {
     return as<U16>(_mm_avg_epu16(reg(a), reg(b)));
 }

@@ -100,21 +100,53 @@ TRV_API uint32_t TIL_fput_ui32i(FILE* stream, uint32_t value);
      TRV_STATUS_OK         the destination holds the picture
      TRV_STATUS_PARAMETER  missing source or destination handle, or bits is 8; nothing is written
 
-   Notes: dup kernels read nothing beyond the last pixel of a line. */
+   Notes: with an odd width, ave and med kernels read one sample behind every line (of the last line
+   too) and use it in the last pixel's means; dup kernels read nothing behind a line. From samples
+   with bits above "bits", the blue field of RGB16 is not masked and spills into green. */
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_A(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_B(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_C(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_D(uint64_t source, uint64_t destination);
+
+TRV_API uint32_t TIL_BAY8_to_RGB16_ave_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_ave_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_ave_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_ave_D(uint64_t source, uint64_t destination);
+
+TRV_API uint32_t TIL_BAY8_to_RGB16_med_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_med_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_med_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_RGB16_med_D(uint64_t source, uint64_t destination);
 
 TRV_API uint32_t TIL_BAY8_to_BGR24_dup_A(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGR24_dup_B(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGR24_dup_C(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGR24_dup_D(uint64_t source, uint64_t destination);
 
+TRV_API uint32_t TIL_BAY8_to_BGR24_ave_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_ave_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_ave_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_ave_D(uint64_t source, uint64_t destination);
+
+TRV_API uint32_t TIL_BAY8_to_BGR24_med_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_med_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_med_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGR24_med_D(uint64_t source, uint64_t destination);
+
 TRV_API uint32_t TIL_BAY8_to_BGRX32_dup_A(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGRX32_dup_B(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGRX32_dup_C(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_BGRX32_dup_D(uint64_t source, uint64_t destination);
+
+TRV_API uint32_t TIL_BAY8_to_BGRX32_ave_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_ave_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_ave_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_ave_D(uint64_t source, uint64_t destination);
+
+TRV_API uint32_t TIL_BAY8_to_BGRX32_med_A(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_med_B(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_med_C(uint64_t source, uint64_t destination);
+TRV_API uint32_t TIL_BAY8_to_BGRX32_med_D(uint64_t source, uint64_t destination);
 
 TRV_API uint32_t TIL_BAY8_to_RGBX32_dup_A(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_RGBX32_dup_B(uint64_t source, uint64_t destination);
@@ -128,15 +160,45 @@ TRV_API uint32_t TIL_BAYn_to_RGB16_dup_B(uint64_t source, uint64_t destination, 
 TRV_API uint32_t TIL_BAYn_to_RGB16_dup_C(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_RGB16_dup_D(uint64_t source, uint64_t destination, uint32_t bits);
 
+TRV_API uint32_t TIL_BAYn_to_RGB16_ave_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_ave_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_ave_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_ave_D(uint64_t source, uint64_t destination, uint32_t bits);
+
+TRV_API uint32_t TIL_BAYn_to_RGB16_med_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_med_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_med_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_RGB16_med_D(uint64_t source, uint64_t destination, uint32_t bits);
+
 TRV_API uint32_t TIL_BAYn_to_BGR24_dup_A(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGR24_dup_B(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGR24_dup_C(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGR24_dup_D(uint64_t source, uint64_t destination, uint32_t bits);
 
+TRV_API uint32_t TIL_BAYn_to_BGR24_ave_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_ave_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_ave_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_ave_D(uint64_t source, uint64_t destination, uint32_t bits);
+
+TRV_API uint32_t TIL_BAYn_to_BGR24_med_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_med_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_med_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGR24_med_D(uint64_t source, uint64_t destination, uint32_t bits);
+
 TRV_API uint32_t TIL_BAYn_to_BGRX32_dup_A(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGRX32_dup_B(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGRX32_dup_C(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_BGRX32_dup_D(uint64_t source, uint64_t destination, uint32_t bits);
+
+TRV_API uint32_t TIL_BAYn_to_BGRX32_ave_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_ave_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_ave_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_ave_D(uint64_t source, uint64_t destination, uint32_t bits);
+
+TRV_API uint32_t TIL_BAYn_to_BGRX32_med_A(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_med_B(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_med_C(uint64_t source, uint64_t destination, uint32_t bits);
+TRV_API uint32_t TIL_BAYn_to_BGRX32_med_D(uint64_t source, uint64_t destination, uint32_t bits);
 
 TRV_API uint32_t TIL_BAYn_to_RGBX32_dup_A(uint64_t source, uint64_t destination, uint32_t bits);
 TRV_API uint32_t TIL_BAYn_to_RGBX32_dup_B(uint64_t source, uint64_t destination, uint32_t bits);

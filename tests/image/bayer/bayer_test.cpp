@@ -147,7 +147,7 @@ void faulty(const Line& line) {
     constexpr SpanLayout layout = F == Fault::pad_byte ? bgrx32 : bgr24;
     constexpr size_t bytes = F == Fault::pad_byte ? 4 : 3;
     // Right for the even lines of phase A; what is planted shows on them.
-    trv::scalar::bayer_spans.get(depth8, layout, Method::dup, {false, true})(line);
+    trv::scalar::bayer_spans.get(depth8, layout, nearest, {false, true})(line);
     uint8_t* last = line.out + line.pairs * 2 * bytes;
     if (F == Fault::last_pixel) ++last[0];
     if (F == Fault::byte_behind) ++last[3];
@@ -159,7 +159,7 @@ void faulty(const Line& line) {
 template <Fault F>
 int times_found(Output output) {
     Spans spans = *trv::levels[0].bayer;
-    for (auto& layouts : spans.span[depth8]) layouts[Method::dup][false][true] = faulty<F>;
+    for (auto& layouts : spans.span[depth8]) layouts[nearest][false][true] = faulty<F>;
     trv::Level level = trv::levels[0];
     level.bayer = &spans;
     Random random(test::seed());
