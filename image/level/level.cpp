@@ -7,10 +7,10 @@
 namespace trv {
 
 const Level levels[level_count] = {
-    {"scalar", &scalar::bayer_spans, &scalar::direct_rows},
-    {"v2", &v2::bayer_spans, &v2::direct_rows},
-    {"v3", &v3::bayer_spans, &v3::direct_rows},
-    {"v4", &v4::bayer_spans, &v4::direct_rows},
+    {"scalar", &scalar::bayer_spans, &scalar::direct_rows, &scalar::field_rows},
+    {"v2", &v2::bayer_spans, &v2::direct_rows, &v2::field_rows},
+    {"v3", &v3::bayer_spans, &v3::direct_rows, &v3::field_rows},
+    {"v4", &v4::bayer_spans, &v4::direct_rows, &v4::field_rows},
 };
 
 namespace {

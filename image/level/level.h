@@ -10,6 +10,7 @@
 
 #include "image/api/direct.h"
 #include "image/bayer/span.h"
+#include "image/field/line.h"
 
 namespace trv {
 
@@ -17,6 +18,7 @@ struct Level {
     const char* name;
     const bayer::Spans* bayer;
     const direct::Rows* direct;
+    const field::Rows* field;
 };
 
 inline constexpr size_t level_count = 4;

@@ -71,6 +71,25 @@ inline I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm_mulhi_epi16(as<__m128i>(a), as<__m128i>(b)));
 }
 
+// The words of as many bytes, in an order of their own that `narrow` undoes.
+struct WordHalves {
+    U16 low, high;
+    WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+};
+
+// Weight (a + b) of two vectors of bytes, Weight at most 127.
+template <int Weight>
+inline WordHalves weighted(U8 a, U8 b) {
+    const auto weight = _mm_set1_epi8(Weight);
+    return {as<U16>(_mm_maddubs_epi16(_mm_unpacklo_epi8(reg(a), reg(b)), weight)),
+            as<U16>(_mm_maddubs_epi16(_mm_unpackhi_epi8(reg(a), reg(b)), weight))};
+}
+
+// Words of no more than 255 back to bytes.
+inline U8 narrow(const WordHalves& words) {
+    return as<U8>(_mm_packus_epi16(reg(words.low), reg(words.high)));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store(out, as<U8>(_mm_unpacklo_epi16(reg(a), reg(b))));

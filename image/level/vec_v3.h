@@ -79,6 +79,25 @@ inline void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
     store(out + apart, as<U8>(_mm256_permute2x128_si256(a, b, 0x31)));
 }
 
+// The words of as many bytes, in an order of their own that `narrow` undoes.
+struct WordHalves {
+    U16 low, high;
+    WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+};
+
+// Weight (a + b) of two vectors of bytes, Weight at most 127.
+template <int Weight>
+inline WordHalves weighted(U8 a, U8 b) {
+    const auto weight = _mm256_set1_epi8(Weight);
+    return {as<U16>(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(reg(a), reg(b)), weight)),
+            as<U16>(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(reg(a), reg(b)), weight))};
+}
+
+// Words of no more than 255 back to bytes.
+inline U8 narrow(const WordHalves& words) {
+    return as<U8>(_mm256_packus_epi16(reg(words.low), reg(words.high)));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store_halves(out, 32, _mm256_unpacklo_epi16(reg(a), reg(b)),

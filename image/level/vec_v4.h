@@ -91,6 +91,25 @@ inline I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm512_mulhi_epi16(as<__m512i>(a), as<__m512i>(b)));
 }
 
+// The words of as many bytes, in an order of their own that `narrow` undoes.
+struct WordHalves {
+    U16 low, high;
+    WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+};
+
+// Weight (a + b) of two vectors of bytes, Weight at most 127.
+template <int Weight>
+inline WordHalves weighted(U8 a, U8 b) {
+    const auto weight = _mm512_set1_epi8(Weight);
+    return {as<U16>(_mm512_maddubs_epi16(_mm512_unpacklo_epi8(reg(a), reg(b)), weight)),
+            as<U16>(_mm512_maddubs_epi16(_mm512_unpackhi_epi8(reg(a), reg(b)), weight))};
+}
+
+// Words of no more than 255 back to bytes.
+inline U8 narrow(const WordHalves& words) {
+    return as<U8>(_mm512_packus_epi16(reg(words.low), reg(words.high)));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
     static constexpr auto low = order<uint16_t>([](size_t i) { return i / 2 + i % 2 * 32; });

@@ -1,4 +1,4 @@
-/* Image functions of trvil: conversion, Bayer demosaicing, image files.
+/* Image functions of trvil: conversion, Bayer demosaicing, frames from fields, image files.
 
    Pictures are named by buffer handles (trvil/tbl.h); their geometry, format, memory and Bayer
    settings are asked from the buffer library during the call. No call keeps state, allocates
@@ -39,6 +39,50 @@ TRV_EXTERN_C_BEGIN
    Note: 4-byte pixels from three-channel sources keep the byte in their fourth (XBGR32, XRGB32:
    first) place. */
 TRV_API uint32_t TIL_Convert(uint64_t source, uint64_t destination);
+
+/* Interpolation methods of TIL_FieldToFrame. */
+#define TIL_FIELD_LINE_DUP 0u /* repeat the field line above */
+#define TIL_FIELD_LINE_AVE 1u /* mean of the lines above and below, byte by byte */
+#define TIL_FIELD_BILINEAR 2u /* weighted sum of six samples */
+#define TIL_FIELD_MEDIAN 3u   /* median of six samples */
+
+/* Makes a frame of twice as many lines from one field of an interlaced picture.
+
+   "source" is the field: height lines of stride bytes each, every byte of them a sample, padding
+   too. "destination" receives exactly twice as many lines AT THE STRIDE OF THE SOURCE: give it the
+   same stride and format. "field_flag" 0: the field's lines become the frame's odd lines (1, 3,
+   ...) and line 0 repeats the first; not 0: they become the even lines and the last line repeats
+   the last. "method" is one of TIL_FIELD_... above. Bilinear and median take Mono8, BGR24, RGB24,
+   the five 8-bit layouts of 4 bytes and YUV422, and strides of whole pixels, at least two of them;
+   the other two take any format.
+
+     TRV_STATUS_OK           the destination holds the frame
+     TRV_STATUS_PARAMETER    missing handle, address or (bilinear, median) format, or a destination
+                             below two bytes per source pixel; nothing is written
+     TRV_STATUS_UNSUPPORTED  no such method, or not for this format; nothing is written
+
+   Notes: the size check counts a byte per pixel, so with wider pixels the caller vouches for 2 x
+   height x stride bytes. Means take bytes one by one: 16-bit samples lose the carry between theirs.
+   Bilinear darkens a flat area by up to one step (255 becomes 254), and the median of 4-byte pixels
+   makes lines three pixels short and goes on from there; both have always been so. Source and
+   destination must not overlap. */
+TRV_API uint32_t TIL_FieldToFrame(uint64_t source, uint64_t destination, uint32_t method,
+                                  uint32_t field_flag);
+
+/* The four methods by themselves, as above; they do not check the destination's handle. */
+TRV_API uint32_t TIL_FieldToFrame_LineDup(uint64_t source, uint64_t destination,
+                                          uint32_t field_flag);
+TRV_API uint32_t TIL_FieldToFrame_LineAve(uint64_t source, uint64_t destination,
+                                          uint32_t field_flag);
+TRV_API uint32_t TIL_FieldToFrame_Bilinear(uint64_t source, uint64_t destination,
+                                           uint32_t field_flag);
+TRV_API uint32_t TIL_FieldToFrame_Median(uint64_t source, uint64_t destination,
+                                         uint32_t field_flag);
+
+/* Median of the low bytes of six values: the mean of the third and the fourth smallest, rounded
+   down. Result 0 to 255. */
+TRV_API uint32_t TRV_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e,
+                             uint32_t f);
 
 /* File types of TIL_FileWrite. */
 #define TIL_FILE_RAW 2u  /* the memory image: height times stride bytes, no header */
