@@ -37,6 +37,12 @@ bool find_method(uint32_t value, bayer::Method* method) {
         case TBL_BAYER_METHOD_DUP:
             *method = bayer::dup;
             return true;
+        case TBL_BAYER_METHOD_AVE:
+            *method = bayer::ave;
+            return true;
+        case TBL_BAYER_METHOD_MED:
+            *method = bayer::med;
+            return true;
         default:
             return false;
     }

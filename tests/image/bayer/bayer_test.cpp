@@ -1,5 +1,6 @@
 // Every demosaic kernel at every level against the reference.
 #include "tests/reference/bayer.h"
+#include "image/api/convert.h"
 #include "image/bayer/kernel.h"
 #include "tests/harness.h"
 
@@ -176,6 +177,69 @@ TEST(Bayer, PlantedFaultsAreFound) {
     EXPECT_EQ(times_found<Fault::last_pixel>(Output::BGR24), 20);
     EXPECT_GT(times_found<Fault::byte_behind>(Output::BGR24), 5);
     EXPECT_EQ(times_found<Fault::pad_byte>(Output::BGRX32), 20);
+}
+
+// The depth comes from the format, method and phase from the settings, never from the letter.
+TEST(Bayer, TilConvertReachesEveryKernelWithTheDepthOfTheFormat) {
+    Random random(test::seed() + 3);
+    for (const trv::Format& format : trv::formats) {
+        if (format.family != trv::Family::bayer || trv::is_packed(format)) continue;
+        for (const Kernel& kernel : kernels) {
+            if ((kernel.input == Input::BAY8) != (format.significant == 8)) continue;
+            test::Picture source(format, 9, 5, 20, 2, test::Guarded::At::back);
+            fill_samples(source, format.significant, random);
+            test::Picture destination(output_format(kernel), 9, 5, 40, 0, test::Guarded::At::back);
+            destination.fill(random);
+            std::vector<uint8_t> expected = destination.bytes();
+            const reference::Mosaic mosaic{source.memory.data(),
+                                           20,
+                                           9,
+                                           5,
+                                           format.significant,
+                                           phase_colours[static_cast<int>(kernel.phase)]};
+            reference::demosaic(mosaic, method_of(kernel), store_of(kernel), expected.data(), 40);
+            const test::Wrapped from(source), to(destination);
+            from.set(TBL_PARAMETER_BAYER_METHOD,
+                     (static_cast<uint32_t>(kernel.method) + 1) << 8 | 9);
+            from.set(TBL_PARAMETER_BAYER_PHASE,
+                     (static_cast<uint32_t>(kernel.phase) + 1) << 8 | 10);
+            ASSERT_EQ(trv::convert(trv::current_level(), from.handle(), to.handle()), 0u);
+            ASSERT_TRUE(test::same_bytes(destination, expected)) << format.name << name_of(kernel);
+        }
+    }
+}
+
+// Four values from 0 to 3 in every order and with every tie, as the neighbours of a blue site: in
+// phase A pixel x of line 1, x odd, with green around it and red at its corners.
+TEST(Bayer, MediansEqualSortingOverEveryWeakOrdering) {
+    for (const Kernel& kernel : kernels) {
+        if (kernel.method != Method::med || kernel.phase != trv::Phase::A) continue;
+        const bool deep = kernel.input == Input::BAYn;
+        const uint32_t width = 4 * 256 + 3, stride = deep ? 2 * width + 2 : width + 1;
+        test::Picture source(input_format(kernel), width, 3, stride,
+                             bytes_beyond_line(kernel, width), test::Guarded::At::front);
+        std::memset(source.memory.data(), 0, source.memory.size());
+        const auto put = [&](uint32_t x, uint32_t y, uint32_t value) {
+            source.memory.data()[y * stride + (deep ? 2 * x + 1 : x)] =
+                static_cast<uint8_t>(value * 80);
+        };
+        for (uint32_t code = 0; code < 256; ++code) {
+            const uint32_t x = 4 * code + 1;
+            const uint32_t v[] = {code & 3, code >> 2 & 3, code >> 4 & 3, code >> 6};
+            put(x - 1, 1, v[0]), put(x + 1, 1, v[1]), put(x, 0, v[2]), put(x, 2, v[3]);
+            put(x - 1, 0, v[0]), put(x + 1, 0, v[1]), put(x - 1, 2, v[2]), put(x + 1, 2, v[3]);
+        }
+        Random random(test::seed());
+        for (unsigned level = 0; level <= trv::best_level(); ++level)
+            for (const uint32_t bits : {10u, 16u})
+                ASSERT_TRUE(
+                    check(trv::levels[level], {kernel, width, 3, deep ? bits : 8}, source, random));
+    }
+    const reference::Reducer reducer(reference::Mosaic{nullptr, 0, 0, 0, 8, "RGGB"});
+    EXPECT_EQ(reducer.of_four(reference::Method::med, {10, 10, 10, 250}), 10u);
+    EXPECT_EQ(reducer.of_four(reference::Method::ave, {10, 10, 10, 250}), 70u);
+    EXPECT_EQ(reducer.of_four(reference::Method::med, {4, 1, 3, 2}), 2u);
+    EXPECT_EQ(reducer.of_four(reference::Method::med, {200, 9, 5, 9}), 9u);
 }
 
 TEST(Bayer, PicturesBelowTwoByTwoAreLeftAlone) {
