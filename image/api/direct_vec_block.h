@@ -18,14 +18,14 @@ struct Kernel;
 // What is done to loaded bytes before they are taken apart.
 struct AsTheyAre {
     static constexpr bool words = false;
-    explicit AsTheyAre(const Line&) {}
-    U8 operator()(U8 v) const { return v; }
+    TRV_INLINE explicit AsTheyAre(const Line&) {}
+    TRV_INLINE U8 operator()(U8 v) const { return v; }
 };
 
 struct NarrowWords {
     static constexpr bool words = true;
-    explicit NarrowWords(const Line& job) : shift(job.shift) {}
-    U8 operator()(U8 v) const { return as<U8>(shift_right(as<U16>(v), shift)); }
+    TRV_INLINE explicit NarrowWords(const Line& job) : shift(job.shift) {}
+    TRV_INLINE U8 operator()(U8 v) const { return as<U8>(shift_right(as<U16>(v), shift)); }
     unsigned shift;
 };
 
@@ -34,7 +34,7 @@ struct NarrowWords {
 template <typename M, int Shift, int... Factors>
 struct Field {
     template <int First, int Room>
-    static U16 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {
         static constexpr auto factors = [] {
             const int list[] = {Factors...};
             Lanes<uint16_t, sizeof(U8) / 2> lanes{};
@@ -73,17 +73,17 @@ struct MappedBlocks {
     };
 
     template <int... K>
-    static Block read_all(const uint8_t* source, Pre pre, std::integer_sequence<int, K...>) {
+    TRV_INLINE static Block read_all(const uint8_t* source, Pre pre, std::integer_sequence<int, K...>) {
         return {{gather<M, K * vector_bytes, room>(source, pre)...}};
     }
     template <int... K>
-    static void write_all(uint8_t* out, const Block& block, std::integer_sequence<int, K...>) {
+    TRV_INLINE static void write_all(uint8_t* out, const Block& block, std::integer_sequence<int, K...>) {
         (store_mapped<M, K * vector_bytes>(out + K * vector_bytes, block.v[K]), ...);
     }
-    static Block read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static Block read(const uint8_t* source, const Line& job) {
         return read_all(source, Pre(job), std::make_integer_sequence<int, vectors>{});
     }
-    static void write(uint8_t* out, const Block& block) {
+    TRV_INLINE static void write(uint8_t* out, const Block& block) {
         write_all(out, block, std::make_integer_sequence<int, vectors>{});
     }
 };
@@ -96,7 +96,7 @@ struct Kernel<NarrowBytes<M>> : MappedBlocks<M, NarrowWords> {};
 
 // 5-6-5 and 5-5-5 words of channels in 8 bits.
 template <bool SixGreen>
-inline U16 words_of(U16 top, U16 green, U16 bottom) {
+TRV_INLINE U16 words_of(U16 top, U16 green, U16 bottom) {
     if constexpr (SixGreen)
         return (top & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | bottom >> 3;
     else

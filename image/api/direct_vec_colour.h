@@ -15,18 +15,18 @@ struct PixelBlocks {
 };
 
 struct StoreWords {
-    static void write(uint8_t* out, U16 words) { store(out, words); }
+    TRV_INLINE static void write(uint8_t* out, U16 words) { store(out, words); }
 };
 
 template <int Source, int Top, int Green, int Bottom, bool SixGreen>
 struct Kernel<ColourWord<Source, Top, Green, Bottom, SixGreen>>
     : PixelBlocks<vector_bytes / 2, Source>, StoreWords {
     template <int Channel>
-    static U16 channel(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 channel(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes / 2 * Source;
         return as<U16>(gather<Map<Source, Channel, zero>, 0, room>(source, AsTheyAre(job)));
     }
-    static U16 read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 read(const uint8_t* source, const Line& job) {
         return words_of<SixGreen>(channel<Top>(source, job), channel<Green>(source, job),
                                   channel<Bottom>(source, job));
     }
@@ -35,11 +35,11 @@ struct Kernel<ColourWord<Source, Top, Green, Bottom, SixGreen>>
 template <int Kept, int Other>
 struct Kernel<FlaggedChannel<Kept, Other>> : PixelBlocks<vector_bytes / 2, 6>, StoreWords {
     template <int Channel>
-    static U16 channel(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 channel(const uint8_t* source, const Line& job) {
         return as<U16>(
             gather<Map<6, Channel, Channel + 1>, 0, vector_bytes / 2 * 6>(source, AsTheyAre(job)));
     }
-    static U16 read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 read(const uint8_t* source, const Line& job) {
         const U16 is_set = as<U16>(channel<Other>(source, job) != U16{});
         return shift_right(channel<Kept>(source, job), job.shift + 3) |
                (is_set & splat<U16>(job.flag));
@@ -52,7 +52,7 @@ struct FourVectors {
 };
 
 struct StoreDwords {
-    static void write(uint8_t* out, const FourVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const FourVectors& v) {
         for (int k = 0; k < 4; ++k) store(out + k * vector_bytes, v.d[k]);
     }
 };
@@ -60,13 +60,13 @@ struct StoreDwords {
 template <typename M>
 struct Kernel<Thirty<M>> : PixelBlocks<vector_bytes, M::source>, StoreDwords {
     template <int K>
-    static U32 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U32 get(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes * M::source;
         const U32 d = as<U32>(gather<M, K * vector_bytes, room>(source, AsTheyAre(job)));
         return (d & splat<U32>(0xFF)) | (d & splat<U32>(0xFF00)) << 2 |
                (d & splat<U32>(0xFF0000)) << 6;
     }
-    static FourVectors read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static FourVectors read(const uint8_t* source, const Line& job) {
         return {
             {get<0>(source, job), get<1>(source, job), get<2>(source, job), get<3>(source, job)}};
     }
@@ -76,38 +76,38 @@ template <int Source, int Low, int Middle, int High>
 struct Kernel<DeepThirty<Source, Low, Middle, High>> : PixelBlocks<vector_bytes, Source>,
                                                        StoreDwords {
     template <int K, int Channel>
-    static U32 channel(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U32 channel(const uint8_t* source, const Line& job) {
         return as<U32>(gather<Map<Source, Channel, Channel + 1, zero, zero>, K * vector_bytes,
                               vector_bytes * Source>(source, AsTheyAre(job)));
     }
     template <int K>
-    static U32 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U32 get(const uint8_t* source, const Line& job) {
         const unsigned down = job.shift - 2;
         const U32 low = channel<K, Low>(source, job) >> down & splat<U32>(0x3FF);
         const U32 middle = channel<K, Middle>(source, job) << 2 >> down & splat<U32>(0xFFF);
         const U32 high = channel<K, High>(source, job) >> down;
         return low | middle << 10 | high << 22;
     }
-    static FourVectors read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static FourVectors read(const uint8_t* source, const Line& job) {
         return {
             {get<0>(source, job), get<1>(source, job), get<2>(source, job), get<3>(source, job)}};
     }
 };
 
-inline U32 bgr_of_thirty(U32 w) {
+TRV_INLINE U32 bgr_of_thirty(U32 w) {
     return (w >> 2 & splat<U32>(0xFF)) | (w >> 6 & splat<U32>(0xFF00)) |
            (w >> 8 & splat<U32>(0xFF0000));
 }
 
 template <typename M>
 struct Kernel<ThirtyBytes<M>> : PixelBlocks<vector_bytes, 4> {
-    static FourVectors read(const uint8_t* source, const Line&) {
-        const auto get = [&](int k) {
+    TRV_INLINE static FourVectors read(const uint8_t* source, const Line&) {
+        const auto get = [&](int k) TRV_INLINE_LAMBDA {
             return permute<M>(bgr_of_thirty(load<U32>(source + k * vector_bytes)));
         };
         return {{get(0), get(1), get(2), get(3)}};
     }
-    static void write(uint8_t* out, const FourVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const FourVectors& v) {
         if constexpr (M::destination == 3)
             store_three(out, v.d);
         else
@@ -117,25 +117,25 @@ struct Kernel<ThirtyBytes<M>> : PixelBlocks<vector_bytes, 4> {
 
 template <bool RedOnTop, bool SixGreen>
 struct Kernel<ThirtyWord<RedOnTop, SixGreen>> : PixelBlocks<vector_bytes / 2, 4>, StoreWords {
-    static U32 words(U32 w) {
+    TRV_INLINE static U32 words(U32 w) {
         // The top bits of each field, moved straight to where the word has them.
         constexpr int top = SixGreen ? 11 : 10;
         const U32 green = SixGreen ? w >> 11 & splat<U32>(0x7E0) : w >> 12 & splat<U32>(0x3E0);
         const U32 red = w >> 27, blue = w >> 5 & splat<U32>(0x1F);
         return (RedOnTop ? red : blue) << top | green | (RedOnTop ? blue : red);
     }
-    static U16 read(const uint8_t* source, const Line&) {
+    TRV_INLINE static U16 read(const uint8_t* source, const Line&) {
         return narrow(words(load<U32>(source)), words(load<U32>(source + vector_bytes)));
     }
 };
 
 template <>
 struct Kernel<ThirtyExchanged> : PixelBlocks<vector_bytes / 4, 4> {
-    static U32 read(const uint8_t* source, const Line&) {
+    TRV_INLINE static U32 read(const uint8_t* source, const Line&) {
         const U32 w = load<U32>(source);
         return (w & splat<U32>(0x3FFC00)) | w << 22 | w >> 22;
     }
-    static void write(uint8_t* out, U32 v) { store(out, v); }
+    TRV_INLINE static void write(uint8_t* out, U32 v) { store(out, v); }
 };
 
 // Fields of 10 bits as words; `Behind` source bytes belong to the pixel behind the block.
@@ -144,13 +144,13 @@ struct ThirtyFields : PixelBlocks<vector_bytes / 2, 4> {
     struct Block {
         U16 v[3];
     };
-    static Block read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static Block read(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes * 2 + Behind;
         return {{F::template get<0, room>(source, job),
                  F::template get<vector_bytes, room>(source, job),
                  F::template get<2 * vector_bytes, room>(source, job)}};
     }
-    static void write(uint8_t* out, const Block& block) {
+    TRV_INLINE static void write(uint8_t* out, const Block& block) {
         for (int k = 0; k < 3; ++k) store(out + k * vector_bytes, block.v[k]);
     }
 };
@@ -170,7 +170,7 @@ struct YuvWords {
     I16 blue, green, red;
 };
 
-inline YuvWords yuv_words(U16 pixels) {
+TRV_INLINE YuvWords yuv_words(U16 pixels) {
     const U16 byte = splat<U16>(0xFF);
     const U32 pairs = as<U32>(pixels);
     const U32 u = pairs >> 8 & splat<U32>(0xFF), v = pairs >> 24;
@@ -188,12 +188,12 @@ struct Kernel<Yuv<M>> {
     static constexpr bool pad_first = M::at(0) == keep;
     static constexpr bool blue_first = M::at(pad_first ? 1 : 0) == 0;
 
-    static Planes read(const uint8_t* source, const Line&) {
+    TRV_INLINE static Planes read(const uint8_t* source, const Line&) {
         const YuvWords a = yuv_words(load<U16>(source));
         const YuvWords b = yuv_words(load<U16>(source + vector_bytes));
         return {saturate(a.blue, b.blue), saturate(a.green, b.green), saturate(a.red, b.red)};
     }
-    static void write(uint8_t* out, const Planes& p) {
+    TRV_INLINE static void write(uint8_t* out, const Planes& p) {
         const U8 first = blue_first ? p.blue : p.red, last = blue_first ? p.red : p.blue;
         if constexpr (M::destination == 3)
             store_three(out, first, p.green, last);

@@ -16,7 +16,7 @@ template <>
 struct GreyWords<Grey8> {
     static constexpr size_t unit = 1, unit_bytes = 1;
     template <int Half>
-    static U16 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {
         return as<U16>(
             gather<Map<1, 0, zero>, Half * vector_bytes, vector_bytes>(source, AsTheyAre(job)));
     }
@@ -26,7 +26,7 @@ template <>
 struct GreyWords<Grey16> {
     static constexpr size_t unit = 1, unit_bytes = 2;
     template <int Half>
-    static U16 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {
         return shift_right(load<U16>(source + Half * vector_bytes), job.shift) & splat<U16>(0xFF);
     }
 };
@@ -35,7 +35,7 @@ template <size_t Unit, size_t UnitBytes, typename F>
 struct FieldWords {
     static constexpr size_t unit = Unit, unit_bytes = UnitBytes;
     template <int Half>
-    static U16 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes / static_cast<int>(unit) * static_cast<int>(unit_bytes);
         return F::template get<Half * vector_bytes, room>(source, job);
     }
@@ -63,7 +63,7 @@ struct GreyBlocks {
     static constexpr size_t pixels = sizeof(U8);
     static constexpr size_t unit = GreyWords<Grey>::unit;
     static constexpr size_t unit_bytes = GreyWords<Grey>::unit_bytes;
-    static TwoVectors read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static TwoVectors read(const uint8_t* source, const Line& job) {
         return {GreyWords<Grey>::template get<0>(source, job),
                 GreyWords<Grey>::template get<1>(source, job)};
     }
@@ -71,7 +71,7 @@ struct GreyBlocks {
 
 template <typename Grey, bool SixGreen>
 struct Kernel<GreyWord<Grey, SixGreen>> : GreyBlocks<Grey> {
-    static void write(uint8_t* out, const TwoVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
         store(out, words_of<SixGreen>(v.a, v.a, v.a));
         store(out + vector_bytes, words_of<SixGreen>(v.b, v.b, v.b));
     }
@@ -79,7 +79,7 @@ struct Kernel<GreyWord<Grey, SixGreen>> : GreyBlocks<Grey> {
 
 template <typename Grey>
 struct Kernel<GreyThree<Grey>> : GreyBlocks<Grey> {
-    static void write(uint8_t* out, const TwoVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
         const U8 grey = narrow(v.a, v.b);
         store_three(out, grey, grey, grey);
     }
@@ -87,7 +87,7 @@ struct Kernel<GreyThree<Grey>> : GreyBlocks<Grey> {
 
 template <typename Grey>
 struct Kernel<GreyFour<Grey>> : GreyBlocks<Grey> {
-    static void write(uint8_t* out, const TwoVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
         const U16 a = v.a | v.a << 8, b = v.b | v.b << 8;
         store_in_turn(out, a, a);
         store_in_turn(out + 2 * vector_bytes, b, b);
@@ -98,11 +98,11 @@ template <size_t Unit, size_t UnitBytes, typename F>
 struct UnpackBlocks {
     static constexpr size_t pixels = sizeof(U8);
     static constexpr size_t unit = Unit, unit_bytes = UnitBytes;
-    static TwoVectors read(const uint8_t* source, const Line& job) {
+    TRV_INLINE static TwoVectors read(const uint8_t* source, const Line& job) {
         using Words = FieldWords<Unit, UnitBytes, F>;
         return {Words::template get<0>(source, job), Words::template get<1>(source, job)};
     }
-    static void write(uint8_t* out, const TwoVectors& v) {
+    TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
         store(out, v.a);
         store(out + vector_bytes, v.b);
     }
@@ -112,7 +112,7 @@ struct UnpackBlocks {
 // the window of the two bytes behind it the rest.
 struct Field14 {
     template <int First, int Room>
-    static U16 get(const uint8_t* source, const Line& job) {
+    TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {
         static constexpr auto factors = [] {
             const int shift[] = {0, 6, 4, 2};  // of the sample inside its first byte
             Lanes<uint16_t, sizeof(U8) / 2> lanes{};

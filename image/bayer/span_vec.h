@@ -23,12 +23,12 @@ namespace TRV_LEVEL {
 namespace {
 
 // Words of red, green and blue as 5-6-5. Blue is not masked: see layout::Rgb16.
-inline U16 pack565(U16 red, U16 green, U16 blue) {
+TRV_INLINE U16 pack565(U16 red, U16 green, U16 blue) {
     return (red & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | blue >> 3;
 }
 
 template <bayer::SpanLayout L>
-inline void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
+TRV_INLINE void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
     if constexpr (L == bayer::bgr24)
         store_three(out, blue, green, red);
     else if constexpr (L == bayer::bgrx32)
@@ -44,7 +44,7 @@ constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
 
 // Pixels x to x + sizeof(U8) - 1, x odd.
 template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
-inline void step(const bayer::Line& line, size_t x) {
+TRV_INLINE void step(const bayer::Line& line, size_t x) {
     uint8_t* out = line.out + x * pixel_bytes(L);
     prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
     if constexpr (D == bayer::depth8) {
@@ -54,7 +54,7 @@ inline void step(const bayer::Line& line, size_t x) {
         const auto a = Rule::colours(line, x);
         const auto b = Rule::colours(line, x + sizeof(U16) / 2);
         if constexpr (L == bayer::rgb16) {
-            const auto put = [](uint8_t* to, const Colours<U16>& c) {
+            const auto put = [](uint8_t* to, const Colours<U16>& c) TRV_INLINE_LAMBDA {
                 store(to, pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row));
             };
             put(out, a);
@@ -69,7 +69,7 @@ inline void step(const bayer::Line& line, size_t x) {
 
 // One body for all vectors of a line: the last one overlaps the one before it.
 template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
-inline void run_line(const bayer::Line& line) {
+TRV_INLINE void run_line(const bayer::Line& line) {
     const bayer::Line lines = line;
     const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
     for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {

@@ -23,15 +23,15 @@ struct Lines {
     const uint8_t* lower;
 };
 
-inline U8 floor_mean(U8 a, U8 b) {
+TRV_INLINE U8 floor_mean(U8 a, U8 b) {
     return ceil_mean(a, b) - ((a ^ b) & splat<U8>(1));
 }
 
 struct Average {
-    static field::Row of(const field::Rows& rows, field::Neighbour) { return rows.average; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) { return rows.average; }
 
     template <int D>
-    static U8 at(const Lines& l, size_t k) {
+    TRV_INLINE static U8 at(const Lines& l, size_t k) {
         return floor_mean(load<U8>(l.upper + k), load<U8>(l.lower + k));
     }
 };
@@ -39,10 +39,10 @@ struct Average {
 // 105 a + 75 b is 15 (7 a + 5 b), whose inner part fits 16 bits; 15 t >> 9 is the high half of 1920
 // t.
 struct Bilinear {
-    static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.bilinear[n]; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.bilinear[n]; }
 
     template <int D>
-    static U8 at(const Lines& l, size_t k) {
+    TRV_INLINE static U8 at(const Lines& l, size_t k) {
         const uint8_t *upper = l.upper + k, *lower = l.lower + k;
         const WordHalves sum = weighted<7>(load<U8>(upper), load<U8>(lower)) +
                                weighted<5>(load<U8>(upper - D), load<U8>(lower - D)) +
@@ -53,15 +53,15 @@ struct Bilinear {
 };
 
 struct VectorOrder {
-    static U8 min(U8 a, U8 b) { return TRV_LEVEL::min(a, b); }
-    static U8 max(U8 a, U8 b) { return TRV_LEVEL::max(a, b); }
+    TRV_INLINE static U8 min(U8 a, U8 b) { return TRV_LEVEL::min(a, b); }
+    TRV_INLINE static U8 max(U8 a, U8 b) { return TRV_LEVEL::max(a, b); }
 };
 
 struct Median {
-    static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.median[n]; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.median[n]; }
 
     template <int D>
-    static U8 at(const Lines& l, size_t k) {
+    TRV_INLINE static U8 at(const Lines& l, size_t k) {
         const auto middle = middle_of_six<VectorOrder>(
             load<U8>(l.upper + k - D), load<U8>(l.upper + k), load<U8>(l.upper + k + D),
             load<U8>(l.lower + k - D), load<U8>(l.lower + k), load<U8>(l.lower + k + D));
@@ -70,7 +70,7 @@ struct Median {
 };
 
 template <typename Rule, field::Neighbour N>
-inline U8 bytes(const Lines& l, size_t k) {
+TRV_INLINE U8 bytes(const Lines& l, size_t k) {
     if constexpr (N == field::one) return Rule::template at<1>(l, k);
     if constexpr (N == field::three) return Rule::template at<3>(l, k);
     if constexpr (N == field::four) return Rule::template at<4>(l, k);

@@ -7,6 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 
+// A loop body is one piece: a call in it would pass its vectors through memory.
+#define TRV_INLINE [[gnu::always_inline]] inline
+#define TRV_INLINE_LAMBDA __attribute__((always_inline))
+
 namespace trv::TRV_LEVEL {
 namespace {
 
@@ -14,24 +18,24 @@ template <typename T, size_t Bytes>
 using VecOf __attribute__((vector_size(Bytes))) = T;
 
 template <typename To, typename From>
-inline To as(From v) {
+TRV_INLINE To as(From v) {
     return reinterpret_cast<To>(v);
 }
 
 template <typename V>
-inline V load(const uint8_t* at) {
+TRV_INLINE V load(const uint8_t* at) {
     V v;
     __builtin_memcpy(&v, at, sizeof v);
     return v;
 }
 
 template <typename V>
-inline void store(uint8_t* at, V v) {
+TRV_INLINE void store(uint8_t* at, V v) {
     __builtin_memcpy(at, &v, sizeof v);
 }
 
 template <typename V, typename T>
-inline V splat(T value) {
+TRV_INLINE V splat(T value) {
     auto lane = V{}[0];
     lane = static_cast<decltype(lane)>(value);
     return V{} + lane;
@@ -44,7 +48,7 @@ struct alignas(Count * sizeof(T)) Lanes {
 };
 
 template <typename V, typename L>
-inline V lanes(const L& constant) {
+TRV_INLINE V lanes(const L& constant) {
     static_assert(sizeof(V) == sizeof constant);
     V v;
     __builtin_memcpy(&v, &constant, sizeof v);
@@ -56,7 +60,7 @@ inline V lanes(const L& constant) {
 constexpr size_t prefetch_distance = 512;
 
 template <size_t Bytes>
-inline void prefetch_ahead(const uint8_t* out) {
+TRV_INLINE void prefetch_ahead(const uint8_t* out) {
     for (size_t at = 0; at < Bytes; at += 64) __builtin_prefetch(out + prefetch_distance + at, 1);
 }
 

@@ -14,67 +14,67 @@ using U16 = VecOf<uint16_t, 32>;
 using U32 = VecOf<uint32_t, 32>;
 using I16 = VecOf<int16_t, 32>;
 
-inline __m256i reg(U8 v) {
+TRV_INLINE __m256i reg(U8 v) {
     return reinterpret_cast<__m256i>(v);
 }
-inline __m256i reg(U16 v) {
+TRV_INLINE __m256i reg(U16 v) {
     return reinterpret_cast<__m256i>(v);
 }
-inline __m256i reg(U32 v) {
+TRV_INLINE __m256i reg(U32 v) {
     return reinterpret_cast<__m256i>(v);
 }
 
-inline U8 min(U8 a, U8 b) {
+TRV_INLINE U8 min(U8 a, U8 b) {
     return as<U8>(_mm256_min_epu8(reg(a), reg(b)));
 }
-inline U8 max(U8 a, U8 b) {
+TRV_INLINE U8 max(U8 a, U8 b) {
     return as<U8>(_mm256_max_epu8(reg(a), reg(b)));
 }
-inline U16 min(U16 a, U16 b) {
+TRV_INLINE U16 min(U16 a, U16 b) {
     return as<U16>(_mm256_min_epu16(reg(a), reg(b)));
 }
-inline U16 max(U16 a, U16 b) {
+TRV_INLINE U16 max(U16 a, U16 b) {
     return as<U16>(_mm256_max_epu16(reg(a), reg(b)));
 }
-inline U8 ceil_mean(U8 a, U8 b) {
+TRV_INLINE U8 ceil_mean(U8 a, U8 b) {
     return as<U8>(_mm256_avg_epu8(reg(a), reg(b)));
 }
-inline U16 ceil_mean(U16 a, U16 b) {
+TRV_INLINE U16 ceil_mean(U16 a, U16 b) {
     return as<U16>(_mm256_avg_epu16(reg(a), reg(b)));
 }
 
-inline U16 shift_right(U16 v, unsigned count) {
+TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm256_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }
 
 // The low bytes of two vectors of words, in order.
-inline U8 narrow(U16 a, U16 b) {
+TRV_INLINE U8 narrow(U16 a, U16 b) {
     const U16 low = splat<U16>(0xFF);
     const __m256i halves = _mm256_packus_epi16(reg(a & low), reg(b & low));
     return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
 }
 
 // The low words of two vectors of dwords that hold no more, in order.
-inline U16 narrow(U32 a, U32 b) {
+TRV_INLINE U16 narrow(U32 a, U32 b) {
     return as<U16>(_mm256_permute4x64_epi64(_mm256_packus_epi32(reg(a), reg(b)), 0xD8));
 }
 
 // Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
-inline U8 saturate(I16 a, I16 b) {
+TRV_INLINE U8 saturate(I16 a, I16 b) {
     const __m256i halves = _mm256_packus_epi16(as<__m256i>(a), as<__m256i>(b));
     return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
 }
 
 // Upper halves of 32-bit products.
-inline U16 mul_high(U16 a, U16 b) {
+TRV_INLINE U16 mul_high(U16 a, U16 b) {
     return as<U16>(_mm256_mulhi_epu16(reg(a), reg(b)));
 }
-inline I16 mul_high(I16 a, I16 b) {
+TRV_INLINE I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm256_mulhi_epi16(as<__m256i>(a), as<__m256i>(b)));
 }
 
 // Two results whose 128-bit halves are low a, low b and high a, high b of the memory order.
-inline void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
+TRV_INLINE void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
     store(out, as<U8>(_mm256_permute2x128_si256(a, b, 0x20)));
     store(out + apart, as<U8>(_mm256_permute2x128_si256(a, b, 0x31)));
 }
@@ -82,24 +82,24 @@ inline void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
 // The words of as many bytes, in an order of their own that `narrow` undoes.
 struct WordHalves {
     U16 low, high;
-    WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+    TRV_INLINE WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
 };
 
 // Weight (a + b) of two vectors of bytes, Weight at most 127.
 template <int Weight>
-inline WordHalves weighted(U8 a, U8 b) {
+TRV_INLINE WordHalves weighted(U8 a, U8 b) {
     const auto weight = _mm256_set1_epi8(Weight);
     return {as<U16>(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(reg(a), reg(b)), weight)),
             as<U16>(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(reg(a), reg(b)), weight))};
 }
 
 // Words of no more than 255 back to bytes.
-inline U8 narrow(const WordHalves& words) {
+TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm256_packus_epi16(reg(words.low), reg(words.high)));
 }
 
 // Words of a and b in turn: a0 b0 a1 b1 ...
-inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
+TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store_halves(out, 32, _mm256_unpacklo_epi16(reg(a), reg(b)),
                  _mm256_unpackhi_epi16(reg(a), reg(b)));
 }
@@ -107,7 +107,7 @@ inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
 // Bytes of b, g and r in turn: 32 pixels of three bytes. In each half one shuffle per source serves
 // all three results (16 and 3 share no factor) and two blends choose per result; the halves then
 // change places.
-inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
+TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     const auto order = [](int offset) consteval {
         Lanes<uint8_t, 32> lanes{};
         for (int i = 0; i < 32; ++i)
@@ -138,7 +138,7 @@ inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
 // Bytes of b, g and r in turn with every fourth byte of memory kept (the first of each pixel, or
 // the last): loaded, blended, stored back.
 template <bool PadFirst = false>
-inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
+TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     const __m256i none = _mm256_setzero_si256();
     const __m256i bg_low = _mm256_unpacklo_epi8(reg(b), reg(g));
     const __m256i bg_high = _mm256_unpackhi_epi8(reg(b), reg(g));
@@ -149,7 +149,7 @@ inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     const __m256i p2 = _mm256_unpacklo_epi16(bg_high, r_high),
                   p3 = _mm256_unpackhi_epi16(bg_high, r_high);
     const U32 pad = splat<U32>(PadFirst ? 0xFFu : 0xFF000000u);
-    const auto put = [&](size_t at, __m256i pixels) {
+    const auto put = [&](size_t at, __m256i pixels) TRV_INLINE_LAMBDA {
         const U32 kept = load<U32>(out + at) & pad;
         store(out + at, as<U32>(pixels) << (PadFirst ? 8 : 0) | kept);
     };
@@ -170,12 +170,12 @@ consteval Lanes<uint8_t, 32> gather_order(const Plan& low, const Plan& high) {
 }
 
 template <typename M, int First, int Room, int J, typename Pre>
-inline U8 gather_load(const uint8_t* source, Pre pre) {
+TRV_INLINE U8 gather_load(const uint8_t* source, Pre pre) {
     constexpr Plan low = plan<M>(First, 16, 16, Room, Pre::words);
     constexpr Plan high = plan<M>(First + 16, 16, 16, Room, Pre::words);
     if constexpr (J >= low.loads && J >= high.loads) return U8{};
     static constexpr auto order = gather_order<M, First, J>(low, high);
-    const auto half = [&](const Plan& p) {
+    const auto half = [&](const Plan& p) TRV_INLINE_LAMBDA {
         const uint8_t* at = source + p.offset[J < p.loads ? J : 0];
         return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
     };
@@ -186,7 +186,7 @@ inline U8 gather_load(const uint8_t* source, Pre pre) {
 // Destination bytes First to First + 31 of a map over `Room` source bytes; `pre` works on what is
 // loaded before its bytes are taken apart. Kept bytes come out as 0.
 template <typename M, int First, int Room, typename Pre>
-inline U8 gather(const uint8_t* source, Pre pre) {
+TRV_INLINE U8 gather(const uint8_t* source, Pre pre) {
     return gather_load<M, First, Room, 0>(source, pre) |
            gather_load<M, First, Room, 1>(source, pre) |
            gather_load<M, First, Room, 2>(source, pre) |
@@ -195,7 +195,7 @@ inline U8 gather(const uint8_t* source, Pre pre) {
 
 // Stores a vector but for the kept bytes of the map: these are stored back as they were.
 template <typename M, int First>
-inline void store_mapped(uint8_t* out, U8 v) {
+TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
     if constexpr (M::has_kept()) {
         static constexpr auto kept = [] {
             Lanes<uint8_t, 32> lanes{};
@@ -209,7 +209,7 @@ inline void store_mapped(uint8_t* out, U8 v) {
 
 // Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
 template <typename M>
-inline U32 permute(U32 v) {
+TRV_INLINE U32 permute(U32 v) {
     static constexpr auto order = [] {
         Lanes<uint8_t, 32> lanes{};
         for (int i = 0; i < 32; ++i) {
@@ -223,10 +223,10 @@ inline U32 permute(U32 v) {
 
 // The low three bytes of 32 dwords. A vector's 24 bytes are six dwords of the output; they are
 // turned to where they belong in it and the outputs are blended from two vectors each.
-inline void store_three(uint8_t* out, const U32 (&d)[4]) {
+TRV_INLINE void store_three(uint8_t* out, const U32 (&d)[4]) {
     const __m256i order = _mm256_broadcastsi128_si256(
         _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
-    const auto turned = [&](U32 v, __m256i turn) {
+    const auto turned = [&](U32 v, __m256i turn) TRV_INLINE_LAMBDA {
         return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(reg(v), order), turn);
     };
     const __m256i t0 = turned(d[0], _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 0, 0));

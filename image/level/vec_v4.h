@@ -14,36 +14,36 @@ using U16 = VecOf<uint16_t, 64>;
 using U32 = VecOf<uint32_t, 64>;
 using I16 = VecOf<int16_t, 64>;
 
-inline __m512i reg(U8 v) {
+TRV_INLINE __m512i reg(U8 v) {
     return reinterpret_cast<__m512i>(v);
 }
-inline __m512i reg(U16 v) {
+TRV_INLINE __m512i reg(U16 v) {
     return reinterpret_cast<__m512i>(v);
 }
-inline __m512i reg(U32 v) {
+TRV_INLINE __m512i reg(U32 v) {
     return reinterpret_cast<__m512i>(v);
 }
 
-inline U8 min(U8 a, U8 b) {
+TRV_INLINE U8 min(U8 a, U8 b) {
     return as<U8>(_mm512_min_epu8(reg(a), reg(b)));
 }
-inline U8 max(U8 a, U8 b) {
+TRV_INLINE U8 max(U8 a, U8 b) {
     return as<U8>(_mm512_max_epu8(reg(a), reg(b)));
 }
-inline U16 min(U16 a, U16 b) {
+TRV_INLINE U16 min(U16 a, U16 b) {
     return as<U16>(_mm512_min_epu16(reg(a), reg(b)));
 }
-inline U16 max(U16 a, U16 b) {
+TRV_INLINE U16 max(U16 a, U16 b) {
     return as<U16>(_mm512_max_epu16(reg(a), reg(b)));
 }
-inline U8 ceil_mean(U8 a, U8 b) {
+TRV_INLINE U8 ceil_mean(U8 a, U8 b) {
     return as<U8>(_mm512_avg_epu8(reg(a), reg(b)));
 }
-inline U16 ceil_mean(U16 a, U16 b) {
+TRV_INLINE U16 ceil_mean(U16 a, U16 b) {
     return as<U16>(_mm512_avg_epu16(reg(a), reg(b)));
 }
 
-inline U16 shift_right(U16 v, unsigned count) {
+TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm512_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }
 
@@ -64,19 +64,19 @@ consteval uint64_t mask_where(F f) {
 }
 
 // The low bytes of two vectors of words, in order.
-inline U8 narrow(U16 a, U16 b) {
+TRV_INLINE U8 narrow(U16 a, U16 b) {
     static constexpr auto even = order<uint8_t>([](size_t i) { return 2 * i; });
     return as<U8>(_mm512_permutex2var_epi8(reg(a), reg(lanes<U8>(even)), reg(b)));
 }
 
 // The low words of two vectors of dwords, in order.
-inline U16 narrow(U32 a, U32 b) {
+TRV_INLINE U16 narrow(U32 a, U32 b) {
     static constexpr auto even = order<uint16_t>([](size_t i) { return 2 * i; });
     return as<U16>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(even)), reg(b)));
 }
 
 // Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
-inline U8 saturate(I16 a, I16 b) {
+TRV_INLINE U8 saturate(I16 a, I16 b) {
     static constexpr auto turn = order<uint64_t>([](size_t i) { return i / 4 + i % 4 * 2; });
     const __m512i quarters = _mm512_packus_epi16(as<__m512i>(a), as<__m512i>(b));
     // The unmasked intrinsic draws a false warning of g++ 12.
@@ -84,34 +84,34 @@ inline U8 saturate(I16 a, I16 b) {
 }
 
 // Upper halves of 32-bit products.
-inline U16 mul_high(U16 a, U16 b) {
+TRV_INLINE U16 mul_high(U16 a, U16 b) {
     return as<U16>(_mm512_mulhi_epu16(reg(a), reg(b)));
 }
-inline I16 mul_high(I16 a, I16 b) {
+TRV_INLINE I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm512_mulhi_epi16(as<__m512i>(a), as<__m512i>(b)));
 }
 
 // The words of as many bytes, in an order of their own that `narrow` undoes.
 struct WordHalves {
     U16 low, high;
-    WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+    TRV_INLINE WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
 };
 
 // Weight (a + b) of two vectors of bytes, Weight at most 127.
 template <int Weight>
-inline WordHalves weighted(U8 a, U8 b) {
+TRV_INLINE WordHalves weighted(U8 a, U8 b) {
     const auto weight = _mm512_set1_epi8(Weight);
     return {as<U16>(_mm512_maddubs_epi16(_mm512_unpacklo_epi8(reg(a), reg(b)), weight)),
             as<U16>(_mm512_maddubs_epi16(_mm512_unpackhi_epi8(reg(a), reg(b)), weight))};
 }
 
 // Words of no more than 255 back to bytes.
-inline U8 narrow(const WordHalves& words) {
+TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm512_packus_epi16(reg(words.low), reg(words.high)));
 }
 
 // Words of a and b in turn: a0 b0 a1 b1 ...
-inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
+TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
     static constexpr auto low = order<uint16_t>([](size_t i) { return i / 2 + i % 2 * 32; });
     static constexpr auto high = order<uint16_t>([](size_t i) { return 16 + i / 2 + i % 2 * 32; });
     store(out, as<U8>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(low)), reg(b))));
@@ -121,7 +121,7 @@ inline void store_in_turn(uint8_t* out, U16 a, U16 b) {
 // Vector `Part` of the bytes of b, g and r in turn, `Step` bytes per pixel: the first two channels
 // by one permutation, the third by a second one under a mask.
 template <size_t Part, size_t Step>
-inline __m512i in_turn(U8 b, U8 g, U8 r) {
+TRV_INLINE __m512i in_turn(U8 b, U8 g, U8 r) {
     static constexpr auto two = order<uint8_t>([](size_t i) {
         const size_t t = Part * 64 + i;
         return t / Step + t % Step % 2 * 64;
@@ -133,7 +133,7 @@ inline __m512i in_turn(U8 b, U8 g, U8 r) {
 }
 
 // Bytes of b, g and r in turn: 64 pixels of three bytes.
-inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
+TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     store(out, as<U8>(in_turn<0, 3>(b, g, r)));
     store(out + 64, as<U8>(in_turn<1, 3>(b, g, r)));
     store(out + 128, as<U8>(in_turn<2, 3>(b, g, r)));
@@ -142,7 +142,7 @@ inline void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
 // Bytes of b, g and r in turn with every fourth byte of memory left alone: the first of each pixel,
 // or the last. One byte further on, the first case is the second.
 template <bool PadFirst = false>
-inline void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
+TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
     constexpr uint64_t colours = mask_where([](size_t i) { return i % 4 != 3; });
     out += PadFirst ? 1 : 0;
     _mm512_mask_storeu_epi8(out, colours, in_turn<0, 4>(b, g, r));
@@ -173,7 +173,7 @@ consteval Lanes<uint8_t, 64> gather_order(const Plan& p) {
 }
 
 template <int Room>
-inline U8 load_within(const uint8_t* at) {
+TRV_INLINE U8 load_within(const uint8_t* at) {
     if constexpr (Room >= 64)
         return load<U8>(at);
     else
@@ -183,12 +183,12 @@ inline U8 load_within(const uint8_t* at) {
 // Destination bytes First to First + 63 of a map over `Room` source bytes; `pre` works on what is
 // loaded before its bytes are taken apart. Zero bytes come out as 0, kept bytes as anything.
 template <typename M, int First, int Room, typename Pre>
-inline U8 gather(const uint8_t* source, Pre pre) {
+TRV_INLINE U8 gather(const uint8_t* source, Pre pre) {
     constexpr Plan p = plan<M>(First, 64, 64, Room, Pre::words);
     static_assert(p.loads <= 3);
     static constexpr auto order = gather_order<M, First, 0>(p);
     constexpr uint64_t first = gather_mask<M, First, 0>(p) | gather_mask<M, First, 1>(p);
-    const auto bytes = [&](int j) { return reg(pre(load_within<Room>(source + p.offset[j]))); };
+    const auto bytes = [&](int j) TRV_INLINE_LAMBDA { return reg(pre(load_within<Room>(source + p.offset[j]))); };
     const __m512i turn = reg(lanes<U8>(order));
     if constexpr (p.loads == 1) return as<U8>(_mm512_maskz_permutexvar_epi8(first, turn, bytes(0)));
     const __m512i two = _mm512_maskz_permutex2var_epi8(first, bytes(0), turn, bytes(1));
@@ -200,7 +200,7 @@ inline U8 gather(const uint8_t* source, Pre pre) {
 
 // Stores a vector but for the kept bytes of the map.
 template <typename M, int First>
-inline void store_mapped(uint8_t* out, U8 v) {
+TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
     if constexpr (M::has_kept())
         _mm512_mask_storeu_epi8(
             out, mask_where([](size_t i) { return M::at(First + static_cast<int>(i)) != keep; }),
@@ -211,7 +211,7 @@ inline void store_mapped(uint8_t* out, U8 v) {
 
 // Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
 template <typename M>
-inline U32 permute(U32 v) {
+TRV_INLINE U32 permute(U32 v) {
     static constexpr auto order = [] {
         Lanes<uint8_t, 64> lanes{};
         for (int i = 0; i < 64; ++i) {
@@ -224,13 +224,13 @@ inline U32 permute(U32 v) {
 }
 
 // The low three bytes of 64 dwords.
-inline void store_three(uint8_t* out, const U32 (&d)[4]) {
+TRV_INLINE void store_three(uint8_t* out, const U32 (&d)[4]) {
     static constexpr auto turn0 = order<uint8_t>([](size_t i) { return i / 3 * 4 + i % 3; });
     static constexpr auto turn1 =
         order<uint8_t>([](size_t i) { return (i + 64) / 3 * 4 + (i + 64) % 3 - 64; });
     static constexpr auto turn2 =
         order<uint8_t>([](size_t i) { return (i + 128) / 3 * 4 + (i + 128) % 3 - 128; });
-    const auto put = [&](int k, const auto& turn) {
+    const auto put = [&](int k, const auto& turn) TRV_INLINE_LAMBDA {
         store(out + 64 * k,
               as<U8>(_mm512_permutex2var_epi8(reg(d[k]), reg(lanes<U8>(turn)), reg(d[k + 1]))));
     };
