@@ -105,6 +105,10 @@ bool parse(int argc, char** argv, Options* options) {
             const std::string name = argv[++i];
             for (unsigned l = 0; l <= trv::best_level(); ++l)
                 if (name == trv::levels[l].name) options->level = l;
+        } else if (word == "--size" && has_value) {
+            const std::string size = argv[++i];
+            options->size = {static_cast<uint32_t>(std::atoi(size.c_str())),
+                             static_cast<uint32_t>(std::atoi(size.c_str() + size.find('x') + 1))};
         } else if (word == "--rounds" && has_value) {
             options->rounds = std::atoi(argv[++i]);
         } else if (word == "--only" && has_value) {
@@ -121,9 +125,9 @@ bool parse(int argc, char** argv, Options* options) {
 int main(int argc, char** argv) {
     Options options;
     if (!parse(argc, argv, &options)) {
-        std::fprintf(
-            stderr,
-            "usage: bench_routes [--cold] [--level scalar|v2|v3|v4] [--rounds N] [--only TEXT]\n");
+        std::fprintf(stderr,
+                     "usage: bench_routes [--cold] [--size WxH] [--level scalar|v2|v3|v4] "
+                     "[--rounds N] [--only TEXT]\n");
         return 2;
     }
     std::printf("# level %s, %ux%u %s, time over a memory copy of the same bytes\n",

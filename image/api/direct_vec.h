@@ -45,7 +45,8 @@ template <typename K, size_t Bytes>
 inline size_t convert_blocks(const Line& line, size_t count) {
     const Line job = line;
     const size_t last = (count - K::pixels) / K::unit * K::unit;
-    const auto source = [&](size_t x) TRV_INLINE_LAMBDA { return job.source + x / K::unit * K::unit_bytes; };
+    const auto source = [&](size_t x)
+                            TRV_INLINE_LAMBDA { return job.source + x / K::unit * K::unit_bytes; };
     const auto tail = K::read(source(last), job);
     for (size_t x = 0; x < last; x += K::pixels) {
         uint8_t* out = job.destination + x * Bytes;

@@ -73,11 +73,13 @@ struct MappedBlocks {
     };
 
     template <int... K>
-    TRV_INLINE static Block read_all(const uint8_t* source, Pre pre, std::integer_sequence<int, K...>) {
+    TRV_INLINE static Block read_all(const uint8_t* source, Pre pre,
+                                     std::integer_sequence<int, K...>) {
         return {{gather<M, K * vector_bytes, room>(source, pre)...}};
     }
     template <int... K>
-    TRV_INLINE static void write_all(uint8_t* out, const Block& block, std::integer_sequence<int, K...>) {
+    TRV_INLINE static void write_all(uint8_t* out, const Block& block,
+                                     std::integer_sequence<int, K...>) {
         (store_mapped<M, K * vector_bytes>(out + K * vector_bytes, block.v[K]), ...);
     }
     TRV_INLINE static Block read(const uint8_t* source, const Line& job) {

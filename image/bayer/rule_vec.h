@@ -44,37 +44,47 @@ struct Exact {
         return ceil_mean(ab, cd) - ((ab ^ cd) & ~(lost_ab & lost_cd) & splat<V>(1));
     }
     TRV_INLINE static V two(V a, V b, unsigned shift) { return reduced(mean(a, b), shift); }
-    TRV_INLINE static V four(V a, V b, V c, V d, unsigned shift) { return reduced(mean(a, b, c, d), shift); }
+    TRV_INLINE static V four(V a, V b, V c, V d, unsigned shift) {
+        return reduced(mean(a, b, c, d), shift);
+    }
 };
 
 // Sums in 16 bits that may wrap: enough where only bits shift + 2 to shift + 9 are kept and these
 // lie below bit 16.
 struct Wrapping {
-    TRV_INLINE static U16 two(U16 a, U16 b, unsigned shift) { return shift_right(a + b, shift + 1); }
+    TRV_INLINE static U16 two(U16 a, U16 b, unsigned shift) {
+        return shift_right(a + b, shift + 1);
+    }
     TRV_INLINE static U16 four(U16 a, U16 b, U16 c, U16 d, unsigned shift) {
         return shift_right(a + b + c + d, shift + 2);
     }
 };
 
-// Samples around the pixels of a vector.
+// Which arithmetic each colour needs.
+template <typename G, typename R, typename O>
+struct Each {
+    using Green = G;
+    using RowColour = R;
+    using Other = O;
+};
+
+template <typename A>
+using All = Each<A, A, A>;
+
 template <typename V>
-struct Around {
-    static constexpr size_t bytes = sizeof(V{}[0]);
-    TRV_INLINE Around(const bayer::Line& line, size_t first) : lines(line), x(first) {}
+TRV_INLINE V samples(const uint8_t* line, size_t column) {
+    return held(load<V>(line + column * sizeof(V{}[0])));
+}
 
-    TRV_INLINE V at(const uint8_t* line, size_t column) const { return load<V>(line + column * bytes); }
-    TRV_INLINE V own() const { return at(lines.line, x); }
-    TRV_INLINE V left() const { return at(lines.line, x - 1); }
-    TRV_INLINE V right() const { return at(lines.line, x + 1); }
-    TRV_INLINE V above() const { return at(lines.above, x); }
-    TRV_INLINE V above_left() const { return at(lines.above, x - 1); }
-    TRV_INLINE V above_right() const { return at(lines.above, x + 1); }
-    TRV_INLINE V below() const { return at(lines.below, x); }
-    TRV_INLINE V below_left() const { return at(lines.below, x - 1); }
-    TRV_INLINE V below_right() const { return at(lines.below, x + 1); }
+// The samples of one line around the pixels of a vector.
+template <typename V>
+struct Row {
+    TRV_INLINE Row(const uint8_t* line, size_t x)
+        : left(samples<V>(line, x - 1)),
+          right(samples<V>(line, x + 1)),
+          own(between(left, right, line + x * sizeof(V{}[0]))) {}
 
-    const bayer::Line& lines;
-    size_t x;
+    V left, right, own;
 };
 
 // Lanes of the second pixels of pairs: odd bytes, or odd words.
@@ -102,60 +112,65 @@ struct Rule;
 // Copies are brought to 8 bits before they are chosen: one shift per line read.
 template <typename V, bool GreenFirst, typename Arithmetic>
 struct Rule<bayer::nearest, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& line, size_t x) {
-        const Around<V> a(line, x);
+    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
         const V green = green_sites<V, GreenFirst>();
-        const V left = reduced(a.left(), line.shift), own = reduced(a.own(), line.shift);
-        return {choose(green, own, left), choose(green, left, own),
-                reduced(choose(green, a.above(), a.above_left()), line.shift)};
+        const V left = reduced(samples<V>(l.line, x - 1), l.shift);
+        const V own = reduced(samples<V>(l.line, x), l.shift);
+        const V other = choose(green, samples<V>(l.above, x), samples<V>(l.above, x - 1));
+        return {choose(green, own, left), choose(green, left, own), reduced(other, l.shift)};
     }
 };
 
-template <typename V, bool GreenFirst, typename Arithmetic>
-struct Rule<bayer::means, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& line, size_t x) {
-        const Around<V> a(line, x);
-        const unsigned s = line.shift;
-        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
-        const V plus = Arithmetic::four(a.left(), a.right(), a.above(), a.below(), s);
+struct MeanOfFour {
+    template <typename Arithmetic, typename V>
+    TRV_INLINE static V of(V a, V b, V c, V d, unsigned shift) {
+        return Arithmetic::four(a, b, c, d, shift);
+    }
+};
+
+struct MedianOfFour {
+    template <typename Arithmetic, typename V>
+    TRV_INLINE static V of(V a, V b, V c, V d, unsigned shift) {
+        return Arithmetic::two(max(min(a, b), min(c, d)), min(max(a, b), max(c, d)), shift);
+    }
+};
+
+// Two neighbours give their mean, four what Four says.
+template <typename V, bool GreenFirst, typename Arithmetic, typename Four>
+struct MiddleRule {
+    using Green = typename Arithmetic::Green;
+    using RowColour = typename Arithmetic::RowColour;
+    using Other = typename Arithmetic::Other;
+
+    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
+        const unsigned s = l.shift;
+        const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
+        const V green = green_sites<V, GreenFirst>(), own = reduced(line.own, s);
+        const V plus = Four::template of<Green>(line.left, line.right, above.own, below.own, s);
         const V cross =
-            Arithmetic::four(a.above_left(), a.above_right(), a.below_left(), a.below_right(), s);
+            Four::template of<Other>(above.left, above.right, below.left, below.right, s);
         return {choose(green, own, plus),
-                choose(green, Arithmetic::two(a.left(), a.right(), s), own),
-                choose(green, Arithmetic::two(a.above(), a.below(), s), cross)};
+                choose(green, RowColour::two(line.left, line.right, s), own),
+                choose(green, Other::two(above.own, below.own, s), cross)};
     }
 };
 
-template <typename V, typename Arithmetic>
-TRV_INLINE V median(V a, V b, V c, V d, unsigned shift) {
-    return Arithmetic::two(max(min(a, b), min(c, d)), min(max(a, b), max(c, d)), shift);
-}
+template <typename V, bool GreenFirst, typename A>
+struct Rule<bayer::means, V, GreenFirst, A> : MiddleRule<V, GreenFirst, A, MeanOfFour> {};
 
-template <typename V, bool GreenFirst, typename Arithmetic>
-struct Rule<bayer::medians, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& line, size_t x) {
-        const Around<V> a(line, x);
-        const unsigned s = line.shift;
-        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
-        const V plus = median<V, Arithmetic>(a.left(), a.right(), a.above(), a.below(), s);
-        const V cross = median<V, Arithmetic>(a.above_left(), a.above_right(), a.below_left(),
-                                              a.below_right(), s);
-        return {choose(green, own, plus),
-                choose(green, Arithmetic::two(a.left(), a.right(), s), own),
-                choose(green, Arithmetic::two(a.above(), a.below(), s), cross)};
-    }
-};
+template <typename V, bool GreenFirst, typename A>
+struct Rule<bayer::medians, V, GreenFirst, A> : MiddleRule<V, GreenFirst, A, MedianOfFour> {};
 
 template <typename V, bool GreenFirst, typename Arithmetic>
 struct Rule<bayer::edge_means, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& line, size_t x) {
-        const Around<V> a(line, x);
-        const unsigned s = line.shift;
-        const V green = green_sites<V, GreenFirst>(), own = reduced(a.own(), s);
-        const V beside = Arithmetic::two(a.left(), a.right(), s);
-        const V cross = Arithmetic::two(a.above_left(), a.above_right(), s);
+    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
+        const unsigned s = l.shift;
+        const Row<V> line(l.line, x), near(l.above, x);
+        const V green = green_sites<V, GreenFirst>(), own = reduced(line.own, s);
+        const V beside = Arithmetic::RowColour::two(line.left, line.right, s);
+        const V cross = Arithmetic::Other::two(near.left, near.right, s);
         return {choose(green, own, beside), choose(green, beside, own),
-                choose(green, reduced(a.above(), s), cross)};
+                choose(green, reduced(near.own, s), cross)};
     }
 };
 

@@ -42,6 +42,23 @@ constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
     return layout == bayer::rgb16 ? 2 : layout == bayer::bgr24 ? 3 : 4;
 }
 
+// Arithmetic per colour where red and green are masked. The blue of a 5-6-5 word is not.
+template <bayer::SpanLayout L, bool RowIsRed>
+struct MaskedOf {
+    using Type = All<Wrapping>;
+};
+template <bool RowIsRed>
+struct MaskedOf<bayer::rgb16, RowIsRed> {
+    using Type = Each<Wrapping, Exact<U16>, Wrapping>;
+};
+template <>
+struct MaskedOf<bayer::rgb16, true> {
+    using Type = Each<Wrapping, Wrapping, Exact<U16>>;
+};
+
+template <bayer::SpanLayout L, bool RowIsRed>
+using Masked = typename MaskedOf<L, RowIsRed>::Type;
+
 // Pixels x to x + sizeof(U8) - 1, x odd.
 template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
 TRV_INLINE void step(const bayer::Line& line, size_t x) {
@@ -83,15 +100,16 @@ void span(const bayer::Line& line) {
     if (line.pairs * 2 < sizeof(U8))
         return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
     if constexpr (D == bayer::depth8) {
-        run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, Exact<U8>>>(line);
-    } else if constexpr (L == bayer::rgb16 || M == bayer::nearest) {
-        run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Exact<U16>>>(line);
+        run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, All<Exact<U8>>>>(line);
+    } else if constexpr (M == bayer::nearest) {
+        run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, All<Exact<U16>>>>(line);
     } else {
-        // Byte layouts keep 8 bits of a sum: up to 14 bits per sample they lie in its low 16.
+        // What is masked to 8 bits needs no more of a sum than, up to 14 bits per sample, its
+        // low 16.
         if (line.shift <= 6)
-            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Wrapping>>(line);
+            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Masked<L, RowIsRed>>>(line);
         else
-            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Exact<U16>>>(line);
+            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, All<Exact<U16>>>>(line);
     }
 }
 

@@ -28,7 +28,9 @@ TRV_INLINE U8 floor_mean(U8 a, U8 b) {
 }
 
 struct Average {
-    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) { return rows.average; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) {
+        return rows.average;
+    }
 
     template <int D>
     TRV_INLINE static U8 at(const Lines& l, size_t k) {
@@ -39,7 +41,9 @@ struct Average {
 // 105 a + 75 b is 15 (7 a + 5 b), whose inner part fits 16 bits; 15 t >> 9 is the high half of 1920
 // t.
 struct Bilinear {
-    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.bilinear[n]; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) {
+        return rows.bilinear[n];
+    }
 
     template <int D>
     TRV_INLINE static U8 at(const Lines& l, size_t k) {
@@ -58,7 +62,9 @@ struct VectorOrder {
 };
 
 struct Median {
-    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) { return rows.median[n]; }
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) {
+        return rows.median[n];
+    }
 
     template <int D>
     TRV_INLINE static U8 at(const Lines& l, size_t k) {

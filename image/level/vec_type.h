@@ -34,6 +34,14 @@ TRV_INLINE void store(uint8_t* at, V v) {
     __builtin_memcpy(at, &v, sizeof v);
 }
 
+// A value that stays in its register. Without this, compilers read a vector from memory again for
+// every use of it, and loads that cross a cache line are what the demosaic rules are short of.
+template <typename V>
+TRV_INLINE V held(V v) {
+    __asm__("" : "+v"(v));
+    return v;
+}
+
 template <typename V, typename T>
 TRV_INLINE V splat(T value) {
     auto lane = V{}[0];

@@ -47,6 +47,12 @@ TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm256_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }
 
+// Samples in the middle of two vectors that begin one sample before and one behind them at `at`.
+template <typename V>
+TRV_INLINE V between(V, V, const uint8_t* at) {
+    return held(load<V>(at));
+}
+
 // The low bytes of two vectors of words, in order.
 TRV_INLINE U8 narrow(U16 a, U16 b) {
     const U16 low = splat<U16>(0xFF);
@@ -82,7 +88,9 @@ TRV_INLINE void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
 // The words of as many bytes, in an order of their own that `narrow` undoes.
 struct WordHalves {
     U16 low, high;
-    TRV_INLINE WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+    TRV_INLINE WordHalves operator+(const WordHalves& o) const {
+        return {low + o.low, high + o.high};
+    }
 };
 
 // Weight (a + b) of two vectors of bytes, Weight at most 127.

@@ -63,6 +63,15 @@ consteval uint64_t mask_where(F f) {
     return mask;
 }
 
+// Samples in the middle of two vectors that begin one sample before and one behind them at `at`:
+// taken from both by a double shift, which is cheaper here than one more load across cache lines.
+TRV_INLINE U8 between(U8 left, U8 right, const uint8_t*) {
+    return as<U8>(_mm512_shrdi_epi16(reg(left), reg(right), 8));
+}
+TRV_INLINE U16 between(U16 left, U16 right, const uint8_t*) {
+    return as<U16>(_mm512_shrdi_epi32(reg(left), reg(right), 16));
+}
+
 // The low bytes of two vectors of words, in order.
 TRV_INLINE U8 narrow(U16 a, U16 b) {
     static constexpr auto even = order<uint8_t>([](size_t i) { return 2 * i; });
@@ -94,7 +103,9 @@ TRV_INLINE I16 mul_high(I16 a, I16 b) {
 // The words of as many bytes, in an order of their own that `narrow` undoes.
 struct WordHalves {
     U16 low, high;
-    TRV_INLINE WordHalves operator+(const WordHalves& o) const { return {low + o.low, high + o.high}; }
+    TRV_INLINE WordHalves operator+(const WordHalves& o) const {
+        return {low + o.low, high + o.high};
+    }
 };
 
 // Weight (a + b) of two vectors of bytes, Weight at most 127.
@@ -188,7 +199,9 @@ TRV_INLINE U8 gather(const uint8_t* source, Pre pre) {
     static_assert(p.loads <= 3);
     static constexpr auto order = gather_order<M, First, 0>(p);
     constexpr uint64_t first = gather_mask<M, First, 0>(p) | gather_mask<M, First, 1>(p);
-    const auto bytes = [&](int j) TRV_INLINE_LAMBDA { return reg(pre(load_within<Room>(source + p.offset[j]))); };
+    const auto bytes = [&](int j) TRV_INLINE_LAMBDA {
+        return reg(pre(load_within<Room>(source + p.offset[j])));
+    };
     const __m512i turn = reg(lanes<U8>(order));
     if constexpr (p.loads == 1) return as<U8>(_mm512_maskz_permutexvar_epi8(first, turn, bytes(0)));
     const __m512i two = _mm512_maskz_permutex2var_epi8(first, bytes(0), turn, bytes(1));
