@@ -1,0 +1,15 @@
+// The commands of the tool, one file each. A command adds itself to the command line and throws
+// Failure when it cannot do its work.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace trv::tool {
+
+void add_convert(CLI::App* app);
+void add_formats(CLI::App* app);
+void add_sample(CLI::App* app);
+
+inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_formats, add_sample};
+
+}  // namespace trv::tool

@@ -1,0 +1,153 @@
+#include <memory>
+
+#include "tool/catalogue.h"
+#include "tool/command.h"
+#include "tool/conversion.h"
+#include "tool/error.h"
+#include "tool/geometry.h"
+#include "tool/input.h"
+#include "tool/naming.h"
+#include "tool/output.h"
+#include "tool/text.h"
+
+namespace trv::tool {
+namespace {
+
+constexpr const char* footer =
+    R"(A dump tells nothing about itself: -s and -f say how to read it. Samples of 10 to 16 bits are
+brought down to 8 by the depth that the format names; if the picture is dark, the camera used less
+than that, and --scale auto stretches it. A mosaic without white balance looks greenish; --wb grey
+suits most scenes. Wrong colours or a fine check pattern mean another --phase.
+
+Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey.)";
+
+struct Options {
+    std::string size, format, phase, method, target, as, output;
+    std::string scale = "none", white = "off";
+    std::optional<uint64_t> stride;
+    uint64_t skip = 0;
+    bool force = false;
+    std::vector<std::string> inputs;
+};
+
+void refuse_bayer_option(const char* option, const Format& format) {
+    throw Failure(Exit::usage, text(option, " makes no sense with ", format.name),
+                  "it is not a mosaic", text("leave ", option, " out, or check -f"));
+}
+
+Phase choose_phase(const Options& o, const Format& format) {
+    if (!o.phase.empty() && format.family != Family::bayer) refuse_bayer_option("--phase", format);
+    if (!o.phase.empty()) return phase_named(o.phase);
+    return format.phase == Phase::none ? Phase::A : format.phase;
+}
+
+uint32_t choose_method(const Options& o, const Format& format) {
+    if (!o.method.empty() && format.family != Family::bayer) refuse_bayer_option("-m", format);
+    return o.method.empty() ? default_method : method_named(o.method);
+}
+
+Kind choose_kind(const Options& o) {
+    if (o.as.empty() && o.output != "-") return kind_of_path(o.output);
+    if (o.as.empty())
+        throw Failure(Exit::usage, "stdout has no name that tells the kind of file", "",
+                      "say --as png, tif, ppm, pgm or raw");
+    if (const auto kind = find_kind(o.as)) return *kind;
+    throw Failure(Exit::usage, text("unknown kind of file \"", o.as, "\""), "",
+                  "use png, tif, ppm, pgm or raw");
+}
+
+Conversion resolve(const Options& o) {
+    const Format& format = format_named(o.format);
+    const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
+    const Kind kind = choose_kind(o);
+    Conversion c{source_geometry(format, size_named(o.size), o.stride),
+                 o.skip,
+                 choose_phase(o, format),
+                 choose_method(o, format),
+                 plan(format, target, kind),
+                 kind,
+                 tuning_named(o.white, o.scale),
+                 o.force};
+    check_conversion(c);
+    return c;
+}
+
+// One bad dump of many does not keep the others from being converted.
+void convert_all(const Options& o) {
+    const Conversion conversion = resolve(o);
+    const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
+    for (const std::string& output : outputs) check_target(output, o.force);
+    Progress progress(o.inputs.size());
+    std::optional<Failure> last;
+    for (size_t i = 0; i < o.inputs.size(); ++i) {
+        progress.start(o.inputs[i]);
+        try {
+            run_conversion(conversion, o.inputs[i], outputs[i], &progress);
+        } catch (const Failure& failure) {
+            if (last) report(*last);
+            last = failure;
+        }
+    }
+    if (last) throw Failure(*last);
+}
+
+void add_reading(CLI::App* command, Options* o) {
+    const char* group = "How to read the dump";
+    command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT")->required()->group(group);
+    command->add_option("-f,--format", o->format, "Format of the dump; see `trvil formats`")
+        ->required()
+        ->group(group);
+    command->add_option("--stride", o->stride, "Bytes from line to line [no padding]")
+        ->group(group);
+    command->add_option("--skip", o->skip, "Bytes before the picture [0]")->group(group);
+    command
+        ->add_option("--phase", o->phase,
+                     "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
+        ->group(group);
+    command->add_option("inputs", o->inputs, "Dumps; - is stdin")->required()->group(group);
+}
+
+void add_making(CLI::App* command, Options* o) {
+    const char* group = "How to make the picture";
+    command
+        ->add_option("-m,--method", o->method,
+                     text("Missing colours: dup nearest, ave mean, med median [",
+                          method_name(default_method), "]"))
+        ->group(group);
+    command->add_option("-t,--to", o->target, "Format of the result [what suits the file]")
+        ->group(group);
+    command
+        ->add_option("--scale", o->scale,
+                     "none, or auto: the brightest 0.1 % reach full range [none]")
+        ->check(CLI::IsMember({"none", "auto"}))
+        ->group(group);
+    command
+        ->add_option("--wb", o->white,
+                     "White balance: off, grey (colours average to grey), or R,G,B gains [off]")
+        ->group(group);
+}
+
+void add_writing(CLI::App* command, Options* o) {
+    const char* group = "Where to put it";
+    command
+        ->add_option("-o,--output", o->output,
+                     "FILE.png, .tif, .ppm, .pgm or .raw; {name} is the input's; - is stdout")
+        ->required()
+        ->group(group);
+    command->add_option("--as", o->as, "Kind of file, whatever its name says")->group(group);
+    command->add_flag("--force", o->force, "Replace existing files")->group(group);
+}
+
+}  // namespace
+
+void add_convert(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("convert", "Convert raw dumps to pictures");
+    const auto options = std::make_shared<Options>();
+    add_reading(command, options.get());
+    add_making(command, options.get());
+    add_writing(command, options.get());
+    command->footer(footer);
+    command->callback([options] { convert_all(*options); });
+}
+
+}  // namespace trv::tool

@@ -1,0 +1,78 @@
+#include <memory>
+
+#include "tool/catalogue.h"
+#include "tool/chart.h"
+#include "tool/command.h"
+#include "tool/error.h"
+#include "tool/geometry.h"
+#include "tool/output.h"
+#include "tool/picture.h"
+#include "tool/text.h"
+
+namespace trv::tool {
+namespace {
+
+struct Options {
+    std::string size = "1920x1080", format = "BAY10", phase, output, picture;
+    std::string tint = "0.55,1,0.7";
+    bool force = false;
+};
+
+// Greenish, as sensors are.
+Gains sensitivities_named(const std::string& words) {
+    const Gains gains = tuning_named(words, "none").given;
+    for (const double gain : gains)
+        if (gain > 1)
+            throw Failure(Exit::usage, text("cannot use the tint \"", words, "\""),
+                          "a sensitivity above 1 would overflow", "use three numbers up to 1");
+    return gains;
+}
+
+const Format& mosaic_named(const std::string& name) {
+    const Format& format = format_named(name);
+    if (format.family == Family::bayer && sample_layout(format, Phase::A)) return format;
+    const auto fits = [](const Format& f) {
+        return f.family == Family::bayer && sample_layout(f, Phase::A);
+    };
+    throw Failure(Exit::usage, text("cannot make a sample in ", format.name),
+                  text("samples are made in ", list(names_where(fits))), "choose one of them");
+}
+
+void write(const Frame& frame, Kind kind, const std::string& target, bool force) {
+    Output output(target, force);
+    Progress progress(1);
+    progress.start(target);
+    write_picture(frame, kind, &output, &progress);
+}
+
+void make_sample(const Options& o) {
+    const Format& format = mosaic_named(o.format);
+    const Size size = size_named(o.size);
+    const Phase named = format.phase == Phase::none ? Phase::A : format.phase;
+    const Phase phase = o.phase.empty() ? named : phase_named(o.phase);
+    const Gains sensitivities = sensitivities_named(o.tint);
+    check_target(o.output, o.force);
+    if (!o.picture.empty()) check_target(o.picture, o.force);
+    write(chart_mosaic(tight(format, size.width, size.height), phase, sensitivities), Kind::raw,
+          o.output, o.force);
+    if (!o.picture.empty())
+        write(chart_picture(size.width, size.height), Kind::png, o.picture, o.force);
+}
+
+}  // namespace
+
+void add_sample(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("sample", "Make the raw mosaic of a test chart");
+    const auto o = std::make_shared<Options>();
+    command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT [1920x1080]");
+    command->add_option("-f,--format", o->format, "BAY8 to BAY16 [BAY10]");
+    command->add_option("--phase", o->phase, "A RGGB, B GRBG, C GBRG, D BGGR [format's, else A]");
+    command->add_option("--tint", o->tint,
+                        "How sensitive the sensor is to R,G,B, each up to 1 [0.55,1,0.7]");
+    command->add_option("--true", o->picture, "Write the chart itself here, as PNG");
+    command->add_option("-o,--output", o->output, "Raw file to write; - is stdout")->required();
+    command->add_flag("--force", o->force, "Replace existing files");
+    command->callback([o] { make_sample(*o); });
+}
+
+}  // namespace trv::tool

@@ -1,0 +1,131 @@
+#include "tool/conversion.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "tool/catalogue.h"
+#include "tool/error.h"
+#include "tool/input.h"
+#include "tool/picture.h"
+#include "tool/text.h"
+#include "trvil/til.h"
+
+namespace trv::tool {
+namespace {
+
+constexpr uint32_t dim = 8;  // a picture is dim when it stays below this part of full range
+
+void check_method(const Conversion& c, const Format& from, const Format& to) {
+    const std::string wanted = method_name(c.method);
+    const std::vector<std::string> methods = methods_between(from, to, c.phase);
+    if (std::find(methods.begin(), methods.end(), wanted) != methods.end()) return;
+    const std::string what = text("method ", wanted, " does not exist from ", from.name, " to ",
+                                  to.name, " in phase ", phase_name(c.phase));
+    const std::string why =
+        methods.empty() ? "no method does" : text("there ", list(methods), " can be had");
+    throw Failure(Exit::no_route, what, why, "choose another method with -m or target with -t");
+}
+
+void check_mosaic(const Conversion& c) {
+    if (c.source.width < 2 || c.source.height < 2)
+        throw Failure(Exit::usage, "a mosaic has at least 2x2 pixels",
+                      "one block of it holds one red, one blue and two green pixels", "check -s");
+}
+
+// Where the samples are that gains apply to: in the dump if they can be told apart there, otherwise
+// in the picture.
+bool tunes_source(const Conversion& c) {
+    return sample_layout(*c.source.format, c.phase).has_value();
+}
+
+void check_tuning(const Conversion& c) {
+    const Format& format = tunes_source(c) ? *c.source.format : *c.path.back();
+    if (!sample_layout(format, c.phase))
+        throw Failure(Exit::usage, text("cannot balance or stretch ", format.name),
+                      "neither its samples nor those of the source are whole bytes or words",
+                      "choose another target with -t");
+    if (c.tuning.white != Tuning::White::off && format.family == Family::grey)
+        throw Failure(Exit::usage, text("no white balance for ", format.name), "it is grey",
+                      "leave --wb out, or give the format of the mosaic with -f");
+}
+
+uint32_t bits_for(uint32_t level) {
+    return static_cast<uint32_t>(std::bit_width(level));
+}
+
+std::string maybe_meant(const Format& format, uint32_t level) {
+    const Format* other = with_bits(format, bits_for(level));
+    if (other == nullptr || other->significant == format.significant) return "";
+    return text("; is it ", other->name, "?");
+}
+
+void note_levels(const Conversion& c, const Census& census, const std::string& input) {
+    const Format& format = *c.source.format;
+    const SampleLayout layout = *sample_layout(format, c.phase);
+    const uint32_t top = brightest(census);
+    if (const uint64_t above = count_above(census, layout.full()); above != 0)
+        note(text(input, ": ", above, " samples exceed ", layout.bits, " bits, up to ", top,
+                  maybe_meant(format, top)));
+    else if (top < layout.full() / dim && !c.tuning.stretch)
+        note(text(input, ": the brightest sample is ", top, " of ", layout.full(),
+                  ", the picture will be dark; --scale auto stretches it",
+                  maybe_meant(format, top)));
+}
+
+void tune(const Tuning& tuning, const Census& census, const Frame& frame,
+          const SampleLayout& layout) {
+    if (tuning.needed()) apply_gains(choose_gains(tuning, census, layout), frame, layout);
+}
+
+void tune_source(const Conversion& c, const Frame& frame, const std::string& input) {
+    const SampleLayout layout = *sample_layout(*c.source.format, c.phase);
+    const Census census = take_census(frame, layout);
+    note_levels(c, census, input);
+    tune(c.tuning, census, frame, layout);
+}
+
+void tune_picture(const Conversion& c, const Frame& frame) {
+    if (!c.tuning.needed()) return;
+    const SampleLayout layout = *sample_layout(*c.path.back(), c.phase);
+    tune(c.tuning, take_census(frame, layout), frame, layout);
+}
+
+Frame convert_step(const Conversion& c, const Frame& from, const Format& to) {
+    const Geometry& g = from.geometry();
+    Frame result(tight(to, g.width, g.height));
+    from.set_bayer(c.method, c.phase);
+    const uint32_t status = TIL_Convert(from.handle(), result.handle());
+    if (status != TRV_STATUS_OK)
+        throw Failure(Exit::conversion, text("cannot convert ", g.format->name, " to ", to.name),
+                      text("the library answered status ", status), "");
+    return result;
+}
+
+void note_raw(const std::string& output, const Geometry& g) {
+    note(text(output == "-" ? "stdout" : output, " holds ", g.width, "x", g.height, " ",
+              g.format->name, " in lines of ", g.stride, " bytes"));
+}
+
+}  // namespace
+
+void check_conversion(const Conversion& c) {
+    if (c.source.format->family == Family::bayer) check_mosaic(c);
+    for (size_t i = 1; i < c.path.size(); ++i)
+        if (c.path[i - 1]->family == Family::bayer && c.path[i]->family != Family::bayer)
+            check_method(c, *c.path[i - 1], *c.path[i]);
+    if (c.tuning.needed()) check_tuning(c);
+}
+
+void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
+                    Progress* progress) {
+    Frame frame = read_frame(input, c.source, c.skip);
+    if (tunes_source(c)) tune_source(c, frame, input);
+    for (size_t i = 1; i < c.path.size(); ++i) frame = convert_step(c, frame, *c.path[i]);
+    if (!tunes_source(c)) tune_picture(c, frame);
+    if (frame.geometry().stride != frame.geometry().line()) frame = frame.tightened();
+    Output file(output, c.force);
+    write_picture(frame, c.kind, &file, progress);
+    if (c.kind == Kind::raw) note_raw(output, frame.geometry());
+}
+
+}  // namespace trv::tool

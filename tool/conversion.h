@@ -1,0 +1,30 @@
+// One dump becomes one picture.
+#pragma once
+
+#include <string>
+
+#include "tool/balance.h"
+#include "tool/kind.h"
+#include "tool/report.h"
+#include "tool/routes.h"
+
+namespace trv::tool {
+
+struct Conversion {
+    Geometry source;
+    uint64_t skip;
+    Phase phase;
+    uint32_t method;
+    Path path;
+    Kind kind;
+    Tuning tuning;
+    bool force;
+};
+
+// Throws Failure when there is no such conversion, whatever the input holds.
+void check_conversion(const Conversion& conversion);
+
+void run_conversion(const Conversion& conversion, const std::string& input,
+                    const std::string& output, Progress* progress);
+
+}  // namespace trv::tool

@@ -1,0 +1,73 @@
+// A picture in memory, and the buffer handle by which the library knows it.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "image/pixel/format.h"
+#include "trvil/tbl.h"
+
+namespace trv::tool {
+
+struct Geometry {
+    const Format* format;
+    uint32_t width;
+    uint32_t height;
+    uint32_t stride;
+
+    uint64_t line() const { return line_bytes(*format, width); }
+    // The last line needs no padding behind it.
+    uint64_t bytes() const { return uint64_t{stride} * (height - 1) + line(); }
+};
+
+// Without padding between lines.
+Geometry tight(const Format& format, uint32_t width, uint32_t height);
+
+class BufferHandle {
+  public:
+    explicit BufferHandle(uint64_t value) : value_(value) {}
+    ~BufferHandle() {
+        if (value_ != 0) TBS_BufferRelease(&value_);
+    }
+    BufferHandle(BufferHandle&& other) noexcept : value_(other.value_) { other.value_ = 0; }
+    BufferHandle& operator=(BufferHandle&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+    BufferHandle(const BufferHandle&) = delete;
+    BufferHandle& operator=(const BufferHandle&) = delete;
+
+    uint64_t get() const { return value_; }
+
+  private:
+    uint64_t value_;
+};
+
+class Frame {
+  public:
+    // Zeroed memory of its own. A little of it lies behind the last line, because some conversions
+    // read past the end of a line.
+    explicit Frame(const Geometry& geometry);
+
+    const Geometry& geometry() const { return geometry_; }
+    uint64_t handle() const { return handle_.get(); }
+    uint8_t* line(uint32_t y) const { return memory_.get() + size_t{geometry_.stride} * y; }
+
+    void set_bayer(uint32_t method, Phase phase) const;
+
+    // The same picture without padding between lines.
+    Frame tightened() const;
+
+  private:
+    struct Free {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+
+    Geometry geometry_;
+    std::unique_ptr<uint8_t[], Free> memory_;
+    BufferHandle handle_;
+};
+
+}  // namespace trv::tool

@@ -1,0 +1,22 @@
+// The kinds of file that the tool writes.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "image/pixel/format.h"
+
+namespace trv::tool {
+
+enum class Kind { png, tif, ppm, pgm, raw };
+
+const char* kind_name(Kind kind);
+std::optional<Kind> find_kind(const std::string& name);
+
+// By the end of the file's name. Throws Failure when it says nothing.
+Kind kind_of_path(const std::string& path);
+
+// Whether pixels of a format go into a file as they are.
+bool holds(Kind kind, const Format& format);
+
+}  // namespace trv::tool

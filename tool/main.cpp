@@ -1,0 +1,53 @@
+#include <new>
+
+#include "tool/cleanup.h"
+#include "tool/command.h"
+#include "tool/report.h"
+
+namespace {
+
+using trv::tool::Exit;
+using trv::tool::Failure;
+
+constexpr const char* footer = R"(Examples:
+  trvil convert -s 1920x1080 -f BAY10 --phase RGGB dump.raw -o picture.png
+  trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.tif
+  trvil convert -s 640x480 -f BAY8 --scale auto *.raw -o 'out/{name}.png'
+  camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
+  trvil sample -s 1280x720 -f BAY12 -o chart.raw
+  trvil formats
+
+Exit codes: 0 done, 1 conversion failed, 2 usage, 3 no way between the formats, 4 input missing or
+too short, 5 output not written.)";
+
+int run(int count, char** words) {
+    CLI::App app("Turns raw dumps of image sensors into pictures.", "trvil");
+    app.set_version_flag("--version", "trvil " TRVIL_VERSION);
+    app.require_subcommand(1);
+    app.footer(footer);
+    for (const auto add : trv::tool::commands) add(&app);
+    try {
+        app.parse(count, words);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : static_cast<int>(Exit::usage);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    trv::tool::install_cleanup();
+    try {
+        return run(count, words);
+    } catch (const Failure& failure) {
+        trv::tool::report(failure);
+        return static_cast<int>(failure.code());
+    } catch (const std::bad_alloc&) {
+        trv::tool::report(
+            {Exit::conversion, "not enough memory", "the picture is too large for it", "check -s"});
+    } catch (const std::exception& error) {
+        trv::tool::report({Exit::conversion, "something unforeseen happened", error.what(), ""});
+    }
+    return static_cast<int>(Exit::conversion);
+}

@@ -1,0 +1,88 @@
+#include "tool/routes.h"
+
+#include "image/api/routes.h"
+#include "tool/catalogue.h"
+#include "tool/error.h"
+#include "tool/frame.h"
+#include "tool/text.h"
+#include "trvil/til.h"
+
+namespace trv::tool {
+namespace {
+
+uint32_t try_method(const Format& from, const Format& to, uint32_t method, Phase phase) {
+    constexpr uint32_t width = 16, height = 2;  // whole groups of every packed format
+    const Frame source(tight(from, width, height));
+    const Frame destination(tight(to, width, height));
+    source.set_bayer(method, phase);
+    return TIL_Convert(source.handle(), destination.handle());
+}
+
+// Best first. A picture that needs no conversion beats all others.
+std::vector<const Format*> candidates(const Format& source) {
+    if (source.family == Family::grey) return {&source, &format_of(Code::Mono8)};
+    return {&source, &format_of(Code::BGR24), &format_of(Code::BGRX32)};
+}
+
+std::optional<Path> direct_path(const Format& source, const Format& target) {
+    if (source.code == target.code) return Path{&source};
+    if (converts(source, target)) return Path{&source, &target};
+    return std::nullopt;
+}
+
+Failure no_route(const Format& source, const std::string& target) {
+    const std::vector<const Format*> known = reachable(source);
+    if (known.empty())
+        return {Exit::no_route, text("no way from ", source.name, " to ", target),
+                text("this library converts ", source.name, " to nothing else"),
+                "`trvil formats` shows which formats lead to a picture"};
+    return {Exit::no_route, text("no way from ", source.name, " to ", target),
+            text(source.name, " converts to ", names_of(known)),
+            "choose one of them with -t, and -o FILE.raw for those that no picture file holds"};
+}
+
+Failure unsuited(const Format& wanted, Kind kind) {
+    return {Exit::usage, text("a .", kind_name(kind), " file cannot hold ", wanted.name),
+            text("it holds ", list(names_where([&](const Format& f) { return holds(kind, f); }))),
+            "choose one of them with -t, or write a .raw file"};
+}
+
+}  // namespace
+
+bool converts(const Format& from, const Format& to) {
+    if (find_way(whole_code(from), whole_code(to)) == Way::none) return false;
+    return try_method(from, to, TBL_BAYER_METHOD_DUP, Phase::A) == TRV_STATUS_OK;
+}
+
+std::vector<const Format*> reachable(const Format& from) {
+    std::vector<const Format*> result;
+    for (const Format& to : formats)
+        if (to.code != from.code && converts(from, to)) result.push_back(&to);
+    return result;
+}
+
+std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase) {
+    std::vector<std::string> names;
+    for (const uint32_t method : {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_MED})
+        if (try_method(from, to, method, phase) == TRV_STATUS_OK)
+            names.emplace_back(method_name(method));
+    return names;
+}
+
+std::optional<Path> find_path(const Format& source, Kind kind) {
+    for (const Format* candidate : candidates(source)) {
+        // Raw files hold anything, but without a word from the user they hold a picture.
+        if (!holds(kind, *candidate) || !holds(Kind::png, *candidate)) continue;
+        if (auto path = direct_path(source, *candidate)) return path;
+    }
+    return std::nullopt;
+}
+
+Path plan(const Format& source, const Format* wanted, Kind kind) {
+    if (wanted != nullptr && !holds(kind, *wanted)) throw unsuited(*wanted, kind);
+    const auto path = wanted != nullptr ? direct_path(source, *wanted) : find_path(source, kind);
+    if (path) return *path;
+    throw no_route(source, wanted != nullptr ? wanted->name : text("a .", kind_name(kind)));
+}
+
+}  // namespace trv::tool
