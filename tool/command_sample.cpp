@@ -57,6 +57,9 @@ void make_sample(const Options& o) {
           o.output, o.force);
     if (!o.picture.empty())
         write(chart_picture(size.width, size.height), Kind::png, o.picture, o.force);
+    if (o.output != "-")
+        note(text("make a picture of it by: trvil convert -s ", o.size, " -f ", format.name,
+                  " --phase ", phase_name(phase), " --wb grey ", o.output, " -o chart.png"));
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ void check_method(const Conversion& c, const Format& from, const Format& to) {
     const std::string what = text("method ", wanted, " does not exist from ", from.name, " to ",
                                   to.name, " in phase ", phase_name(c.phase));
     const std::string why =
-        methods.empty() ? "no method does" : text("there ", list(methods), " can be had");
+        methods.empty() ? "no method does" : text("what exists there is ", list(methods));
     throw Failure(Exit::no_route, what, why, "choose another method with -m or target with -t");
 }
 
@@ -56,7 +56,7 @@ uint32_t bits_for(uint32_t level) {
 std::string maybe_meant(const Format& format, uint32_t level) {
     const Format* other = with_bits(format, bits_for(level));
     if (other == nullptr || other->significant == format.significant) return "";
-    return text("; is it ", other->name, "?");
+    return text(" (is it ", other->name, "?)");
 }
 
 void note_levels(const Conversion& c, const Census& census, const std::string& input) {
@@ -64,12 +64,11 @@ void note_levels(const Conversion& c, const Census& census, const std::string& i
     const SampleLayout layout = *sample_layout(format, c.phase);
     const uint32_t top = brightest(census);
     if (const uint64_t above = count_above(census, layout.full()); above != 0)
-        note(text(input, ": ", above, " samples exceed ", layout.bits, " bits, up to ", top,
-                  maybe_meant(format, top)));
+        note(text(input, ": ", above, " samples exceed the ", layout.bits, " bits of ", format.name,
+                  ", up to ", top, maybe_meant(format, top)));
     else if (top < layout.full() / dim && !c.tuning.stretch)
-        note(text(input, ": the brightest sample is ", top, " of ", layout.full(),
-                  ", the picture will be dark; --scale auto stretches it",
-                  maybe_meant(format, top)));
+        note(text(input, ": the picture will be dark, its brightest sample is ", top, " of ",
+                  layout.full(), maybe_meant(format, top), "; --scale auto stretches it"));
 }
 
 void tune(const Tuning& tuning, const Census& census, const Frame& frame,

@@ -30,9 +30,12 @@ uint64_t tight_bytes(const Format& format, const Geometry& g) {
     return line_bytes(format, g.width) * g.height;
 }
 
+// Those of the same family if there are any.
 std::string formats_of_length(const Geometry& g, uint64_t length) {
-    return list(
-        names_where([&](const Format& format) { return tight_bytes(format, g) == length; }));
+    const auto fits = [&](const Format& f) { return tight_bytes(f, g) == length; };
+    const auto alike = [&](const Format& f) { return fits(f) && f.family == g.format->family; };
+    const std::string family = list(names_where(alike));
+    return family.empty() ? list(names_where(fits)) : family;
 }
 
 }  // namespace
@@ -81,8 +84,11 @@ std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_
 }
 
 std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus) {
-    std::vector<std::string> ways;
     const uint64_t length = wanted.bytes() + surplus;
+    if (length % wanted.bytes() == 0)
+        return text("it holds ", length / wanted.bytes(), " such pictures, --skip ", wanted.bytes(),
+                    " goes to the second");
+    std::vector<std::string> ways;
     const uint64_t stride = length / wanted.height;
     if (length % wanted.height == 0 && stride > wanted.stride && stride < 2ull * wanted.stride)
         ways.push_back(text("--stride ", stride, " if lines are padded"));

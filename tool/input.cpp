@@ -110,9 +110,11 @@ void note_surplus(Input* input, const Geometry& geometry) {
 Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t skip) {
     Input input(path);
     // Known lengths are judged before memory is asked for.
-    if (const auto length = input.remaining(); length && *length < skip + geometry.bytes())
-        throw too_short(input, geometry, *length - std::min(*length, skip),
-                        std::min(*length, skip));
+    if (const auto length = input.remaining()) {
+        const uint64_t skipped = std::min(*length, skip);
+        if (*length - skipped < geometry.bytes())
+            throw too_short(input, geometry, *length - skipped, skipped);
+    }
     input.skip(skip);
     Frame frame(geometry);
     const uint64_t got = input.read(frame.line(0), geometry.bytes());

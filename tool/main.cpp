@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <new>
 
 #include "tool/cleanup.h"
 #include "tool/command.h"
 #include "tool/report.h"
+#include "tool/text.h"
 
 namespace {
 
@@ -20,12 +22,29 @@ constexpr const char* footer = R"(Examples:
 Exit codes: 0 done, 1 conversion failed, 2 usage, 3 no way between the formats, 4 input missing or
 too short, 5 output not written.)";
 
+std::string usage_error(const CLI::App* app, const CLI::Error& error) {
+    return std::string("trvil: ") + error.what() + "\n  next: see `" + app->get_name() +
+           " --help`\n";
+}
+
+void check_command(const CLI::App& app, const std::string& word) {
+    if (word.empty() || word.front() == '-') return;
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+    if (std::find(names.begin(), names.end(), word) != names.end()) return;
+    throw Failure(Exit::usage, trv::tool::text("unknown command \"", word, "\""),
+                  trv::tool::text("the commands are ", trv::tool::list(names)),
+                  "see `trvil --help`");
+}
+
 int run(int count, char** words) {
     CLI::App app("Turns raw dumps of image sensors into pictures.", "trvil");
     app.set_version_flag("--version", "trvil " TRVIL_VERSION);
     app.require_subcommand(1);
     app.footer(footer);
+    app.failure_message(usage_error);
     for (const auto add : trv::tool::commands) add(&app);
+    if (count > 1) check_command(app, words[1]);
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {

@@ -89,6 +89,8 @@ void check_target(const std::string& target, bool force) {
 
 Output::Output(std::string target, bool force) : target_(std::move(target)), force_(force) {
     check_target(target_, force_);
+    // What a link points to is replaced, not the link.
+    if (fs::is_symlink(target_)) target_ = fs::canonical(target_).string();
     if (target_ == "-")
         create_in_memory();
     else

@@ -30,15 +30,21 @@ std::optional<Path> direct_path(const Format& source, const Format& target) {
     return std::nullopt;
 }
 
-Failure no_route(const Format& source, const std::string& target) {
+Failure no_route(const Format& source, const std::string& target, const std::string& next) {
     const std::vector<const Format*> known = reachable(source);
-    if (known.empty())
-        return {Exit::no_route, text("no way from ", source.name, " to ", target),
-                text("this library converts ", source.name, " to nothing else"),
-                "`trvil formats` shows which formats lead to a picture"};
-    return {Exit::no_route, text("no way from ", source.name, " to ", target),
-            text(source.name, " converts to ", names_of(known)),
-            "choose one of them with -t, and -o FILE.raw for those that no picture file holds"};
+    const std::string why = known.empty()
+                                ? text("this library converts ", source.name, " to nothing else")
+                                : text(source.name, " converts to ", names_of(known));
+    return {Exit::no_route, text("no way from ", source.name, " to ", target), why, next};
+}
+
+Failure no_way_to_file(const Format& source, Kind kind) {
+    std::vector<std::string> kinds;
+    for (const Kind other : {Kind::png, Kind::tif, Kind::ppm, Kind::pgm})
+        if (find_path(source, other)) kinds.push_back(text(".", kind_name(other)));
+    return no_route(source, text("a .", kind_name(kind)),
+                    kinds.empty() ? "`trvil formats` shows which formats lead to a picture"
+                                  : text("write ", list(kinds, " or ")));
 }
 
 Failure unsuited(const Format& wanted, Kind kind) {
@@ -82,7 +88,8 @@ Path plan(const Format& source, const Format* wanted, Kind kind) {
     if (wanted != nullptr && !holds(kind, *wanted)) throw unsuited(*wanted, kind);
     const auto path = wanted != nullptr ? direct_path(source, *wanted) : find_path(source, kind);
     if (path) return *path;
-    throw no_route(source, wanted != nullptr ? wanted->name : text("a .", kind_name(kind)));
+    if (wanted == nullptr) throw no_way_to_file(source, kind);
+    throw no_route(source, wanted->name, "choose one of them with -t");
 }
 
 }  // namespace trv::tool

@@ -1,0 +1,59 @@
+# The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
+
+build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev)
+test_packages=(libgtest-dev clang-format)
+
+# Those of the named packages that are not installed.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            echo "$package"
+    done
+}
+
+# Words that make a command run as root: none for root, sudo where it asks no password.
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    else
+        sudo -n "$@"
+    fi
+}
+
+may_install() { [ "$(id -u)" = 0 ] || sudo -n true 2>/dev/null; }
+
+# Installs what is missing of the named packages; never asks. Where it may not install, it prints the
+# one command that does and ends the script.
+need_packages() {
+    command -v dpkg-query >/dev/null || return 0 # not Debian: CMake says what it misses
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    [ ${#missing[@]} = 0 ] && return 0
+    local install="apt-get install -y --no-install-recommends ${missing[*]}"
+    if ! may_install; then
+        echo "These packages are missing. Install them by this command, then start again:" >&2
+        echo "  su -c 'apt-get update && $install'" >&2
+        exit 1
+    fi
+    echo "Installing ${missing[*]}" >&2
+    show_progress as_root apt-get update
+    show_progress as_root env DEBIAN_FRONTEND=noninteractive $install
+}
+
+# Runs a command. On a terminal its output is seen on stderr; elsewhere only when it fails.
+show_progress() {
+    if [ -t 2 ]; then
+        "$@" >&2
+        return
+    fi
+    local log
+    log=$(mktemp)
+    "$@" >"$log" 2>&1 </dev/null || {
+        local status=$?
+        cat "$log" >&2
+        rm -f "$log"
+        exit "$status"
+    }
+    rm -f "$log"
+}
