@@ -1,7 +1,7 @@
 # The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
 
 build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev)
-test_packages=(libgtest-dev clang-format)
+test_packages=(libgtest-dev python3 clang-format)
 
 # Those of the named packages that are not installed.
 missing_packages() {

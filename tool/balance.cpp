@@ -55,11 +55,23 @@ uint64_t total(const Counts& counts) {
     return sum;
 }
 
-double mean(const Counts& counts) {
+// Of the samples times `gain`, which end at `full`.
+double mean(const Counts& counts, double gain, double full) {
     double sum = 0;
     for (size_t value = 0; value < counts.size(); ++value)
-        sum += static_cast<double>(counts[value]) * static_cast<double>(value);
+        sum +=
+            static_cast<double>(counts[value]) * std::min(full, static_cast<double>(value) * gain);
     return sum / static_cast<double>(std::max<uint64_t>(1, total(counts)));
+}
+
+// By halving: samples that a gain drives into full range make the mean grow slower than the gain.
+double gain_to_mean(const Counts& counts, double wanted, double full) {
+    double low = 0, high = largest_gain;
+    for (int step = 0; step < 40; ++step) {
+        const double middle = (low + high) / 2;
+        (mean(counts, middle, full) < wanted ? low : high) = middle;
+    }
+    return high;
 }
 
 // The smallest level that this part of the samples does not exceed.
@@ -73,15 +85,15 @@ double level_of(const Counts& counts, double part) {
     return 0;
 }
 
-Gains grey_world(const Census& census) {
-    const double reds = mean(census.counts[red]);
-    const double greens = mean(census.counts[green]);
-    const double blues = mean(census.counts[blue]);
-    if (reds * greens * blues == 0)
+Gains grey_world(const Census& census, double full) {
+    const double greens = mean(census.counts[green], 1, full);
+    const Gains gains = {gain_to_mean(census.counts[red], greens, full), 1,
+                         gain_to_mean(census.counts[blue], greens, full)};
+    if (greens == 0 || std::max(gains[red], gains[blue]) >= largest_gain)
         throw Failure(Exit::conversion, "no white balance",
-                      text("the mean of red is ", reds, ", of green ", greens, ", of blue ", blues),
+                      "the picture has no red, no green or no blue to speak of",
                       "give the gains with --wb R,G,B, or check -f, -s and --phase");
-    return {greens / reds, 1, greens / blues};
+    return gains;
 }
 
 double stretch_of(const Gains& gains, const Census& census, const SampleLayout& layout) {
@@ -146,7 +158,7 @@ Tuning tuning_named(const std::string& white, const std::string& scale) {
 
 Gains choose_gains(const Tuning& tuning, const Census& census, const SampleLayout& layout) {
     Gains gains = tuning.given;
-    if (tuning.white == Tuning::White::grey) gains = grey_world(census);
+    if (tuning.white == Tuning::White::grey) gains = grey_world(census, layout.full());
     if (!tuning.stretch) return gains;
     const double stretch = stretch_of(gains, census, layout);
     for (double& gain : gains) gain *= stretch;

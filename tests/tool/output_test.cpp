@@ -1,0 +1,119 @@
+// Output appears whole or not at all, whatever happens.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/tool/run.h"
+
+namespace trv::test {
+namespace {
+
+using Names = std::set<std::string>;
+
+class Output : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(folder.trvil("sample -s 400x300 -f BAY8 -o a.raw").exit, 0); }
+    Folder folder;
+};
+
+const std::string convert = "convert -s 400x300 -f BAY8 ";
+
+TEST_F(Output, FitsIntoAPipe) {
+    for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
+        SCOPED_TRACE(kind);
+        ASSERT_EQ(folder.trvil(convert + "a.raw -o file." + kind).exit, 0);
+        const Result piped = folder.trvil(convert + "- -o - --as " + kind + " <a.raw");
+        EXPECT_EQ(piped.exit, 0) << piped.err;
+        EXPECT_EQ(piped.out, folder.read("file." + kind));
+    }
+}
+
+TEST_F(Output, ReplacesOnlyByForce) {
+    folder.write("a.png", "precious");
+    EXPECT_EQ(folder.trvil(convert + "a.raw -o a.png").exit, 5);
+    EXPECT_EQ(folder.read("a.png"), "precious");
+    EXPECT_EQ(folder.shell("chmod 600 a.png; trvil " + convert + "a.raw -o a.png --force").exit, 0);
+    EXPECT_EQ(folder.read_png("a.png").width, 400u);
+    EXPECT_EQ(folder.shell("stat -c %a a.png").out, "600\n");
+    EXPECT_EQ(folder.names(), (Names{"a.raw", "a.png"}));
+}
+
+TEST_F(Output, ThroughALinkReplacesWhatItPointsTo) {
+    const Result result =
+        folder.shell("mkdir sub; echo old >sub/b.png; ln -s sub/b.png link.png; trvil " + convert +
+                     "a.raw -o link.png --force; test -L link.png && wc -c <sub/b.png");
+    EXPECT_EQ(result.exit, 0) << result.err;
+    EXPECT_GT(std::atoi(result.out.c_str()), 1000);
+}
+
+TEST_F(Output, NamedAfterItsInput) {
+    EXPECT_EQ(folder.shell("mkdir in out; cp a.raw in/b.x.raw").exit, 0);
+    EXPECT_EQ(folder.trvil(convert + "a.raw in/b.x.raw -o 'out/{name}-{name}.png'").exit, 0);
+    EXPECT_EQ(folder.shell("ls out").out, "a-a.png\nb.x-b.x.png\n");
+    const Result same = folder.trvil(convert + "a.raw in/../a.raw -o 'out/{name}.png'");
+    EXPECT_EQ(same.exit, 2);
+    EXPECT_NE(same.err.find("two inputs"), std::string::npos) << same.err;
+}
+
+TEST_F(Output, OfTheOthersComesWhenOneInputFails) {
+    const Result result = folder.trvil(convert + "gone.raw a.raw -o '{name}.png'");
+    EXPECT_EQ(result.exit, 4);
+    EXPECT_EQ(folder.names(), (Names{"a.raw", "a.png"}));
+}
+
+TEST_F(Output, OnAFullDiskLeavesWhatWasThere) {
+    for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
+        SCOPED_TRACE(kind);
+        folder.write("old." + kind, "precious");
+        const std::string words = convert + "a.raw --force -o old." + kind;
+        // A file-size limit fails writes in the middle, as a full disk does.
+        const Result result = folder.shell("ulimit -f 8; trvil " + words);
+        EXPECT_EQ(result.exit, 5) << result.err;
+        EXPECT_NE(result.err.find("old." + kind), std::string::npos) << result.err;
+        EXPECT_EQ(folder.read("old." + kind), "precious");
+    }
+    EXPECT_EQ(folder.names(), (Names{"a.raw", "old.png", "old.tif", "old.ppm", "old.raw"}));
+    for (const std::string kind : {"png", "tif", "ppm", "raw"})
+        EXPECT_EQ(folder.trvil(convert + "a.raw -o - --as " + kind + " >/dev/full").exit, 5);
+}
+
+TEST_F(Output, OfAClosedPipeIsAnError) {
+    const Result result =
+        folder.shell("(trvil " + convert + "a.raw -o - --as ppm; echo $? >code) | true; cat code");
+    EXPECT_EQ(result.out, "5\n");
+}
+
+TEST_F(Output, OfAnInterruptedRunIsRemoved) {
+    // Not SIGINT: shells start what runs in the background with that ignored.
+    for (const std::string signal : {"TERM", "HUP"}) {
+        SCOPED_TRACE(signal);
+        // Wait for the temporary file of a picture that takes long to write.
+        const Result result =
+            folder.shell("\"" TRVIL_TOOL
+                         "\" sample -s 5000x5000 -f BAY8 -o - --true big.png >/dev/null & pid=$!\n"
+                         "while kill -0 $pid && ! ls .trvil-* >/dev/null; do sleep 0.02; done\n"
+                         "kill -" +
+                         signal + " $pid; wait $pid");
+        EXPECT_GT(result.exit, 128);
+        EXPECT_EQ(folder.names(), Names{"a.raw"});
+    }
+}
+
+TEST(Formats, AreAllListed) {
+    const Folder folder;
+    const Result result = folder.trvil("formats");
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 75);
+    EXPECT_NE(result.out.find("\nBAY12_D    0xC0022633      16     12  mosaic  BGGR   BGR24\n"),
+              std::string::npos)
+        << result.out;
+}
+
+TEST(Help, ShowsExamplesAndVersion) {
+    const Folder folder;
+    EXPECT_NE(folder.trvil("--help").out.find("trvil convert -s 1920x1080 -f BAY10"),
+              std::string::npos);
+    EXPECT_EQ(folder.trvil("--version").out, "trvil " TRVIL_VERSION "\n");
+}
+
+}  // namespace
+}  // namespace trv::test
