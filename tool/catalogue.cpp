@@ -78,6 +78,7 @@ const char* method_name(uint32_t value) {
 
 std::string names_of(const std::vector<const Format*>& some) {
     std::vector<std::string> names;
+    names.reserve(some.size());
     for (const Format* format : some) names.emplace_back(format->name);
     return list(names);
 }

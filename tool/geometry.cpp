@@ -83,16 +83,16 @@ std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_
     return list(ways, "; ");
 }
 
-std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus) {
+std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus, uint64_t skipped) {
     const uint64_t length = wanted.bytes() + surplus;
-    if (length % wanted.bytes() == 0)
-        return text("it holds ", length / wanted.bytes(), " such pictures, --skip ", wanted.bytes(),
-                    " goes to the second");
+    if (surplus >= wanted.bytes())
+        return text("it holds ", length / wanted.bytes(), " such pictures, the second at --skip ",
+                    skipped + wanted.bytes());
     std::vector<std::string> ways;
     const uint64_t stride = length / wanted.height;
-    if (length % wanted.height == 0 && stride > wanted.stride && stride < 2ull * wanted.stride)
+    if (length % wanted.height == 0 && stride > wanted.stride)
         ways.push_back(text("--stride ", stride, " if lines are padded"));
-    ways.push_back(text("--skip ", surplus, " if they are a header"));
+    ways.push_back(text("--skip ", skipped + surplus, " if they come first"));
     const std::string fitting = formats_of_length(wanted, length);
     if (!fitting.empty()) ways.push_back(text("the whole length fits ", fitting));
     return list(ways, "; ");

@@ -19,10 +19,10 @@ Size size_named(const std::string& name);
 // Lines of `stride` bytes, or without padding. Throws Failure for a stride that cannot be.
 Geometry source_geometry(const Format& format, const Size& size, std::optional<uint64_t> stride);
 
-// What could be meant when `available` bytes are too few for the geometry.
+// What could be meant when only `available` bytes follow the `skipped` ones.
 std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_t skipped);
 
-// What could be meant when `surplus` bytes follow the picture; may be empty.
-std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus);
+// What could be meant when `surplus` bytes follow the picture.
+std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus, uint64_t skipped);
 
 }  // namespace trv::tool

@@ -93,11 +93,11 @@ Failure too_short(const Input& input, const Geometry& g, uint64_t available, uin
             advice_for_short(g, available, skip)};
 }
 
-void note_surplus(Input* input, const Geometry& geometry) {
+void note_surplus(Input* input, const Geometry& geometry, uint64_t skip) {
     if (const auto rest = input->remaining()) {
         if (*rest != 0)
             note(text(input->name(), ": ", *rest, " bytes behind the picture are ignored (",
-                      advice_for_surplus(geometry, *rest), ")"));
+                      advice_for_surplus(geometry, *rest, skip), ")"));
         return;
     }
     uint8_t more = 0;
@@ -119,7 +119,7 @@ Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t ski
     Frame frame(geometry);
     const uint64_t got = input.read(frame.line(0), geometry.bytes());
     if (got < geometry.bytes()) throw too_short(input, geometry, got, skip);
-    note_surplus(&input, geometry);
+    note_surplus(&input, geometry, skip);
     return frame;
 }
 

@@ -4,10 +4,12 @@
 #include <algorithm>
 
 #include "tests/tool/run.h"
+#include "tool/text.h"
 
 namespace trv::test {
 namespace {
 
+using tool::text;
 using Names = std::set<std::string>;
 
 class Output : public testing::Test {
@@ -21,8 +23,8 @@ const std::string convert = "convert -s 400x300 -f BAY8 ";
 TEST_F(Output, FitsIntoAPipe) {
     for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
         SCOPED_TRACE(kind);
-        ASSERT_EQ(folder.trvil(convert + "a.raw -o file." + kind).exit, 0);
-        const Result piped = folder.trvil(convert + "- -o - --as " + kind + " <a.raw");
+        ASSERT_EQ(folder.trvil(text(convert, "a.raw -o file.", kind)).exit, 0);
+        const Result piped = folder.trvil(text(convert, "- -o - --as ", kind, " <a.raw"));
         EXPECT_EQ(piped.exit, 0) << piped.err;
         EXPECT_EQ(piped.out, folder.read("file." + kind));
     }
@@ -65,7 +67,7 @@ TEST_F(Output, OnAFullDiskLeavesWhatWasThere) {
     for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
         SCOPED_TRACE(kind);
         folder.write("old." + kind, "precious");
-        const std::string words = convert + "a.raw --force -o old." + kind;
+        const std::string words = text(convert, "a.raw --force -o old.", kind);
         // A file-size limit fails writes in the middle, as a full disk does.
         const Result result = folder.shell("ulimit -f 8; trvil " + words);
         EXPECT_EQ(result.exit, 5) << result.err;
@@ -74,7 +76,7 @@ TEST_F(Output, OnAFullDiskLeavesWhatWasThere) {
     }
     EXPECT_EQ(folder.names(), (Names{"a.raw", "old.png", "old.tif", "old.ppm", "old.raw"}));
     for (const std::string kind : {"png", "tif", "ppm", "raw"})
-        EXPECT_EQ(folder.trvil(convert + "a.raw -o - --as " + kind + " >/dev/full").exit, 5);
+        EXPECT_EQ(folder.trvil(text(convert, "a.raw -o - --as ", kind, " >/dev/full")).exit, 5);
 }
 
 TEST_F(Output, OfAClosedPipeIsAnError) {

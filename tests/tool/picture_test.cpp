@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "tests/tool/run.h"
+#include "tool/text.h"
 
 namespace trv::test {
 namespace {
@@ -39,9 +40,9 @@ void expect_done(const Result& result) {
 TEST(Picture, OfAChartIsTheChart) {
     for (const std::string format : {"BAY8", "BAY10", "BAY12", "BAY14", "BAY16", "BAY12_C"})
         for (const std::string phase : {"RGGB", "GRBG", "GBRG", "BGGR"}) {
-            SCOPED_TRACE(format + " " + phase);
+            SCOPED_TRACE(tool::text(format, " ", phase));
             const Folder folder;
-            const std::string common = " -s 53x38 -f " + format + " --phase " + phase;
+            const std::string common = tool::text(" -s 53x38 -f ", format, " --phase ", phase);
             expect_done(folder.trvil("sample" + common + " --tint 1,1,1 -o a.raw --true t.png"));
             expect_done(folder.trvil("convert" + common + " a.raw -o a.png"));
             const Picture picture = folder.read_png("a.png"), truth = folder.read_png("t.png");
