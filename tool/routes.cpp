@@ -20,7 +20,8 @@ uint32_t try_method(const Format& from, const Format& to, uint32_t method, Phase
 
 // Best first. A picture that needs no conversion beats all others.
 std::vector<const Format*> candidates(const Format& source) {
-    if (source.family == Family::grey) return {&source, &format_of(Code::Mono8)};
+    if (source.family == Family::grey)
+        return {&source, &format_of(Code::Mono8), &format_of(Code::BGR24)};
     return {&source, &format_of(Code::BGR24), &format_of(Code::BGRX32)};
 }
 
