@@ -30,7 +30,7 @@ void refuse_collision(const std::string& output, const std::string& first,
                       const std::string& second) {
     throw Failure(Exit::usage, text("two inputs would be written to ", output),
                   text("they are ", first, " and ", second),
-                  "put {name} into the name of the output, or convert them one by one");
+                  "put {name} into the output's name; inputs of one name go to different folders");
 }
 
 void refuse_input(const std::string& input, const std::string& output) {
