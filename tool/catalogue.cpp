@@ -92,10 +92,14 @@ const Format* letterless(const Format& format) {
 }
 
 const Format* with_bits(const Format& like, uint32_t bits) {
+    const auto letters = [](const Format& format) {
+        const std::string name(format.name);
+        return name.substr(0, name.find_first_of("0123456789"));
+    };
     const Format* best = nullptr;
     for (const Format& format : formats) {
-        if (format.family != like.family || format.stored != like.stored ||
-            format.group != like.group || letterless(format) != nullptr)
+        if (letters(format) != letters(like) || format.stored != like.stored ||
+            letterless(format) != nullptr)
             continue;
         if (format.significant >= bits && (!best || format.significant < best->significant))
             best = &format;

@@ -39,14 +39,14 @@ bool tunes_source(const Conversion& c) {
 }
 
 void check_tuning(const Conversion& c) {
-    const Format& format = tunes_source(c) ? *c.source.format : *c.path.back();
-    if (!sample_layout(format, c.phase))
-        throw Failure(Exit::usage, text("cannot balance or stretch ", format.name),
+    const Format& source = *c.source.format;
+    if (c.tuning.white != Tuning::White::off && source.family == Family::grey)
+        throw Failure(Exit::usage, text("no white balance for ", source.name), "it is grey",
+                      "leave --wb out, or give the format of the mosaic with -f");
+    if (!tunes_source(c) && !sample_layout(*c.path.back(), c.phase))
+        throw Failure(Exit::usage, text("cannot balance or stretch ", c.path.back()->name),
                       "neither its samples nor those of the source are whole bytes or words",
                       "choose another target with -t");
-    if (c.tuning.white != Tuning::White::off && format.family == Family::grey)
-        throw Failure(Exit::usage, text("no white balance for ", format.name), "it is grey",
-                      "leave --wb out, or give the format of the mosaic with -f");
 }
 
 uint32_t bits_for(uint32_t level) {

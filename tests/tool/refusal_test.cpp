@@ -44,6 +44,8 @@ TEST_F(Refused, Usage) {
          {"convert -s 64x48 -f BAY8 -m best a.raw -o a.png", 2, {"dup"}},
          {"convert -s 64x48 -f Mono8 --phase A a.raw -o a.png", 2, {"not a mosaic"}},
          {"convert -s 64x48 -f Mono8 --wb grey a.raw -o a.png", 2, {"it is grey"}},
+         {"convert -s 64x32 -f Mono12MP --wb grey a.raw -o a.png", 2, {"it is grey"}},
+         {"convert -s 64x32 -f Mono12MP -t RGB16 --scale auto a.raw -o b.raw", 2, {"RGB16", "-t"}},
          {"convert -s 64x48 -f BAY8 --wb 1,0,1 a.raw -o a.png", 2, {"1,0,1", "grey"}},
          {"convert -s 64x48 -f BAY8 --wb 1,1,1,1 a.raw -o a.png", 2, {"1,1,1,1"}},
          {"convert -s 64x48 -f BAY8 --stride 60 a.raw -o a.png", 2, {"has 64 bytes"}},
@@ -106,6 +108,8 @@ TEST_F(Refused, NotButNoted) {
     EXPECT_EQ(deep.exit, 0);
     EXPECT_NE(deep.err.find("exceed the 10 bits"), std::string::npos) << deep.err;
     EXPECT_NE(deep.err.find("is it BAY16?"), std::string::npos) << deep.err;
+    const Result colour = folder.trvil("convert -s 16x32 -f RGB48_10 a.raw -o c.png");
+    EXPECT_NE(colour.err.find("is it RGB48?"), std::string::npos) << colour.err;
 }
 
 }  // namespace
