@@ -20,7 +20,7 @@ struct Picture {
     std::vector<uint16_t> samples;
 
     uint16_t at(uint32_t x, uint32_t y, unsigned channel) const {
-        return samples[(size_t{y} * width + x) * channels + channel];
+        return samples.at((size_t{y} * width + x) * channels + channel);
     }
 };
 
