@@ -34,7 +34,7 @@ struct Plan {
 };
 
 template <typename M>
-consteval Plan plan(int first, int count, int window, int room, bool words) {
+constexpr Plan plan(int first, int count, int window, int room, bool words) {
     int low = room, high = -1;
     for (int i = first; i < first + count; ++i) {
         const int at = M::at(i);
@@ -52,7 +52,7 @@ consteval Plan plan(int first, int count, int window, int room, bool words) {
 
 // Place of destination byte i in load j of the plan, or -1 when another load has it, or none.
 template <typename M>
-consteval int place(const Plan& p, int window, int i, int j) {
+constexpr int place(const Plan& p, int window, int i, int j) {
     const int at = M::at(i);
     for (int k = 0; k < p.loads; ++k)
         if (at >= p.offset[k] && at < p.offset[k] + window) return k == j ? at - p.offset[k] : -1;

@@ -124,7 +124,8 @@ TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     };
     const auto every_third = [](int offset) consteval {
         Lanes<uint8_t, 32> lanes{};
-        for (int i = 0; i < 32; ++i) lanes.v[i] = i % 16 % 3 == offset ? 0xFF : 0;
+        for (int i = 0; i < 32; ++i)
+            lanes.v[i] = static_cast<uint8_t>(i % 16 % 3 == offset ? 0xFF : 0);
         return lanes;
     };
     static constexpr auto order_b = order(0), order_g = order(1), order_r = order(2);
@@ -168,11 +169,11 @@ TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
 }
 
 template <typename M, int First, int J>
-consteval Lanes<uint8_t, 32> gather_order(const Plan& low, const Plan& high) {
+constexpr Lanes<uint8_t, 32> gather_order(const Plan& low, const Plan& high) {
     Lanes<uint8_t, 32> lanes{};
     for (int i = 0; i < 32; ++i) {
         const int at = place<M>(i < 16 ? low : high, 16, First + i, J);
-        lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(at);
+        lanes.v[i] = static_cast<uint8_t>(at < 0 ? 0x80 : at);
     }
     return lanes;
 }
@@ -207,7 +208,8 @@ TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
     if constexpr (M::has_kept()) {
         static constexpr auto kept = [] {
             Lanes<uint8_t, 32> lanes{};
-            for (int i = 0; i < 32; ++i) lanes.v[i] = M::at(First + i) == keep ? 0xFF : 0;
+            for (int i = 0; i < 32; ++i)
+                lanes.v[i] = static_cast<uint8_t>(M::at(First + i) == keep ? 0xFF : 0);
             return lanes;
         }();
         v |= load<U8>(out) & lanes<U8>(kept);
@@ -222,7 +224,7 @@ TRV_INLINE U32 permute(U32 v) {
         Lanes<uint8_t, 32> lanes{};
         for (int i = 0; i < 32; ++i) {
             const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
-            lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(i % 16 / 4 * 4 + at);
+            lanes.v[i] = static_cast<uint8_t>(at < 0 ? 0x80 : i % 16 / 4 * 4 + at);
         }
         return lanes;
     }();

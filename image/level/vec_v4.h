@@ -50,14 +50,14 @@ TRV_INLINE U16 shift_right(U16 v, unsigned count) {
 // Permutation order made by a formula: lane i takes f(i). Sources of two-register permutations are
 // numbered on: lanes of the second follow those of the first.
 template <typename T, typename F>
-consteval Lanes<T, 64 / sizeof(T)> order(F f) {
+constexpr Lanes<T, 64 / sizeof(T)> order(F f) {
     Lanes<T, 64 / sizeof(T)> lanes{};
     for (size_t i = 0; i < 64 / sizeof(T); ++i) lanes.v[i] = static_cast<T>(f(i));
     return lanes;
 }
 
 template <typename F>
-consteval uint64_t mask_where(F f) {
+constexpr uint64_t mask_where(F f) {
     uint64_t mask = 0;
     for (size_t i = 0; i < 64; ++i) mask |= uint64_t{f(i)} << i;
     return mask;
@@ -163,7 +163,7 @@ TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
 }
 
 template <typename M, int First, int J>
-consteval uint64_t gather_mask(const Plan& p) {
+constexpr uint64_t gather_mask(const Plan& p) {
     uint64_t mask = 0;
     for (int i = 0; i < 64; ++i) mask |= uint64_t{place<M>(p, 64, First + i, J) >= 0} << i;
     return mask;
@@ -171,7 +171,7 @@ consteval uint64_t gather_mask(const Plan& p) {
 
 // Order of a permutation over loads J and J + 1; what neither has is 0 and masked out.
 template <typename M, int First, int J>
-consteval Lanes<uint8_t, 64> gather_order(const Plan& p) {
+constexpr Lanes<uint8_t, 64> gather_order(const Plan& p) {
     Lanes<uint8_t, 64> lanes{};
     for (int i = 0; i < 64; ++i) {
         const int in_first = place<M>(p, 64, First + i, J);
@@ -229,7 +229,7 @@ TRV_INLINE U32 permute(U32 v) {
         Lanes<uint8_t, 64> lanes{};
         for (int i = 0; i < 64; ++i) {
             const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
-            lanes.v[i] = at < 0 ? 0x80 : static_cast<uint8_t>(i % 16 / 4 * 4 + at);
+            lanes.v[i] = static_cast<uint8_t>(at < 0 ? 0x80 : i % 16 / 4 * 4 + at);
         }
         return lanes;
     }();

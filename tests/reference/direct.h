@@ -45,7 +45,7 @@ inline uint32_t word_at(const uint8_t* at) {
 inline uint32_t stream_bits(const uint8_t* line, size_t first, unsigned count) {
     uint32_t value = 0;
     for (unsigned i = 0; i < count; ++i)
-        value |= uint32_t{(line[(first + i) / 8] >> (first + i) % 8) & 1u} << i;
+        value |= (uint32_t{line[(first + i) / 8]} >> (first + i) % 8 & 1u) << i;
     return value;
 }
 
