@@ -71,8 +71,8 @@ typedef struct OBL_DRV_EventThread {
     uint64_t anRest[2]; /* not read */
 } OBL_DRV_EventThread;
 
-/* Stores 1 if the calling thread is the one that "sEventThread" names, else 0. Always
- * TRV_STATUS_OK. */
+/* Stores 1 if the calling thread is the one that "sEventThread" names, else 0.
+   Always TRV_STATUS_OK. */
 TRV_API uint32_t OBL_DRV_IsEventThread(uint32_t* pfIsEventThread, OBL_DRV_EventThread sEventThread);
 
 /* ---- Mutex ---- */

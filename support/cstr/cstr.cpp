@@ -9,8 +9,7 @@ uint64_t Smaller(uint64_t a, uint64_t b) {
     return a < b ? a : b;
 }
 
-// Deliberate: lengths are signed 32-bit integers, widened, so a text of 2 GiB or more has a huge
-// one.
+// Deliberate: lengths are cut to signed 32 bits and widened, so that 2 GiB and more read as huge.
 uint64_t CutLength(const char* text) {
     return static_cast<uint64_t>(static_cast<int32_t>(strlen(text)));
 }

@@ -1,7 +1,6 @@
 #include "support/aloc/record.h"
-#include "support/err/report.h"
+#include "support/posx/mutex.h"
 #include "support/relaxed.h"
-#include "trvil/obl_drv.h"
 
 using namespace trv::support;
 
@@ -27,13 +26,14 @@ uint32_t OBL_MutexCreate(OBL_Mutex** ppsMutex, const char* name, const char* des
 uint32_t OBL_MutexAcquire(OBL_Mutex* psMutex, uint32_t timeout, OBL_ErrInfo* psErrInfo) {
     if (psMutex == nullptr)
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "psMutex is NULL");
-    if (Load(psMutex->fDestroying) != 0) return TRV_STATUS_BUSY;
+    if (Load(psMutex->fDestroying) != 0) [[unlikely]]
+        return TRV_STATUS_BUSY;
 
-    const uint32_t status = OBL_DRV_MutexAcquire(psMutex, static_cast<int32_t>(timeout), psErrInfo);
+    const uint32_t status = AcquireOsMutex(psMutex, static_cast<int32_t>(timeout), psErrInfo);
     if (status != TRV_STATUS_OK) return status;
 
     // Deliberate: the lock just had is not given back, for it belongs to whoever is counted.
-    if (Load(psMutex->nCount) != 0)
+    if (Load(psMutex->nCount) != 0) [[unlikely]]
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "psMutex Count is NOT 0 [%s]",
                       psMutex->szName);
     Store(&psMutex->nCount, 1u);
@@ -47,7 +47,7 @@ uint32_t OBL_MutexRelease(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo) {
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "psMutex Count is NOT 1 [%s]",
                       psMutex->szName);
     Store(&psMutex->nCount, 0u);
-    return OBL_DRV_MutexRelease(psMutex, psErrInfo);
+    return ReleaseOsMutex(psMutex, psErrInfo);
 }
 
 uint32_t OBL_MutexDestroy(OBL_Mutex** ppsMutex, OBL_ErrInfo* psErrInfo) {
@@ -65,7 +65,7 @@ uint32_t OBL_MutexDestroy(OBL_Mutex** ppsMutex, OBL_ErrInfo* psErrInfo) {
     if (OBL_MutexRelease(psMutex, psErrInfo) != TRV_STATUS_OK)
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "Failed to Release Mutex [%s]",
                       psMutex->szName);
-    if (Load(psMutex->nCount) != 0)
+    if (Load(psMutex->nCount) != 0) [[unlikely]]
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "MutexCount is NOT 0 [%s]",
                       psMutex->szName);
 

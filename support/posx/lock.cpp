@@ -1,7 +1,6 @@
 #include <string.h>
 
-#include "support/err/report.h"
-#include "support/posx/posx.h"
+#include "support/posx/mutex.h"
 
 using namespace trv::support;
 
@@ -20,30 +19,13 @@ uint32_t OBL_DRV_MutexCreate(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo) {
 uint32_t OBL_DRV_MutexAcquire(OBL_Mutex* psMutex, int32_t timeout, OBL_ErrInfo* psErrInfo) {
     if (psMutex == nullptr)
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "psMutex is NULL");
-    pthread_mutex_t* lock = &psMutex->sOsMutex;
-    if (timeout == wait_without_limit) {
-        if (pthread_mutex_lock(lock) != 0)
-            return Report(psErrInfo, __func__, TRV_STATUS_SYSTEM,
-                          "Failed to Acquire Mutex [%s] with Infinite TimeOut", psMutex->szName);
-        return TRV_STATUS_OK;
-    }
-    if (timeout == try_once) {
-        // Deliberate: a mutex that another holds is a failure here, not a timeout.
-        if (pthread_mutex_trylock(lock) != 0)
-            return Report(psErrInfo, __func__, TRV_STATUS_SYSTEM,
-                          "Failed to Acquire Mutex [%s] with TimeOut %d", psMutex->szName, timeout);
-        return TRV_STATUS_OK;
-    }
-    return PollUntil(timeout, [=] { return pthread_mutex_trylock(lock) == 0; });
+    return AcquireOsMutex(psMutex, timeout, psErrInfo);
 }
 
 uint32_t OBL_DRV_MutexRelease(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo) {
     if (psMutex == nullptr)
         return Report(psErrInfo, __func__, TRV_STATUS_PARAMETER, "psMutex is NULL");
-    if (pthread_mutex_unlock(&psMutex->sOsMutex) != 0)
-        return Report(psErrInfo, __func__, TRV_STATUS_SYSTEM, "Failed to Release Mutex [%s]",
-                      psMutex->szName);
-    return TRV_STATUS_OK;
+    return ReleaseOsMutex(psMutex, psErrInfo);
 }
 
 uint32_t OBL_DRV_MutexDestroy(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo) {

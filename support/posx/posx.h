@@ -28,7 +28,7 @@ inline void DropLastErrorText() {
 // Tries until it works or the deadline is there. Deliberate: by the wall clock, in 32 bits that
 // wrap, and without another try after the last sleep.
 template <class Try>
-uint32_t PollUntil(int32_t timeout, Try try_it) {
+[[gnu::noinline]] uint32_t PollUntil(int32_t timeout, Try try_it) {
     constexpr uint32_t interval_ms = 1;
     uint32_t now = 0;
     OBL_DRV_GetTimeNowMs(&now);
