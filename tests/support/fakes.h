@@ -12,45 +12,49 @@
 
 struct Call {
     int count = 0;                 // since the test began
-    std::set<int> fail;            // which calls fail, the first being 1
+    std::set<int> fail = {};       // which calls fail, the first being 1
     int error = EINVAL;            // what these return or leave in errno
     std::function<void()> before;  // runs first, after counting
 
     bool Fails();
+    void FailNext() { fail = {count + 1}; }
 };
 
 struct Calls {
     Call malloc, gettimeofday, clock_gettime, nanosleep, sigaction, timer_settime;
     Call pthread_mutex_init, pthread_mutex_trylock, pthread_mutex_unlock, pthread_mutex_destroy;
-    Call pthread_create, pthread_join, pthread_getschedparam;
-    Call sem_trywait, sem_post, sem_destroy;
-
+    Call pthread_create, pthread_join, pthread_getschedparam, sem_trywait, sem_post, sem_destroy;
     bool clock_stands = false;  // time passes only by sleeping
     uint64_t now_us = 0;
-    timespec last_sleep = {};
-    const pthread_attr_t* last_attributes = nullptr;
 };
-
 extern Calls calls;
 
-// Allocations of the whole process, the C library included; 0 where a sanitizer owns malloc.
+// Allocations of the whole process, the C library included, where no sanitizer owns malloc.
 extern int all_mallocs;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sanitized = true;
+#else
+constexpr bool sanitized = false;
+#endif
 
-// Has a record whose reports go to a log, one line each: function, status in decimal, message.
-class SupportTest : public testing::Test {
-  protected:
-    SupportTest();
-    ~SupportTest() override;
-
-    // What was reported since the last call.
-    static std::string Said();
-    static void Hear(const char* function, uint32_t status, const char* message);
-
+// "info" reports into a log: a line each of function, status and message.
+struct Support : testing::Test {
+    Support();
+    ~Support() override;
     OBL_ErrInfo* info = nullptr;
 };
+void Hear(const char* function, uint32_t status, const char* message);
+std::string Said();  // since the last call
+std::string Line(std::string call, uint32_t status, const char* message);
 
-// Runs "body" on another thread and waits for it.
-void OnAnotherThread(const std::function<void()>& body);
+// The call returns "status" and reports just that under its own name with this message (null:
+// nothing).
+#define SAYS(call, status, message)                      \
+    do {                                                 \
+        EXPECT_EQ(call, uint32_t{status});               \
+        EXPECT_EQ(Said(), Line(#call, status, message)); \
+    } while (false)
+#define QUIET(call, status) SAYS(call, status, nullptr)
 
 template <class Record>
 Record Named(const char* name) {
