@@ -100,11 +100,7 @@ struct Ring {
     }
 };
 
-void RunTimers() {
-    OBL_DRV_Timer timer = {};
-    timer.nDelayMs = 1;
-    timer.pvContext = &timer;
-    timer.pfnCallback = [](int32_t, void*) { ++expired; };
+void RunTimers(OBL_DRV_Timer& timer) {
     for (int i = 1; i <= 50; ++i) {
         EXPECT_EQ(OBL_DRV_TimerStart(&timer, shared), 0u);
         for (int wait = 0; expired < i && wait < 20000; ++wait) usleep(500);
@@ -115,6 +111,10 @@ void RunTimers() {
 TEST(Stress, AllOfItAtOnce) {
     Contended contended;
     Ring ring;
+    OBL_DRV_Timer timer = {};
+    timer.nDelayMs = 1;
+    timer.pvContext = &timer;
+    timer.pfnCallback = [](int32_t, void*) { ++expired; };
     std::atomic<int> brief = 0;
     OBL_ErrInfoCreate(&shared, nullptr, &Handle);
     OBL_ErrInfoSetLoggingHandler(shared, [](const char*, uint32_t, const char*) { ++logged; });
@@ -132,7 +132,7 @@ TEST(Stress, AllOfItAtOnce) {
             threads.Start([&] { ring.Produce(); });
             threads.Start([&] { ring.Consume(); });
         }
-        threads.Start(&RunTimers);
+        threads.Start([&] { RunTimers(timer); });
         for (int round = 0; round < 20; ++round) {
             Threads ten;
             for (int i = 0; i < 10; ++i) ten.Start([&] { ++brief; });

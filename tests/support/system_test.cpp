@@ -192,14 +192,16 @@ TEST_F(Timer, ReportsWhatTheSystemRefuses) {
 }
 
 struct Thread : Support {
-    // The priority that the thread saw from inside; -1 if it did not run.
-    int Run(uint32_t priority_class) {
-        thread.nPriorityClass = priority_class;
+    Thread() {
         thread.pvArg = &seen;
         thread.pfnStart = [](void* priority) -> void* {
             OBL_DRV_GetCurrentThreadPriority(static_cast<int32_t*>(priority));
             return nullptr;
         };
+    }
+    // The priority that the thread saw from inside; -1 if it did not run.
+    int Run(uint32_t priority_class) {
+        thread.nPriorityClass = priority_class;
         if (OBL_DRV_ThreadCreate(&thread, info) == 0) OBL_DRV_ThreadDestroy(&thread, info);
         return seen;
     }
