@@ -75,7 +75,7 @@ TEST_F(Support, CloneIsALimitedCopyAndNothingForNothing) {
 }
 
 TEST_F(Support, SmallTextRoutines) {
-    char text[32] = "ab";
+    char text[32] = "Ab";
     QUIET(OBL_strncat(text, 3, "CDEF"), 0);
     strcat(text, "-\xC4\xFF");
     QUIET(OBL_str2lower(text), 8);
