@@ -30,7 +30,7 @@ struct AnotherThread {
 void BarePair(benchmark::State& state) {
     const AnotherThread other;
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         pthread_mutex_lock(&mutex);
         pthread_mutex_unlock(&mutex);
     }
@@ -41,7 +41,7 @@ void NamedPair(benchmark::State& state) {
     const AnotherThread other;
     OBL_Mutex* mutex = nullptr;
     OBL_MutexCreate(&mutex, "bench", nullptr, nullptr);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         OBL_MutexAcquire(mutex, static_cast<uint32_t>(state.range(0)), nullptr);
         OBL_MutexRelease(mutex, nullptr);
     }
@@ -54,7 +54,8 @@ BENCHMARK(NamedPair)->Arg(UINT32_MAX)->Arg(0)->Arg(100);
 void ErrorReport(benchmark::State& state) {
     OBL_ErrInfo* info = nullptr;
     OBL_ErrInfoCreate(&info, nullptr, nullptr);
-    for (auto _ : state) OBL_SetErrInfo(info, "bench", 15, "Failed to Measure [%s]", "bench");
+    for ([[maybe_unused]] auto _ : state)
+        OBL_SetErrInfo(info, "bench", 15, "Failed to Measure [%s]", "bench");
     OBL_ErrInfoDestroy(&info);
 }
 BENCHMARK(ErrorReport);

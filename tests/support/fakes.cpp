@@ -101,7 +101,7 @@ std::string Said() {
     return std::exchange(heard, {});
 }
 
-std::string Line(std::string call, uint32_t status, const char* message) {
+std::string Line(const std::string& call, uint32_t status, const char* message) {
     if (message == nullptr) return {};
     return call.substr(0, call.find('(')) + " " + std::to_string(status) + " " + message + "\n";
 }

@@ -27,10 +27,10 @@ struct Calls {
     bool clock_stands = false;  // time passes only by sleeping
     uint64_t now_us = 0;
 };
-extern Calls calls;
+extern Calls calls;  // NOLINT(bugprone-dynamic-static-initializers): no definition
 
 // Allocations of the whole process, the C library included, where no sanitizer owns malloc.
-extern int all_mallocs;
+extern int all_mallocs;  // NOLINT(bugprone-dynamic-static-initializers): no definition
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool sanitized = true;
 #else
@@ -45,7 +45,7 @@ struct Support : testing::Test {
 };
 void Hear(const char* function, uint32_t status, const char* message);
 std::string Said();  // since the last call
-std::string Line(std::string call, uint32_t status, const char* message);
+std::string Line(const std::string& call, uint32_t status, const char* message);
 
 // The call returns "status" and reports just that under its own name with this message (null:
 // nothing).

@@ -1,6 +1,4 @@
 // Named mutexes, operating-system mutexes, spin locks, and how timeouts poll.
-#include <string.h>
-
 #include <thread>
 
 #include "tests/support/fakes.h"
@@ -112,8 +110,8 @@ TEST_F(Support, SpinLockIsAMutexThatDestructionZeroes) {
     QUIET(OBL_DRV_SpinLockRelease(&s, info), 0);
     SAYS(OBL_DRV_SpinLockRelease(&s, info), 15, "Failed to Release SpinLock [s]");
     QUIET(OBL_DRV_SpinLockDestroy(&s, info), 0);
-    const pthread_mutex_t zero = {};
-    EXPECT_EQ(memcmp(&s.sOsMutex, &zero, sizeof zero), 0);
+    const std::string bytes(reinterpret_cast<char*>(&s.sOsMutex), sizeof s.sOsMutex);
+    EXPECT_EQ(bytes, std::string(sizeof s.sOsMutex, '\0'));
     calls.pthread_mutex_init.FailNext();
     calls.pthread_mutex_destroy.FailNext();
     EXPECT_EQ(OBL_DRV_SpinLockCreate(&s, info), 15u);

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "trvil/obl_drv.h"
 
@@ -13,24 +14,19 @@ namespace {
 
 // Threads of the library's own making.
 struct Threads {
-    struct Worker {
-        OBL_DRV_Thread thread = {};
-        std::function<void()> body;
-    };
-    std::deque<Worker> workers;
+    std::deque<std::pair<OBL_DRV_Thread, std::function<void()>>> all;
 
-    void Start(std::function<void()> body) {
-        Worker& worker = workers.emplace_back();
-        worker.body = std::move(body);
-        worker.thread.pvArg = &worker.body;
-        worker.thread.pfnStart = [](void* argument) -> void* {
+    void Start(const std::function<void()>& body) {
+        auto& [thread, kept] = all.emplace_back(OBL_DRV_Thread{}, body);
+        thread.pvArg = &kept;
+        thread.pfnStart = [](void* argument) -> void* {
             (*static_cast<std::function<void()>*>(argument))();
             return nullptr;
         };
-        EXPECT_EQ(OBL_DRV_ThreadCreate(&worker.thread, nullptr), 0u);
+        EXPECT_EQ(OBL_DRV_ThreadCreate(&thread, nullptr), 0u);
     }
     ~Threads() {
-        for (Worker& worker : workers) OBL_DRV_ThreadDestroy(&worker.thread, nullptr);
+        for (auto& [thread, kept] : all) OBL_DRV_ThreadDestroy(&thread, nullptr);
     }
 };
 

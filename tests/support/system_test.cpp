@@ -124,7 +124,7 @@ struct Timer : Support {
         timer_gettime(timer.hTimer, &left);
     }
     void StopWhenExpired(int times) {
-        for (int wait = 0; expired < times && wait < 20000; ++wait) usleep(1000);
+        for (int wait = 0; expired < times && wait < 5000; ++wait) usleep(1000);
         QUIET(OBL_DRV_TimerStop(&timer, info), 0);
         EXPECT_EQ(expired, times);
     }
