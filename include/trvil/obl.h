@@ -9,8 +9,8 @@
    nothing else.
 
    Threads: memory and text routines keep no state and may run anywhere. Error information and
-   mutexes may be shared by threads. Signals: only the text routines may be called from a signal
-   handler, and of these neither OBL_strnclone, which allocates, nor the formatted ones. */
+   mutexes may be shared by threads. Signals: nothing here may be called from a signal handler but
+   OBL_strncat, OBL_strncmp, OBL_strncpy, OBL_strnlen, OBL_strnstr and OBL_StringToToken. */
 #ifndef TRVIL_OBL_H
 #define TRVIL_OBL_H
 

@@ -28,8 +28,7 @@
 #include <time.h>
 
 #ifndef TIMER_ABSTIME
-#error \
-    "trvil/obl_drv.h needs POSIX timers: define _POSIX_C_SOURCE as 200809L before the first #include"
+#error "trvil/obl_drv.h: define _POSIX_C_SOURCE as 200809L before the first #include"
 #endif
 
 #include "trvil/obl.h"

@@ -38,13 +38,13 @@ bool SkipDelimiters(const DelimiterSet& set, char** ppCursor, uint64_t* pRemaini
 }  // namespace
 
 uint32_t OBL_str2lower(char* text) {
-    uint32_t length = 0;
+    uint64_t length = 0;
     for (; text[length] != '\0'; ++length) {
         // Signed on purpose: the C library's tables have entries below zero too.
         const auto c = static_cast<signed char>(text[length]);
         if (isalnum(c)) text[length] = static_cast<char>(tolower(c));
     }
-    return length;
+    return static_cast<uint32_t>(length);
 }
 
 uint32_t OBL_strncat(char* destination, uint64_t limit, const char* source) {

@@ -42,8 +42,7 @@ void SetErrInfo(OBL_ErrInfo* psErrInfo, const char* function, uint32_t status, c
     OBL_strncpy(psErrInfo->szFunction, text_size, function);
     OBL_vsnprintf(psErrInfo->szMessage, text_size, format, arguments);
     Unlock(psErrInfo);
-    // Deliberate: handlers run without the lock, so that they may report, and get the members, not
-    // copies.
+    // Deliberate: without the lock, so that handlers may report, and with the members, not copies.
     CallBack(psErrInfo, psErrInfo->pfnHandler);
     CallBack(psErrInfo, psErrInfo->pfnLogging);
 }
