@@ -127,6 +127,16 @@ void run_last_line(const direct::Row& row, const direct::Row& plain, direct::Lin
     row(line);
 }
 
+// A picture without padding on either side is one long line: fewer starts and ends, and a copy of the
+// same format is a single block. Groups must not straddle what were its lines.
+bool is_one_line(const Job& job, const Format& source, const Format& destination) {
+    const uint64_t width = job.source.width;
+    return width % source.group == 0 && job.packing_offset % source.group == 0 &&
+           uint64_t{job.source.stride} * 8 == width * source.stored &&
+           uint64_t{job.destination.stride} * 8 == width * destination.stored &&
+           width * job.source.height <= UINT32_MAX;
+}
+
 }  // namespace
 
 void convert_lines(const Level& level, const Job& job, const Format& source,
@@ -134,21 +144,23 @@ void convert_lines(const Level& level, const Job& job, const Format& source,
     const Reader reader = reader_of(source);
     const Writer writer = writer_of(destination);
     const direct::Row row = level.direct->get(reader, writer);
+    const bool one_line = is_one_line(job, source, destination);
+    const uint32_t width = one_line ? job.source.width * job.source.height : job.source.width;
+    const uint32_t height = one_line ? 1 : job.source.height;
     direct::Line line{};
     line.source = job.source.address;
     line.destination = job.destination.address;
-    line.end = written_pixels(source, writer, job.source.width);
+    line.end = written_pixels(source, writer, width);
     line.shift = source.significant - 8u;
     line.flag = flag_of(source, writer);
     line.packing_offset = job.packing_offset;
-    if (line.end == 0) return;
-    for (uint32_t y = 1; y < job.source.height; ++y) {
+    if (line.end == 0 || height == 0) return;
+    for (uint32_t y = 1; y < height; ++y) {
         row(line);
         line.source += job.source.stride;
         line.destination += job.destination.stride;
     }
-    if (job.source.height != 0)
-        run_last_line(row, scalar::direct_rows.get(reader, writer), line, source, writer);
+    run_last_line(row, scalar::direct_rows.get(reader, writer), line, source, writer);
 }
 
 }  // namespace trv
