@@ -5,6 +5,7 @@
 // bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
 #pragma once
 
+#include "image/bayer/rule_pairs.h"
 #include "image/bayer/rule_vec.h"
 #include "image/bayer/span.h"
 #include "image/level/vec.h"
@@ -59,29 +60,48 @@ struct MaskedOf<bayer::rgb16, true> {
 template <bayer::SpanLayout L, bool RowIsRed>
 using Masked = typename MaskedOf<L, RowIsRed>::Type;
 
-// Pixels x to x + sizeof(U8) - 1, x odd.
+template <bool RowIsRed>
+TRV_INLINE U16 word_of(const Colours<U16>& c) {
+    return pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+}
+
+// Pixels x to x + sizeof(U8) - 1, x odd, by a rule that ...
+// ... has bytes
+template <bayer::SpanLayout L, bool RowIsRed>
+TRV_INLINE void store_colours(uint8_t* out, const Colours<U8>& c) {
+    store_pixels<L>(out, RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+}
+
+// ... has words of pairs
+template <bayer::SpanLayout L, bool RowIsRed>
+TRV_INLINE void store_colours(uint8_t* out, const Pairs& pairs) {
+    if constexpr (L == bayer::rgb16)
+        store_in_turn(out, word_of<RowIsRed>(pairs.first), word_of<RowIsRed>(pairs.second));
+    else
+        store_colours<L, RowIsRed>(out, joined(pairs));
+}
+
+// ... has a word per pixel and is asked twice
+template <bayer::SpanLayout L, bool RowIsRed>
+TRV_INLINE void store_colours(uint8_t* out, const Colours<U16>& a, const Colours<U16>& b) {
+    if constexpr (L == bayer::rgb16) {
+        store(out, word_of<RowIsRed>(a));
+        store(out + sizeof(U16), word_of<RowIsRed>(b));
+    } else {
+        store_colours<L, RowIsRed>(out, Colours<U8>{narrow(a.green, b.green), narrow(a.row, b.row),
+                                                    narrow(a.other, b.other)});
+    }
+}
+
 template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
 TRV_INLINE void step(const bayer::Line& line, size_t x) {
     uint8_t* out = line.out + x * pixel_bytes(L);
     prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
-    if constexpr (D == bayer::depth8) {
-        const auto c = Rule::colours(line, x);
-        store_pixels<L>(out, RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
-    } else {
-        const auto a = Rule::colours(line, x);
-        const auto b = Rule::colours(line, x + sizeof(U16) / 2);
-        if constexpr (L == bayer::rgb16) {
-            const auto put = [](uint8_t* to, const Colours<U16>& c) TRV_INLINE_LAMBDA {
-                store(to, pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row));
-            };
-            put(out, a);
-            put(out + sizeof(U16), b);
-        } else {
-            const U8 row = narrow(a.row, b.row), other = narrow(a.other, b.other);
-            store_pixels<L>(out, RowIsRed ? row : other, narrow(a.green, b.green),
-                            RowIsRed ? other : row);
-        }
-    }
+    if constexpr (D == bayer::depth8)
+        store_colours<L, RowIsRed>(out, Rule::colours(line, x));
+    else
+        store_colours<L, RowIsRed>(out, Rule::colours(line, x),
+                                   Rule::colours(line, x + sizeof(U16) / 2));
 }
 
 // One body for all vectors of a line: the last one overlaps the one before it.
@@ -100,7 +120,11 @@ void span(const bayer::Line& line) {
     if (line.pairs * 2 < sizeof(U8))
         return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
     if constexpr (D == bayer::depth8) {
-        run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, All<Exact<U8>>>>(line);
+        // Medians are cheaper in bytes, and so are copies unless words are made of them.
+        if constexpr (M == bayer::medians || (M == bayer::nearest && L != bayer::rgb16))
+            run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, All<Exact<U8>>>>(line);
+        else
+            run_line<D, L, RowIsRed, PairRule<M, GreenFirst>>(line);
     } else if constexpr (M == bayer::nearest) {
         run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, All<Exact<U16>>>>(line);
     } else {
