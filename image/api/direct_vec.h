@@ -40,8 +40,9 @@ constexpr int offset_group = 1;
 template <int Bits, int Group>
 constexpr int offset_group<GreyFour<Packed<Bits, Group>>> = Group;
 
-// Pixels 0 to count - 1 of a line in blocks; the pixels behind the last whole unit are left. Nothing is
-// fetched ahead here: with two plain streams the processor's own prefetcher is 5 to 20 % better.
+// Pixels 0 to count - 1 of a line in blocks; the pixels behind the last whole unit are left.
+// Nothing is fetched ahead here: with two plain streams the processor's own prefetcher is 5 to 20 %
+// better.
 template <typename K, size_t Bytes>
 inline size_t convert_blocks(const Line& line, size_t count) {
     const Line job = line;

@@ -18,17 +18,22 @@ struct StoreWords {
     TRV_INLINE static void write(uint8_t* out, U16 words) { store(out, words); }
 };
 
+// Two words per pixel hold its channels: the bottom one below green, and the top one where it
+// belongs.
 template <int Source, int Top, int Green, int Bottom, bool SixGreen>
 struct Kernel<ColourWord<Source, Top, Green, Bottom, SixGreen>>
     : PixelBlocks<vector_bytes / 2, Source>, StoreWords {
-    template <int Channel>
-    TRV_INLINE static U16 channel(const uint8_t* source, const Line& job) {
+    template <typename M>
+    TRV_INLINE static U16 words(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes / 2 * Source;
-        return as<U16>(gather<Map<Source, Channel, zero>, 0, room>(source, AsTheyAre(job)));
+        return as<U16>(gather<M, 0, room>(source, AsTheyAre(job)));
     }
     TRV_INLINE static U16 read(const uint8_t* source, const Line& job) {
-        return words_of<SixGreen>(channel<Top>(source, job), channel<Green>(source, job),
-                                  channel<Bottom>(source, job));
+        const U16 two = words<Map<Source, Bottom, Green>>(source, job);
+        const U16 top = words<Map<Source, zero, Top>>(source, job) & splat<U16>(0xF800);
+        const U16 bottom = (two & splat<U16>(0xF8)) >> 3;
+        if constexpr (SixGreen) return top | (two >> 5 & splat<U16>(0x7E0)) | bottom;
+        return top >> 1 | (two >> 6 & splat<U16>(0x3E0)) | bottom;
     }
 };
 
@@ -62,6 +67,11 @@ struct Kernel<Thirty<M>> : PixelBlocks<vector_bytes, M::source>, StoreDwords {
     template <int K>
     TRV_INLINE static U32 get(const uint8_t* source, const Line& job) {
         constexpr int room = vector_bytes * M::source;
+        if constexpr (M::source == 1) {
+            using Alone = Map<1, 0, zero, zero, zero>;
+            const U32 v = as<U32>(gather<Alone, K * vector_bytes, room>(source, AsTheyAre(job)));
+            return v | v << 10 | v << 22;
+        }
         const U32 d = as<U32>(gather<M, K * vector_bytes, room>(source, AsTheyAre(job)));
         return (d & splat<U32>(0xFF)) | (d & splat<U32>(0xFF00)) << 2 |
                (d & splat<U32>(0xFF0000)) << 6;
@@ -171,12 +181,13 @@ struct YuvWords {
 };
 
 TRV_INLINE YuvWords yuv_words(U16 pixels) {
-    const U16 byte = splat<U16>(0xFF);
+    // U and V go to the upper bytes of both words of their pair; 128 less is the top bit turned
+    // over.
     const U32 pairs = as<U32>(pixels);
-    const U32 u = pairs >> 8 & splat<U32>(0xFF), v = pairs >> 24;
-    const I16 centre = splat<I16>(128);
-    const I16 u6 = (as<I16>(u | u << 16) - centre) << 6, v6 = (as<I16>(v | v << 16) - centre) << 6;
-    const I16 y = as<I16>(pixels & byte);
+    const I16 turned = splat<I16>(-0x8000);
+    const I16 u6 = (as<I16>(permute<Map<4, zero, 1, zero, 1>>(pairs)) ^ turned) >> 2;
+    const I16 v6 = (as<I16>(permute<Map<4, zero, 3, zero, 3>>(pairs)) ^ turned) >> 2;
+    const I16 y = as<I16>(pixels & splat<U16>(0xFF));
     const I16 green = (mul_high(u6, splat<I16>(11264)) + mul_high(v6, splat<I16>(23392))) >> 5;
     return {y + mul_high(u6, splat<I16>(1815)), y - green, y + mul_high(v6, splat<I16>(1436))};
 }
