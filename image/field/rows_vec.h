@@ -18,23 +18,41 @@ namespace narrower = v3;
 namespace TRV_LEVEL {
 namespace {
 
-struct Lines {
-    const uint8_t* upper;
-    const uint8_t* lower;
-};
-
 TRV_INLINE U8 floor_mean(U8 a, U8 b) {
     return ceil_mean(a, b) - ((a ^ b) & splat<U8>(1));
 }
+
+constexpr ptrdiff_t distance(field::Neighbour n) {
+    return n == field::one ? 1 : n == field::three ? 3 : 4;
+}
+
+// The samples at byte k of a line and their neighbours. In YUV422 even bytes have theirs two bytes
+// away and odd bytes four; k's own parity says which lanes are odd.
+template <field::Neighbour N>
+struct Three {
+    TRV_INLINE Three(const uint8_t* at, size_t k)
+        : before(neighbour<-1>(at + k, k)),
+          own(held(load<U8>(at + k))),
+          behind(neighbour<1>(at + k, k)) {}
+
+    template <int Side>
+    TRV_INLINE static U8 neighbour(const uint8_t* at, size_t k) {
+        const U8 far = held(load<U8>(at + Side * distance(N)));
+        if constexpr (N != field::yuv) return far;
+        const U8 odd = as<U8>(splat<U16>(k % 2 == 0 ? 0xFF00 : 0x00FF));
+        return (far & odd) | (load<U8>(at + Side * 2) & ~odd);
+    }
+
+    U8 before, own, behind;
+};
 
 struct Average {
     TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) {
         return rows.average;
     }
-
-    template <int D>
-    TRV_INLINE static U8 at(const Lines& l, size_t k) {
-        return floor_mean(load<U8>(l.upper + k), load<U8>(l.lower + k));
+    template <field::Neighbour>
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
+        return floor_mean(held(load<U8>(upper + k)), held(load<U8>(lower + k)));
     }
 };
 
@@ -44,13 +62,11 @@ struct Bilinear {
     TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) {
         return rows.bilinear[n];
     }
-
-    template <int D>
-    TRV_INLINE static U8 at(const Lines& l, size_t k) {
-        const uint8_t *upper = l.upper + k, *lower = l.lower + k;
-        const WordHalves sum = weighted<7>(load<U8>(upper), load<U8>(lower)) +
-                               weighted<5>(load<U8>(upper - D), load<U8>(lower - D)) +
-                               weighted<5>(load<U8>(upper + D), load<U8>(lower + D));
+    template <field::Neighbour N>
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
+        const Three<N> u(upper, k), w(lower, k);
+        const WordHalves sum = weighted<7>(u.own, w.own) + weighted<5>(u.before, w.before) +
+                               weighted<5>(u.behind, w.behind);
         const U16 factor = splat<U16>(1920);
         return narrow(WordHalves{mul_high(sum.low, factor), mul_high(sum.high, factor)});
     }
@@ -65,35 +81,22 @@ struct Median {
     TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour n) {
         return rows.median[n];
     }
-
-    template <int D>
-    TRV_INLINE static U8 at(const Lines& l, size_t k) {
-        const auto middle = middle_of_six<VectorOrder>(
-            load<U8>(l.upper + k - D), load<U8>(l.upper + k), load<U8>(l.upper + k + D),
-            load<U8>(l.lower + k - D), load<U8>(l.lower + k), load<U8>(l.lower + k + D));
+    template <field::Neighbour N>
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
+        const Three<N> u(upper, k), w(lower, k);
+        const auto middle =
+            middle_of_six<VectorOrder>(u.before, u.own, u.behind, w.before, w.own, w.behind);
         return floor_mean(middle.lower, middle.upper);
     }
 };
 
 template <typename Rule, field::Neighbour N>
-TRV_INLINE U8 bytes(const Lines& l, size_t k) {
-    if constexpr (N == field::one) return Rule::template at<1>(l, k);
-    if constexpr (N == field::three) return Rule::template at<3>(l, k);
-    if constexpr (N == field::four) return Rule::template at<4>(l, k);
-    if constexpr (N == field::yuv) {
-        const U8 odd = as<U8>(splat<U16>(k % 2 == 0 ? 0xFF00 : 0x00FF));
-        return (Rule::template at<4>(l, k) & odd) | (Rule::template at<2>(l, k) & ~odd);
-    }
-}
-
-template <typename Rule, field::Neighbour N>
 void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count) {
     if (count < sizeof(U8)) return Rule::of(narrower::field_rows, N)(upper, lower, out, count);
-    const Lines lines{upper, lower};
     const size_t last = count - sizeof(U8);
     for (size_t k = 0;; k = k + sizeof(U8) < last ? k + sizeof(U8) : last) {
         prefetch_ahead<sizeof(U8)>(out + k);
-        store(out + k, bytes<Rule, N>(lines, k));
+        store(out + k, Rule::template at<N>(upper, lower, k));
         if (k == last) break;
     }
 }
