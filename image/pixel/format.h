@@ -17,8 +17,8 @@ enum class Code : uint8_t {
 };
 
 struct Format {
-    Code code;
     const char* name;
+    Code code;
     uint8_t stored;       // bits of memory per pixel
     uint8_t significant;  // bits that carry the value
     Family family;
@@ -28,7 +28,7 @@ struct Format {
 
 inline constexpr Format formats[] = {
 #define TRV_FORMAT(code, name, stored, significant, family, group, phase) \
-    {Code::name, #name, stored, significant, Family::family, group, Phase::phase},
+    {#name, Code::name, stored, significant, Family::family, group, Phase::phase},
 #include "trvil/formats.inc"
 };
 
