@@ -127,8 +127,8 @@ void run_last_line(const direct::Row& row, const direct::Row& plain, direct::Lin
     row(line);
 }
 
-// A picture without padding on either side is one long line: fewer starts and ends, and a copy of the
-// same format is a single block. Groups must not straddle what were its lines.
+// A picture without padding on either side is one long line: fewer starts and ends, and a copy of
+// the same format is a single block. Groups must not straddle what were its lines.
 bool is_one_line(const Job& job, const Format& source, const Format& destination) {
     const uint64_t width = job.source.width;
     return width % source.group == 0 && job.packing_offset % source.group == 0 &&
