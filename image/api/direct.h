@@ -63,7 +63,8 @@ struct Line {
     unsigned packing_offset;  // place of pixel 0 in its group, for packed sources to 4-byte pixels
 };
 
-constexpr size_t writer_bytes(Writer writer) {
+// Always inlined, like all that levels share: no level may leave a copy behind for others.
+[[gnu::always_inline]] constexpr size_t writer_bytes(Writer writer) {
     switch (writer) {
         case Writer::mono8:
             return 1;
@@ -89,7 +90,7 @@ using Row = void (*)(const Line&);
 struct Rows {
     Row row[static_cast<size_t>(Reader::count)][static_cast<size_t>(Writer::count)];
 
-    Row get(Reader reader, Writer writer) const {
+    [[gnu::always_inline]] Row get(Reader reader, Writer writer) const {
         return row[static_cast<size_t>(reader)][static_cast<size_t>(writer)];
     }
 };

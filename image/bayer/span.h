@@ -37,7 +37,9 @@ using Span = void (*)(const Line&);
 struct Spans {
     Span span[depth_count][layout_count][rule_count][2][2];
 
-    Span get(Depth depth, SpanLayout layout, SpanRule rule, LineKind kind) const {
+    // Always inlined: no level may leave a copy behind for others.
+    [[gnu::always_inline]] Span get(Depth depth, SpanLayout layout, SpanRule rule,
+                                    LineKind kind) const {
         return span[depth][layout][rule][kind.green_first][kind.row_is_red];
     }
 };
