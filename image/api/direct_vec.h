@@ -9,17 +9,7 @@
 #include "image/api/direct_vec_colour.h"
 #include "image/api/direct_vec_grey.h"
 
-namespace trv {
-
-#if defined(TRV_LEVEL_v2)
-namespace narrower = scalar;
-#elif defined(TRV_LEVEL_v3)
-namespace narrower = v2;
-#else
-namespace narrower = v3;
-#endif
-
-namespace TRV_LEVEL {
+namespace trv::TRV_LEVEL {
 namespace {
 
 template <typename M>
@@ -93,5 +83,4 @@ void row(const Line& line) {
 }
 
 }  // namespace
-}  // namespace TRV_LEVEL
-}  // namespace trv
+}  // namespace trv::TRV_LEVEL

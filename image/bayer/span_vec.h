@@ -10,17 +10,7 @@
 #include "image/bayer/span.h"
 #include "image/level/vec.h"
 
-namespace trv {
-
-#if defined(TRV_LEVEL_v2)
-namespace narrower = scalar;
-#elif defined(TRV_LEVEL_v3)
-namespace narrower = v2;
-#else
-namespace narrower = v3;
-#endif
-
-namespace TRV_LEVEL {
+namespace trv::TRV_LEVEL {
 namespace {
 
 // Words of red, green and blue as 5-6-5. Blue is not masked: see layout::Rgb16.
@@ -138,5 +128,4 @@ void span(const bayer::Line& line) {
 }
 
 }  // namespace
-}  // namespace TRV_LEVEL
-}  // namespace trv
+}  // namespace trv::TRV_LEVEL

@@ -5,17 +5,7 @@
 #include "image/field/median6.h"
 #include "image/level/vec.h"
 
-namespace trv {
-
-#if defined(TRV_LEVEL_v2)
-namespace narrower = scalar;
-#elif defined(TRV_LEVEL_v3)
-namespace narrower = v2;
-#else
-namespace narrower = v3;
-#endif
-
-namespace TRV_LEVEL {
+namespace trv::TRV_LEVEL {
 namespace {
 
 TRV_INLINE U8 floor_mean(U8 a, U8 b) {
@@ -102,5 +92,4 @@ void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count)
 }
 
 }  // namespace
-}  // namespace TRV_LEVEL
-}  // namespace trv
+}  // namespace trv::TRV_LEVEL

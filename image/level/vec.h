@@ -10,3 +10,19 @@
 #else
 #error "no vector vocabulary for this level"
 #endif
+
+#include "image/level/vec_map.h"
+
+// Lines too short for this level's vectors go to the next one down.
+namespace trv {
+namespace scalar {}
+namespace v2 {}
+namespace v3 {}
+#if defined(TRV_LEVEL_v2)
+namespace narrower = scalar;
+#elif defined(TRV_LEVEL_v3)
+namespace narrower = v2;
+#else
+namespace narrower = v3;
+#endif
+}  // namespace trv

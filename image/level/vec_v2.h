@@ -47,6 +47,11 @@ TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }
 
+// Bytes of each 16-byte part in another order; an order of 0x80 gives 0.
+TRV_INLINE U8 shuffle(U8 v, U8 order) {
+    return as<U8>(_mm_shuffle_epi8(reg(v), reg(order)));
+}
+
 // Samples in the middle of two vectors that begin one sample before and one behind them at `at`.
 template <typename V>
 TRV_INLINE V between(V, V, const uint8_t* at) {
@@ -167,45 +172,6 @@ TRV_INLINE U8 gather_load(const uint8_t* source, Pre pre) {
     static constexpr auto order = gather_order<M, First, J>(p);
     const U8 bytes = pre(load<U8>(source + p.offset[J]));
     return as<U8>(_mm_shuffle_epi8(reg(bytes), reg(lanes<U8>(order))));
-}
-
-// Destination bytes First to First + 15 of a map over `Room` source bytes; `pre` works on what is
-// loaded before its bytes are taken apart. Kept bytes come out as 0.
-template <typename M, int First, int Room, typename Pre>
-TRV_INLINE U8 gather(const uint8_t* source, Pre pre) {
-    return gather_load<M, First, Room, 0>(source, pre) |
-           gather_load<M, First, Room, 1>(source, pre) |
-           gather_load<M, First, Room, 2>(source, pre) |
-           gather_load<M, First, Room, 3>(source, pre);
-}
-
-// Stores a vector but for the kept bytes of the map: these are stored back as they were.
-template <typename M, int First>
-TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
-    if constexpr (M::has_kept()) {
-        static constexpr auto kept = [] {
-            Lanes<uint8_t, 16> lanes{};
-            for (int i = 0; i < 16; ++i)
-                lanes.v[i] = static_cast<uint8_t>(M::at(First + i) == keep ? 0xFF : 0);
-            return lanes;
-        }();
-        v |= load<U8>(out) & lanes<U8>(kept);
-    }
-    store(out, v);
-}
-
-// Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
-template <typename M>
-TRV_INLINE U32 permute(U32 v) {
-    static constexpr auto order = [] {
-        Lanes<uint8_t, 16> lanes{};
-        for (int i = 0; i < 16; ++i) {
-            const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
-            lanes.v[i] = static_cast<uint8_t>(at < 0 ? 0x80 : i % 16 / 4 * 4 + at);
-        }
-        return lanes;
-    }();
-    return as<U32>(_mm_shuffle_epi8(reg(v), reg(lanes<U8>(order))));
 }
 
 // The low three bytes of 16 dwords.

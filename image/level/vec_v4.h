@@ -63,6 +63,11 @@ constexpr uint64_t mask_where(F f) {
     return mask;
 }
 
+// Bytes of each 16-byte part in another order; an order of 0x80 gives 0.
+TRV_INLINE U8 shuffle(U8 v, U8 order) {
+    return as<U8>(_mm512_shuffle_epi8(reg(v), reg(order)));
+}
+
 // Samples in the middle of two vectors that begin one sample before and one behind them at `at`:
 // taken from both by a double shift, which is cheaper here than one more load across cache lines.
 TRV_INLINE U8 between(U8 left, U8 right, const uint8_t*) {
@@ -220,20 +225,6 @@ TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
             reg(v));
     else
         store(out, v);
-}
-
-// Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
-template <typename M>
-TRV_INLINE U32 permute(U32 v) {
-    static constexpr auto order = [] {
-        Lanes<uint8_t, 64> lanes{};
-        for (int i = 0; i < 64; ++i) {
-            const int at = i % 4 < M::destination ? M::at(i % 4) : zero;
-            lanes.v[i] = static_cast<uint8_t>(at < 0 ? 0x80 : i % 16 / 4 * 4 + at);
-        }
-        return lanes;
-    }();
-    return as<U32>(_mm512_shuffle_epi8(reg(v), reg(lanes<U8>(order))));
 }
 
 // The low three bytes of 64 dwords.
