@@ -10,7 +10,7 @@
 namespace trv::tool {
 
 // Used where the command line names none.
-inline constexpr uint32_t default_method = TBL_BAYER_METHOD_DUP;
+inline constexpr uint32_t default_method = TBL_BAYER_METHOD_AVE;
 
 // Each throws Failure with the nearest names when there is none of this name.
 const Format& format_named(const std::string& name);

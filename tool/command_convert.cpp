@@ -23,7 +23,7 @@ Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey
 
 struct Options {
     std::string size, format, phase, method, target, as, output;
-    std::string scale = "none", white = "off";
+    std::string scale = "none", white = "off", via = "auto";
     std::optional<uint64_t> stride;
     uint64_t skip = 0;
     bool force = false;
@@ -56,15 +56,25 @@ Kind choose_kind(const Options& o) {
                   "use png, tif, ppm, pgm or raw");
 }
 
+void say_way(const Path& path) {
+    const char* what = spoils(*path.front(), *path.back());
+    if (path.size() == 2 && what != nullptr)
+        note(text(path_text(path), " ", what, "; without --via never a better way is taken"));
+    if (path.size() <= 2) return;
+    note(text("going ", path_text(path),
+              what == nullptr ? "" : text(" (the direct route ", what, ")")));
+}
+
 Conversion resolve(const Options& o) {
     const Format& format = format_named(o.format);
     const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
     const Kind kind = choose_kind(o);
+    const Demosaic how{choose_method(o, format), choose_phase(o, format)};
+    const Via via = o.via == "never" ? Via::never : Via::automatic;
     Conversion c{source_geometry(format, size_named(o.size), o.stride),
                  o.skip,
-                 choose_phase(o, format),
-                 choose_method(o, format),
-                 plan(format, target, kind),
+                 how,
+                 plan(format, target, kind, how, via),
                  kind,
                  tuning_named(o.white, o.scale),
                  o.force};
@@ -77,6 +87,7 @@ void convert_all(const Options& o) {
     const Conversion conversion = resolve(o);
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
     for (const std::string& output : outputs) check_target(output, o.force);
+    say_way(conversion.path);
     Progress progress(o.inputs.size());
     std::optional<Failure> last;
     for (size_t i = 0; i < o.inputs.size(); ++i) {
@@ -115,6 +126,11 @@ void add_making(CLI::App* command, Options* o) {
                           method_name(default_method), "]"))
         ->group(group);
     command->add_option("-t,--to", o->target, "Format of the result [what suits the file]")
+        ->group(group);
+    command
+        ->add_option("--via", o->via,
+                     "auto: over several steps where there is no direct way; never [auto]")
+        ->check(CLI::IsMember({"auto", "never"}))
         ->group(group);
     command
         ->add_option("--scale", o->scale,

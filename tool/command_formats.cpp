@@ -10,7 +10,7 @@ namespace trv::tool {
 namespace {
 
 std::string picture_of(const Format& format) {
-    const auto path = find_path(format, Kind::png);
+    const auto path = find_path(format, Kind::png, {}, Via::automatic);
     return path ? path->back()->name : "-";
 }
 
@@ -42,7 +42,7 @@ void add_formats(CLI::App* app) {
     CLI::App* command = app->add_subcommand("formats", "List the pixel formats");
     command->footer(
         "STORED is bits of memory per pixel, DEPTH the bits of a sample that carry the value,\n"
-        "PICTURE the format in which a PNG holds it, or - where there is no direct way to one.");
+        "PICTURE the format in which a PNG holds it, or - where there is no way to one.");
     command->callback(list_formats);
 }
 

@@ -16,11 +16,11 @@ namespace {
 constexpr uint32_t dim = 8;  // a picture is dim when it stays below this part of full range
 
 void check_method(const Conversion& c, const Format& from, const Format& to) {
-    const std::string wanted = method_name(c.method);
-    const std::vector<std::string> methods = methods_between(from, to, c.phase);
+    const std::string wanted = method_name(c.how.method);
+    const std::vector<std::string> methods = methods_between(from, to, c.how.phase);
     if (std::find(methods.begin(), methods.end(), wanted) != methods.end()) return;
     const std::string what = text("method ", wanted, " does not exist from ", from.name, " to ",
-                                  to.name, " in phase ", phase_name(c.phase));
+                                  to.name, " in phase ", phase_name(c.how.phase));
     const std::string why =
         methods.empty() ? "no method does" : text("what exists there is ", list(methods));
     throw Failure(Exit::no_route, what, why, "choose another method with -m or target with -t");
@@ -32,10 +32,12 @@ void check_mosaic(const Conversion& c) {
                       "one block of it holds one red, one blue and two green pixels", "check -s");
 }
 
-// Where the samples are that gains apply to: in the dump if they can be told apart there, otherwise
-// in the picture.
-bool tunes_source(const Conversion& c) {
-    return sample_layout(*c.source.format, c.phase).has_value();
+// The first picture on the way whose samples can be told apart: gains apply to it, at the depth it
+// has. Unpacking does not lose any.
+std::optional<size_t> tuned_step(const Conversion& c) {
+    for (size_t i = 0; i < c.path.size(); ++i)
+        if (sample_layout(*c.path[i], c.how.phase)) return i;
+    return std::nullopt;
 }
 
 void check_tuning(const Conversion& c) {
@@ -43,7 +45,7 @@ void check_tuning(const Conversion& c) {
     if (c.tuning.white != Tuning::White::off && source.family == Family::grey)
         throw Failure(Exit::usage, text("no white balance for ", source.name), "it is grey",
                       "leave --wb out, or give the format of the mosaic with -f");
-    if (!tunes_source(c) && !sample_layout(*c.path.back(), c.phase))
+    if (!tuned_step(c))
         throw Failure(Exit::usage, text("cannot balance or stretch ", c.path.back()->name),
                       "neither its samples nor those of the source are whole bytes or words",
                       "choose another target with -t");
@@ -59,40 +61,38 @@ std::string maybe_meant(const Format& format, uint32_t level) {
     return text(" (is it ", other->name, "?)");
 }
 
-void note_levels(const Conversion& c, const Census& census, const std::string& input) {
-    const Format& format = *c.source.format;
-    const SampleLayout layout = *sample_layout(format, c.phase);
+void note_levels(const Format& format, const SampleLayout& layout, const Census& census,
+                 bool stretched, const std::string& input) {
     const uint32_t top = brightest(census);
     if (const uint64_t above = count_above(census, layout.full()); above != 0)
         note(text(input, ": ", above, " samples exceed the ", layout.bits, " bits of ", format.name,
                   ", up to ", top, maybe_meant(format, top)));
-    else if (top < layout.full() / dim && !c.tuning.stretch)
+    else if (top < layout.full() / dim && !stretched)
         note(text(input, ": the picture will be dark, its brightest sample is ", top, " of ",
                   layout.full(), maybe_meant(format, top), "; --scale auto stretches it"));
 }
 
-void tune(const Tuning& tuning, const Census& census, const Frame& frame,
-          const SampleLayout& layout) {
-    if (tuning.needed()) apply_gains(choose_gains(tuning, census, layout), frame, layout);
-}
-
-void tune_source(const Conversion& c, const Frame& frame, const std::string& input) {
-    const SampleLayout layout = *sample_layout(*c.source.format, c.phase);
+void tune(const Conversion& c, const Frame& frame, const std::string& input) {
+    const Format& format = *frame.geometry().format;
+    const SampleLayout layout = *sample_layout(format, c.how.phase);
     const Census census = take_census(frame, layout);
-    note_levels(c, census, input);
-    tune(c.tuning, census, frame, layout);
+    if (format.code == c.source.format->code)
+        note_levels(format, layout, census, c.tuning.stretch, input);
+    if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, census, layout), frame, layout);
 }
 
-void tune_picture(const Conversion& c, const Frame& frame) {
-    if (!c.tuning.needed()) return;
-    const SampleLayout layout = *sample_layout(*c.path.back(), c.phase);
-    tune(c.tuning, take_census(frame, layout), frame, layout);
+// Unpacking writes whole groups, so lines get room behind them.
+Geometry roomy(const Format& format, const Geometry& like) {
+    constexpr uint32_t step = 64;
+    Geometry g = tight(format, like.width, like.height);
+    g.stride = (g.stride + step - 1) / step * step;
+    return g;
 }
 
 Frame convert_step(const Conversion& c, const Frame& from, const Format& to) {
     const Geometry& g = from.geometry();
-    Frame result(tight(to, g.width, g.height));
-    from.set_bayer(c.method, c.phase);
+    Frame result(is_packed(*g.format) ? roomy(to, g) : tight(to, g.width, g.height));
+    from.set_bayer(c.how.method, c.how.phase);
     const uint32_t status = TIL_Convert(from.handle(), result.handle());
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot convert ", g.format->name, " to ", to.name),
@@ -118,9 +118,11 @@ void check_conversion(const Conversion& c) {
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
                     Progress* progress) {
     Frame frame = read_frame(input, c.source, c.skip);
-    if (tunes_source(c)) tune_source(c, frame, input);
-    for (size_t i = 1; i < c.path.size(); ++i) frame = convert_step(c, frame, *c.path[i]);
-    if (!tunes_source(c)) tune_picture(c, frame);
+    const std::optional<size_t> tuned = tuned_step(c);
+    for (size_t i = 0; i < c.path.size(); ++i) {
+        if (i > 0) frame = convert_step(c, frame, *c.path[i]);
+        if (i == tuned) tune(c, frame, input);
+    }
     if (frame.geometry().stride != frame.geometry().line()) frame = frame.tightened();
     Output file(output, c.force);
     write_picture(frame, c.kind, &file, progress);

@@ -13,8 +13,7 @@ namespace trv::tool {
 struct Conversion {
     Geometry source;
     uint64_t skip;
-    Phase phase;
-    uint32_t method;
+    Demosaic how;
     Path path;
     Kind kind;
     Tuning tuning;

@@ -20,9 +20,10 @@ uint32_t try_method(const Format& from, const Format& to, uint32_t method, Phase
 
 // Best first. A picture that needs no conversion beats all others.
 std::vector<const Format*> candidates(const Format& source) {
+    const Format* colour[] = {&format_of(Code::BGR24), &format_of(Code::BGRX32)};
     if (source.family == Family::grey)
-        return {&source, &format_of(Code::Mono8), &format_of(Code::BGR24)};
-    return {&source, &format_of(Code::BGR24), &format_of(Code::BGRX32)};
+        return {&source, &format_of(Code::Mono8), colour[0], colour[1]};
+    return {&source, colour[0], colour[1]};
 }
 
 std::optional<Path> direct_path(const Format& source, const Format& target) {
@@ -35,16 +36,23 @@ Failure no_route(const Format& source, const std::string& target, const std::str
     const std::vector<const Format*> known = reachable(source);
     const std::string why = known.empty()
                                 ? text("this library converts ", source.name, " to nothing else")
-                                : text(source.name, " converts to ", names_of(known));
+                                : text(source.name, " converts directly to ", names_of(known));
     return {Exit::no_route, text("no way from ", source.name, " to ", target), why, next};
 }
 
-Failure no_way_to_file(const Format& source, Kind kind) {
+Failure only_chain(const Path& chain, const std::string& target) {
+    return {Exit::no_route, text("no direct way from ", chain.front()->name, " to ", target),
+            "--via never forbids a longer one",
+            text("leave it out to go ", path_text(chain), ", or convert step by step")};
+}
+
+Failure no_way_to_file(const Format& source, Kind kind, const Demosaic& how) {
     std::vector<std::string> kinds;
     for (const Kind other : {Kind::png, Kind::tif, Kind::ppm, Kind::pgm})
-        if (find_path(source, other)) kinds.push_back(text(".", kind_name(other)));
+        if (find_path(source, other, how, Via::automatic))
+            kinds.push_back(text(".", kind_name(other)));
     return no_route(source, text("a .", kind_name(kind)),
-                    kinds.empty() ? "`trvil formats` shows which formats lead to a picture"
+                    kinds.empty() ? "`trvil routes FROM` shows what there is"
                                   : text("write ", list(kinds, " or ")));
 }
 
@@ -76,21 +84,31 @@ std::vector<std::string> methods_between(const Format& from, const Format& to, P
     return names;
 }
 
-std::optional<Path> find_path(const Format& source, Kind kind) {
+std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& how, Via via) {
     for (const Format* candidate : candidates(source)) {
         // Raw files hold anything, but without a word from the user they hold a picture.
         if (!holds(kind, *candidate) || !holds(Kind::png, *candidate)) continue;
-        if (auto path = direct_path(source, *candidate)) return path;
+        auto path = find_chain(source, *candidate, how);
+        if (path && (via == Via::automatic || path->size() <= 2)) return path;
     }
     return std::nullopt;
 }
 
-Path plan(const Format& source, const Format* wanted, Kind kind) {
+Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via) {
     if (wanted != nullptr && !holds(kind, *wanted)) throw unsuited(*wanted, kind);
-    const auto path = wanted != nullptr ? direct_path(source, *wanted) : find_path(source, kind);
+    const std::string target = wanted != nullptr ? wanted->name : text("a .", kind_name(kind));
+    const auto any_way = [&](Via allowed) {
+        return wanted != nullptr ? find_chain(source, *wanted, how)
+                                 : find_path(source, kind, how, allowed);
+    };
+    const auto direct = wanted != nullptr ? direct_path(source, *wanted) : any_way(Via::never);
+    if (via == Via::never && direct) return *direct;
+    const auto path = any_way(Via::automatic);
+    if (path && via == Via::never) throw only_chain(*path, target);
     if (path) return *path;
-    if (wanted == nullptr) throw no_way_to_file(source, kind);
-    throw no_route(source, wanted->name, "choose one of them with -t");
+    if (direct) return *direct;
+    if (wanted == nullptr) throw no_way_to_file(source, kind, how);
+    throw no_route(source, target, "choose one of them with -t");
 }
 
 }  // namespace trv::tool

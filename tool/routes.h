@@ -1,4 +1,5 @@
-// Which format the library turns into which, and the way from a source to a picture file.
+// Which format the library turns into which, directly or over several steps, and the way from a
+// source to a picture file.
 #pragma once
 
 #include <optional>
@@ -6,24 +7,41 @@
 #include <vector>
 
 #include "image/pixel/format.h"
+#include "tool/catalogue.h"
 #include "tool/kind.h"
 
 namespace trv::tool {
 
-// Asked of the library itself with a tiny picture, so the answer is what this library does.
+// How mosaics are to be demosaiced on the way; not every way exists by every method.
+struct Demosaic {
+    uint32_t method = default_method;
+    Phase phase = Phase::A;
+};
+
+enum class Via { automatic, never };
+
+// Whether there is a direct route, by any method. Asked of the library itself with a tiny picture,
+// so the answer is what this library does.
 bool converts(const Format& from, const Format& to);
 std::vector<const Format*> reachable(const Format& from);
 
 // The methods by which a mosaic of this phase becomes `to`.
 std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase);
 
+// What a direct route does to a picture so that it is none any more, in words; null if nothing.
+const char* spoils(const Format& from, const Format& to);
+
 // Formats that a picture goes through, source first, what the file holds last.
 using Path = std::vector<const Format*>;
+std::string path_text(const Path& path);
+
+// The shortest way on which nothing is lost before the last step; direct where that is no loss.
+std::optional<Path> find_chain(const Format& from, const Format& to, const Demosaic& how);
 
 // The way to `wanted`, or where that is null to what suits the kind of file best.
-Path plan(const Format& source, const Format* wanted, Kind kind);
+Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via);
 
-// The same without an explanation.
-std::optional<Path> find_path(const Format& source, Kind kind);
+// The same to what suits the kind of file, without an explanation.
+std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& how, Via via);
 
 }  // namespace trv::tool
