@@ -1,6 +1,7 @@
 #include "tool/catalogue.h"
 
 #include "tool/error.h"
+#include "tool/foreign.h"
 #include "tool/text.h"
 
 namespace trv::tool {
@@ -30,15 +31,17 @@ std::vector<std::string> all_format_names() {
 const Format& format_named(const std::string& name) {
     for (const Format& format : formats)
         if (lower(format.name) == lower(name)) return format;
+    if (const Format* format = find_foreign_format(name)) return *format;
     throw Failure(Exit::usage, text("unknown format \"", name, "\""),
                   text("the nearest names are ", list(nearest(name, all_format_names(), 4))),
-                  "`trvil formats` lists them all");
+                  "`trvil formats` lists them all, `trvil formats --names` what others call them");
 }
 
 Phase phase_named(const std::string& name) {
     for (size_t i = 0; i < std::size(phases); ++i)
         if (lower(name) == lower(phases[i].letter) || lower(name) == lower(phases[i].colours))
             return static_cast<Phase>(i);
+    if (const auto phase = find_foreign_phase(name)) return *phase;
     throw Failure(Exit::usage, text("unknown phase \"", name, "\""),
                   "a phase names the colours of the first two pixels of the first two lines",
                   "use A or RGGB, B or GRBG, C or GBRG, D or BGGR");

@@ -1,8 +1,10 @@
 #include <iomanip>
 #include <iostream>
+#include <memory>
 
 #include "tool/catalogue.h"
 #include "tool/command.h"
+#include "tool/foreign.h"
 #include "tool/routes.h"
 #include "tool/text.h"
 
@@ -36,14 +38,41 @@ void list_formats() {
                 phase_name(format.phase), picture_of(format));
 }
 
+void put_names(const std::string& name, const std::vector<std::string>& cells) {
+    std::cout << std::left << std::setw(11) << name;
+    for (size_t i = 0; i < cells.size(); ++i)
+        std::cout << std::setw(i + 1 < cells.size() ? 14 : 0) << cells[i];
+    std::cout << '\n';
+}
+
+void list_names() {
+    put_names("NAME", {"PFNC", "V4L2", "GST", "ROS"});
+    for (const Format& format : formats) {
+        std::vector<std::string> cells;
+        for (const char* world : {"pfnc", "v4l2", "gst", "ros"}) {
+            const std::string cell = list(foreign_names(format, world));
+            cells.push_back(cell.empty() ? "-" : cell);
+        }
+        put_names(format.name, cells);
+    }
+    std::cout << "\nPHASE\n";
+    for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
+        put_names(phase_name(phase), {list(foreign_names(phase))});
+}
+
 }  // namespace
 
 void add_formats(CLI::App* app) {
     CLI::App* command = app->add_subcommand("formats", "List the pixel formats");
+    const auto names = std::make_shared<bool>(false);
+    command->add_flag("--names", *names, "What other projects call them");
     command->footer(
         "STORED is bits of memory per pixel, DEPTH the bits of a sample that carry the value,\n"
-        "PICTURE the format in which a PNG holds it, or - where there is no way to one.");
-    command->callback(list_formats);
+        "PICTURE the format in which a PNG holds it, or - where there is no way to one.\n\n"
+        "All names are understood, with the prefix of their world (v4l2:RG10) or without. By "
+        "itself a\n"
+        "name of this library's own is that: RGB16 has 16 bits per pixel, pfnc:RGB16 48.");
+    command->callback([names] { *names ? list_names() : list_formats(); });
 }
 
 }  // namespace trv::tool
