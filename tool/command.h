@@ -8,9 +8,12 @@ namespace trv::tool {
 
 void add_convert(CLI::App* app);
 void add_formats(CLI::App* app);
+void add_frame(CLI::App* app);
+void add_phase(CLI::App* app);
 void add_routes(CLI::App* app);
 void add_sample(CLI::App* app);
 
-inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_formats, add_routes, add_sample};
+inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_formats, add_frame,
+                                                  add_phase,   add_routes,  add_sample};
 
 }  // namespace trv::tool

@@ -8,6 +8,7 @@
 #include "tool/input.h"
 #include "tool/naming.h"
 #include "tool/output.h"
+#include "tool/reading.h"
 #include "tool/text.h"
 
 namespace trv::tool {
@@ -22,10 +23,9 @@ suits most scenes. Wrong colours or a fine check pattern mean another --phase.
 Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey.)";
 
 struct Options {
-    std::string size, format, phase, method, target, as, output;
+    Reading reading;
+    std::string phase, method, target, as, output;
     std::string scale = "none", white = "off", via = "auto";
-    std::optional<uint64_t> stride;
-    uint64_t skip = 0;
     bool force = false;
     std::vector<std::string> inputs;
 };
@@ -46,16 +46,6 @@ uint32_t choose_method(const Options& o, const Format& format) {
     return o.method.empty() ? default_method : method_named(o.method);
 }
 
-Kind choose_kind(const Options& o) {
-    if (o.as.empty() && o.output != "-") return kind_of_path(o.output);
-    if (o.as.empty())
-        throw Failure(Exit::usage, "stdout has no name that tells the kind of file", "",
-                      "say --as png, tif, ppm, pgm or raw");
-    if (const auto kind = find_kind(o.as)) return *kind;
-    throw Failure(Exit::usage, text("unknown kind of file \"", o.as, "\""), "",
-                  "use png, tif, ppm, pgm or raw");
-}
-
 void say_way(const Path& path) {
     const char* what = spoils(*path.front(), *path.back());
     if (path.size() == 2 && what != nullptr)
@@ -66,17 +56,15 @@ void say_way(const Path& path) {
 }
 
 Conversion resolve(const Options& o) {
-    const Format& format = format_named(o.format);
+    const Geometry source = o.reading.geometry();
+    const Format& format = *source.format;
     const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
-    const Kind kind = choose_kind(o);
+    const Kind kind = kind_of_output(o.output, o.as);
     const Demosaic how{choose_method(o, format), choose_phase(o, format)};
     const Via via = o.via == "never" ? Via::never : Via::automatic;
-    Conversion c{source_geometry(format, size_named(o.size), o.stride),
-                 o.skip,
-                 how,
-                 plan(format, target, kind, how, via),
-                 kind,
-                 tuning_named(o.white, o.scale),
+    Conversion c{source, o.reading.skip,
+                 how,    plan(format, target, kind, how, via),
+                 kind,   tuning_named(o.white, o.scale),
                  o.force};
     check_conversion(c);
     return c;
@@ -102,20 +90,12 @@ void convert_all(const Options& o) {
     if (last) throw Failure(*last);
 }
 
-void add_reading(CLI::App* command, Options* o) {
-    const char* group = "How to read the dump";
-    command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT")->required()->group(group);
-    command->add_option("-f,--format", o->format, "Format of the dump; see `trvil formats`")
-        ->required()
-        ->group(group);
-    command->add_option("--stride", o->stride, "Bytes from line to line [no padding]")
-        ->group(group);
-    command->add_option("--skip", o->skip, "Bytes before the picture [0]")->group(group);
+void add_inputs(CLI::App* command, Options* o) {
     command
         ->add_option("--phase", o->phase,
                      "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
-        ->group(group);
-    command->add_option("inputs", o->inputs, "Dumps; - is stdin")->required()->group(group);
+        ->group(reading_group);
+    command->add_option("inputs", o->inputs, "Dumps; - is stdin")->required()->group(reading_group);
 }
 
 void add_making(CLI::App* command, Options* o) {
@@ -159,7 +139,8 @@ void add_writing(CLI::App* command, Options* o) {
 void add_convert(CLI::App* app) {
     CLI::App* command = app->add_subcommand("convert", "Convert raw dumps to pictures");
     const auto options = std::make_shared<Options>();
-    add_reading(command, options.get());
+    add_reading(command, &options->reading);
+    add_inputs(command, options.get());
     add_making(command, options.get());
     add_writing(command, options.get());
     command->footer(footer);

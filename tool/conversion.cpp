@@ -89,20 +89,15 @@ Geometry roomy(const Format& format, const Geometry& like) {
     return g;
 }
 
-Frame convert_step(const Conversion& c, const Frame& from, const Format& to) {
+Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
     const Geometry& g = from.geometry();
     Frame result(is_packed(*g.format) ? roomy(to, g) : tight(to, g.width, g.height));
-    from.set_bayer(c.how.method, c.how.phase);
+    from.set_bayer(how.method, how.phase);
     const uint32_t status = TIL_Convert(from.handle(), result.handle());
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot convert ", g.format->name, " to ", to.name),
                       text("the library answered status ", status), "");
     return result;
-}
-
-void note_raw(const std::string& output, const Geometry& g) {
-    note(text(output == "-" ? "stdout" : output, " holds ", g.width, "x", g.height, " ",
-              g.format->name, " in lines of ", g.stride, " bytes"));
 }
 
 }  // namespace
@@ -115,18 +110,20 @@ void check_conversion(const Conversion& c) {
     if (c.tuning.needed()) check_tuning(c);
 }
 
+Frame convert(Frame frame, const Path& path, const Demosaic& how) {
+    for (size_t i = 1; i < path.size(); ++i) frame = convert_step(how, frame, *path[i]);
+    return frame;
+}
+
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
                     Progress* progress) {
     Frame frame = read_frame(input, c.source, c.skip);
     const std::optional<size_t> tuned = tuned_step(c);
     for (size_t i = 0; i < c.path.size(); ++i) {
-        if (i > 0) frame = convert_step(c, frame, *c.path[i]);
+        if (i > 0) frame = convert_step(c.how, frame, *c.path[i]);
         if (i == tuned) tune(c, frame, input);
     }
-    if (frame.geometry().stride != frame.geometry().line()) frame = frame.tightened();
-    Output file(output, c.force);
-    write_picture(frame, c.kind, &file, progress);
-    if (c.kind == Kind::raw) note_raw(output, frame.geometry());
+    put_picture(std::move(frame), c.kind, output, c.force, progress);
 }
 
 }  // namespace trv::tool

@@ -23,6 +23,9 @@ struct Conversion {
 // Throws Failure when there is no such conversion, whatever the input holds.
 void check_conversion(const Conversion& conversion);
 
+// The picture after all steps of a path.
+Frame convert(Frame frame, const Path& path, const Demosaic& how);
+
 void run_conversion(const Conversion& conversion, const std::string& input,
                     const std::string& output, Progress* progress);
 

@@ -45,6 +45,16 @@ Kind kind_of_path(const std::string& path) {
                   "end its name in .png, .tif, .ppm, .pgm or .raw, or say --as KIND");
 }
 
+Kind kind_of_output(const std::string& output, const std::string& said) {
+    if (said.empty() && output != "-") return kind_of_path(output);
+    if (said.empty())
+        throw Failure(Exit::usage, "stdout has no name that tells the kind of file", "",
+                      "say --as png, tif, ppm, pgm or raw");
+    if (const auto kind = find_kind(said)) return *kind;
+    throw Failure(Exit::usage, text("unknown kind of file \"", said, "\""), "",
+                  "use png, tif, ppm, pgm or raw");
+}
+
 bool holds(Kind kind, const Format& format) {
     const bool grey = format.family == Family::grey;
     switch (kind) {

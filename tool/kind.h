@@ -16,6 +16,9 @@ std::optional<Kind> find_kind(const std::string& name);
 // By the end of the file's name. Throws Failure when it says nothing.
 Kind kind_of_path(const std::string& path);
 
+// What `said` names, or where that is empty what the output's name says. Throws Failure.
+Kind kind_of_output(const std::string& output, const std::string& said);
+
 // Whether pixels of a format go into a file as they are.
 bool holds(Kind kind, const Format& format);
 

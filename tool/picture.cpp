@@ -107,4 +107,15 @@ void write_picture(const Frame& frame, Kind kind, Output* output, Progress* prog
     output->publish();
 }
 
+void put_picture(Frame frame, Kind kind, const std::string& target, bool force,
+                 Progress* progress) {
+    if (frame.geometry().stride != frame.geometry().line()) frame = frame.tightened();
+    Output output(target, force);
+    write_picture(frame, kind, &output, progress);
+    const Geometry& g = frame.geometry();
+    if (kind == Kind::raw)
+        note(text(target == "-" ? "stdout" : target, " holds ", g.width, "x", g.height, " ",
+                  g.format->name, " in lines of ", g.stride, " bytes"));
+}
+
 }  // namespace trv::tool

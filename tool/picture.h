@@ -17,6 +17,9 @@ namespace trv::tool {
 // Writes and publishes. Throws Failure, and then leaves nothing behind.
 void write_picture(const Frame& frame, Kind kind, Output* output, Progress* progress);
 
+// The same without padding between lines, to a file or "-", and says how to read a raw file.
+void put_picture(Frame frame, Kind kind, const std::string& target, bool force, Progress* progress);
+
 // The lines of a picture as PNG and PNM files have them: grey, or red, green and blue; words with
 // the high byte first.
 class PictureLines {

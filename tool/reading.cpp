@@ -1,0 +1,24 @@
+#include "tool/reading.h"
+
+#include "tool/catalogue.h"
+
+namespace trv::tool {
+
+Geometry Reading::geometry() const {
+    return source_geometry(format_named(format), size_named(size), stride);
+}
+
+void add_reading(CLI::App* command, Reading* reading, const std::string& what) {
+    command->add_option("-s,--size", reading->size, what + ", as WIDTHxHEIGHT")
+        ->required()
+        ->group(reading_group);
+    command->add_option("-f,--format", reading->format, "Format of the dump; see `trvil formats`")
+        ->required()
+        ->group(reading_group);
+    command->add_option("--stride", reading->stride, "Bytes from line to line [no padding]")
+        ->group(reading_group);
+    command->add_option("--skip", reading->skip, "Bytes before the picture [0]")
+        ->group(reading_group);
+}
+
+}  // namespace trv::tool
