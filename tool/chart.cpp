@@ -1,5 +1,6 @@
 #include "tool/chart.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -24,9 +25,9 @@ Colour star(double x, double y) {
     return grey(wave > 0 ? 0.9 : 0.1);
 }
 
-// Rings that become finer outwards, up to a period of four pixels at distance `reach`.
-Colour rings(double x, double y, double reach) {
-    return grey(0.5 + 0.45 * std::cos(pi * (x * x + y * y) / (4 * reach)));
+// Rings that become finer outwards, up to a period of so many pixels at distance `reach`.
+Colour rings(double x, double y, double reach, double period) {
+    return grey(0.5 + 0.45 * std::cos(pi * (x * x + y * y) / (period * reach)));
 }
 
 Colour patch(double u, double v) {
@@ -47,7 +48,7 @@ Colour middle(double x, double y, double third, double height) {
     const double dy = y - height / 2;
     if (x < third) return star(x - third / 2, dy);
     if (x < 2 * third) return patch((x - third) / third, y / height);
-    return rings(x - 2.5 * third, dy, std::hypot(third, height) / 2);
+    return rings(x - 2.5 * third, dy, std::hypot(third, height) / 2, 4);
 }
 
 uint32_t quantize(double level, uint32_t full) {
@@ -55,11 +56,11 @@ uint32_t quantize(double level, uint32_t full) {
 }
 
 template <typename Word>
-void fill(const Frame& frame, const SampleLayout& layout, const Gains& sensitivities) {
+void fill(Scene scene, const Frame& frame, const SampleLayout& layout, const Gains& sensitivities) {
     const Geometry& g = frame.geometry();
     for (uint32_t y = 0; y < g.height; ++y)
         for (uint32_t x = 0; x < g.width; ++x) {
-            const Colour colour = chart_colour(x, y, g.width, g.height);
+            const Colour colour = scene(x, y, g.width, g.height);
             for (uint32_t i = 0; i < layout.per_pixel; ++i) {
                 const uint32_t place = x * layout.per_pixel + i;
                 const auto channel =
@@ -81,19 +82,24 @@ Colour chart_colour(uint32_t x, uint32_t y, uint32_t width, uint32_t height) {
     return middle(x + 0.5, y + 0.5 - top * height, width / 3.0, (bottom - top) * height);
 }
 
-Frame chart_picture(uint32_t width, uint32_t height) {
+Colour zone_plate_colour(uint32_t x, uint32_t y, uint32_t width, uint32_t height) {
+    const double reach = std::min(width, height) / 2.0;
+    return rings(x + 0.5 - width / 2.0, y + 0.5 - height / 2.0, reach, 2);
+}
+
+Frame scene_picture(Scene scene, uint32_t width, uint32_t height) {
     Frame frame(tight(format_of(Code::BGR24), width, height));
-    fill<uint8_t>(frame, *sample_layout(*frame.geometry().format, Phase::A), {1, 1, 1});
+    fill<uint8_t>(scene, frame, *sample_layout(*frame.geometry().format, Phase::A), {1, 1, 1});
     return frame;
 }
 
-Frame chart_mosaic(const Geometry& geometry, Phase phase, const Gains& sensitivities) {
+Frame scene_mosaic(Scene scene, const Geometry& geometry, Phase phase, const Gains& sensitivities) {
     Frame frame(geometry);
     const SampleLayout layout = *sample_layout(*geometry.format, phase);
     if (layout.bytes == 1)
-        fill<uint8_t>(frame, layout, sensitivities);
+        fill<uint8_t>(scene, frame, layout, sensitivities);
     else
-        fill<uint16_t>(frame, layout, sensitivities);
+        fill<uint16_t>(scene, frame, layout, sensitivities);
     return frame;
 }
 

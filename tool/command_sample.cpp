@@ -14,6 +14,7 @@ namespace {
 
 struct Options {
     std::string size = "1920x1080", format = "BAY10", phase, output, picture;
+    std::string scene = "chart";
     std::string tint = "0.55,1,0.7";
     bool force = false;
 };
@@ -45,6 +46,17 @@ void write(const Frame& frame, Kind kind, const std::string& target, bool force)
     write_picture(frame, kind, &output, &progress);
 }
 
+Scene scene_named(const std::string& name) {
+    return name == "zone" ? zone_plate_colour : chart_colour;
+}
+
+Kind kind_of_truth(const std::string& path) {
+    const Kind kind = kind_of_path(path);
+    if (kind != Kind::raw && holds(kind, format_of(Code::BGR24))) return kind;
+    throw Failure(Exit::usage, text("cannot write the scene to ", path), "it is a colour picture",
+                  "end its name in .png, .tif or .ppm");
+}
+
 void make_sample(const Options& o) {
     const Format& format = mosaic_named(o.format);
     const Size size = size_named(o.size);
@@ -52,11 +64,13 @@ void make_sample(const Options& o) {
     const Phase phase = o.phase.empty() ? named : phase_named(o.phase);
     const Gains sensitivities = sensitivities_named(o.tint);
     check_target(o.output, o.force);
+    const Kind kind = o.picture.empty() ? Kind::png : kind_of_truth(o.picture);
     if (!o.picture.empty()) check_target(o.picture, o.force);
-    write(chart_mosaic(tight(format, size.width, size.height), phase, sensitivities), Kind::raw,
-          o.output, o.force);
+    const Scene scene = scene_named(o.scene);
+    write(scene_mosaic(scene, tight(format, size.width, size.height), phase, sensitivities),
+          Kind::raw, o.output, o.force);
     if (!o.picture.empty())
-        write(chart_picture(size.width, size.height), Kind::png, o.picture, o.force);
+        write(scene_picture(scene, size.width, size.height), kind, o.picture, o.force);
     if (o.output != "-")
         note(text("make a picture of it by: trvil convert -s ", o.size, " -f ", format.name,
                   " --phase ", phase_name(phase), " --wb grey ", o.output, " -o chart.png"));
@@ -65,14 +79,16 @@ void make_sample(const Options& o) {
 }  // namespace
 
 void add_sample(CLI::App* app) {
-    CLI::App* command = app->add_subcommand("sample", "Make the raw mosaic of a test chart");
+    CLI::App* command = app->add_subcommand("sample", "Make the raw mosaic of a test scene");
     const auto o = std::make_shared<Options>();
     command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT [1920x1080]");
     command->add_option("-f,--format", o->format, "BAY8 to BAY16 [BAY10]");
     command->add_option("--phase", o->phase, "A RGGB, B GRBG, C GBRG, D BGGR [format's, else A]");
     command->add_option("--tint", o->tint,
                         "How sensitive the sensor is to R,G,B, each up to 1 [0.55,1,0.7]");
-    command->add_option("--true", o->picture, "Write the chart itself here, as PNG");
+    command->add_option("--scene", o->scene, "chart, or zone: rings down to two pixels [chart]")
+        ->check(CLI::IsMember({"chart", "zone"}));
+    command->add_option("--true", o->picture, "Write the scene itself here, .png, .tif or .ppm");
     command->add_option("-o,--output", o->output, "Raw file to write; - is stdout")->required();
     command->add_flag("--force", o->force, "Replace existing files");
     command->callback([o] { make_sample(*o); });

@@ -16,8 +16,12 @@ constexpr const char* footer = R"(Examples:
   trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.tif
   trvil convert -s 640x480 -f BAY8 --scale auto *.raw -o 'out/{name}.png'
   camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
+  trvil convert -s 640x480 -f BayerRG12p dump.raw -o picture.png
+  trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png
+  trvil frame -s 720x288 -f BGR24 --field even field.raw -o frame.png
   trvil sample -s 1280x720 -f BAY12 -o chart.raw
-  trvil formats
+  trvil routes Mono12P
+  trvil formats --names
 
 Exit codes: 0 done, 1 conversion failed, 2 usage, 3 no way between the formats, 4 input missing or
 too short, 5 output not written.)";
