@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 
 #include "tool/catalogue.h"
 #include "tool/error.h"
@@ -81,19 +82,41 @@ void tune(const Conversion& c, const Frame& frame, const std::string& input) {
     if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, census, layout), frame, layout);
 }
 
-// Unpacking writes whole groups, so lines get room behind them.
-Geometry roomy(const Format& format, const Geometry& like) {
-    constexpr uint32_t step = 64;
+constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many
+
+// Lines with room for so many bytes behind them.
+Geometry roomy(const Format& format, const Geometry& like, uint64_t room) {
+    constexpr uint64_t step = 64;
     Geometry g = tight(format, like.width, like.height);
-    g.stride = (g.stride + step - 1) / step * step;
+    g.stride = static_cast<uint32_t>((g.line() + room + step - 1) / step * step);
     return g;
+}
+
+// A demosaic of odd width looks at one sample behind each line. What lies there in a dump is the
+// next line; the picture wants a sample of that colour, and the nearest one is two back.
+Frame with_sample_behind(const Frame& mosaic) {
+    const Geometry& g = mosaic.geometry();
+    const size_t sample = g.format->stored / 8, behind = sample * g.width;
+    Frame result(roomy(*g.format, g, sample));
+    for (uint32_t y = 0; y < g.height; ++y) {
+        std::memcpy(result.line(y), mosaic.line(y), g.line());
+        std::memcpy(result.line(y) + behind, mosaic.line(y) + behind - 2 * sample, sample);
+    }
+    return result;
+}
+
+bool demosaics(const Format& from, const Format& to) {
+    return from.family == Family::bayer && to.family != Family::bayer;
 }
 
 Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
     const Geometry& g = from.geometry();
-    Frame result(is_packed(*g.format) ? roomy(to, g) : tight(to, g.width, g.height));
-    from.set_bayer(how.method, how.phase);
-    const uint32_t status = TIL_Convert(from.handle(), result.handle());
+    Frame result(is_packed(*g.format) ? roomy(to, g, group_room) : tight(to, g.width, g.height));
+    std::optional<Frame> widened;
+    if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
+    const Frame& source = widened ? *widened : from;
+    source.set_bayer(how.method, how.phase);
+    const uint32_t status = TIL_Convert(source.handle(), result.handle());
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot convert ", g.format->name, " to ", to.name),
                       text("the library answered status ", status), "");
@@ -105,8 +128,7 @@ Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
 void check_conversion(const Conversion& c) {
     if (c.source.format->family == Family::bayer) check_mosaic(c);
     for (size_t i = 1; i < c.path.size(); ++i)
-        if (c.path[i - 1]->family == Family::bayer && c.path[i]->family != Family::bayer)
-            check_method(c, *c.path[i - 1], *c.path[i]);
+        if (demosaics(*c.path[i - 1], *c.path[i])) check_method(c, *c.path[i - 1], *c.path[i]);
     if (c.tuning.needed()) check_tuning(c);
 }
 

@@ -61,17 +61,18 @@ TEST_F(Refused, Usage) {
 }
 
 TEST_F(Refused, NoWayBetweenFormats) {
-    expect_refusals(folder, {{"convert -s 64x48 -f BAY8 -t Mono8 a.raw -o a.png",
-                              3,
-                              {"no way from BAY8 to Mono8", "RGB16", "BGR24", "-t"}},
-                             {"convert -s 64x48 -f BAY8 a.raw -o a.pgm", 3, {".png"}},
-                             // Only one method and phase of this layout exists.
-                             {"convert -s 64x48 -f BAY8 --phase B -m dup -t BGR16 --via never a.raw -o b.raw",
-                              3,
-                              {"dup does not exist", "GRBG", "no method does"}},
-                             {"convert -s 64x48 -f BAY8 -m med -t BGR16 --via never a.raw -o b.raw",
-                              3,
-                              {"what exists there is dup"}}});
+    expect_refusals(
+        folder, {{"convert -s 64x48 -f BAY8 -t Mono8 a.raw -o a.png",
+                  3,
+                  {"no way from BAY8 to Mono8", "RGB16", "BGR24", "-t"}},
+                 {"convert -s 64x48 -f BAY8 a.raw -o a.pgm", 3, {".png"}},
+                 // Only one method and phase of this layout exists.
+                 {"convert -s 64x48 -f BAY8 --phase B -m dup -t BGR16 --via never a.raw -o b.raw",
+                  3,
+                  {"dup does not exist", "GRBG", "no method does"}},
+                 {"convert -s 64x48 -f BAY8 -m med -t BGR16 --via never a.raw -o b.raw",
+                  3,
+                  {"what exists there is dup"}}});
 }
 
 TEST_F(Refused, MissingOrShortInput) {

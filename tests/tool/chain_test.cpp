@@ -1,0 +1,217 @@
+// Ways over several steps, and the names by which formats and phases go.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "tests/tool/run.h"
+#include "tool/text.h"
+
+namespace trv::test {
+namespace {
+
+using tool::text;
+
+std::string noise(size_t bytes) {
+    std::mt19937 random(7);
+    std::string result(bytes, ' ');
+    for (char& byte : result) byte = static_cast<char>(random());
+    return result;
+}
+
+std::string chain_text(const std::vector<std::string>& formats) {
+    std::string result;
+    for (const std::string& format : formats) result += (result.empty() ? "" : " > ") + format;
+    return result;
+}
+
+// Width 13 is no whole group of any packed format.
+constexpr const char* size = " -s 13x7 ";
+
+class Chain : public testing::Test {
+  protected:
+    Chain() { folder.write("a.raw", noise(13 * 7 * 8)); }
+
+    std::string convert(const std::string& words, const std::string& input) {
+        const Result result =
+            folder.trvil(text("convert", size, words, " ", input, " -o out.raw --force"));
+        EXPECT_EQ(result.exit, 0) << words << "\n" << result.err;
+        said = result.err;
+        return folder.read("out.raw");
+    }
+
+    Folder folder;
+    std::string said;
+};
+
+TEST_F(Chain, EqualsItsStepsDoneByHand) {
+    const std::vector<std::vector<std::string>> paths = {{"Mono12P", "Mono12", "Mono8"},
+                                                         {"Mono12P", "Mono12", "BGRX32"},
+                                                         {"Mono10P", "Mono10", "Mono8"},
+                                                         {"Mono14P", "Mono14", "RGB24"},
+                                                         {"BAY12P_A", "BAY12_A", "BGR24"},
+                                                         {"BAY10P_C", "BAY10_C", "RGB16"},
+                                                         {"BAY12P_D", "BAY12_D", "BGR24", "RGB24"},
+                                                         {"BGR48_12", "BGR24", "RGB16"},
+                                                         {"RGB30", "BGR48", "RGB48"},
+                                                         {"RGB24", "BGRX32", "BGR24"},
+                                                         {"BAY8_B", "BGR24", "BGR16"},
+                                                         {"YUV422", "BGR24", "RGB15"}};
+    for (const auto& path : paths) {
+        SCOPED_TRACE(chain_text(path));
+        const std::string whole = convert("-f " + path.front() + " -t " + path.back(), "a.raw");
+        EXPECT_NE(said.find("going " + chain_text(path)), std::string::npos) << said;
+        std::string stepped = folder.read("a.raw");
+        for (size_t i = 1; i < path.size(); ++i) {
+            folder.write("step.raw", stepped);
+            stepped = convert("--via never -f " + path[i - 1] + " -t " + path[i], "step.raw");
+        }
+        EXPECT_EQ(whole, stepped);
+    }
+}
+
+TEST_F(Chain, IsNotTakenWhereTheDirectWayIsGood) {
+    for (const std::string words :
+         {"-f BAY10 -t BGR24", "-f Mono14P -t BGRX32", "-f RGB48 -t RGB24"}) {
+        convert(words, "a.raw");
+        EXPECT_EQ(said.find("going"), std::string::npos) << words << "\n" << said;
+    }
+}
+
+// A pixel of 0xABC is light grey; its low 8 bits would be another grey.
+TEST_F(Chain, GivesPackedGreyItsTopBits) {
+    folder.write("two.raw", "\xBC\x3A\x12");
+    EXPECT_EQ(folder.trvil("convert -s 2x1 -f Mono12P two.raw -o two.png").exit, 0);
+    EXPECT_EQ(folder.read_png("two.png").samples, (std::vector<uint16_t>{0xAB, 0x12}));
+}
+
+TEST_F(Chain, BalancesPackedMosaicsAtTheirDepth) {
+    ASSERT_EQ(folder.trvil("sample -s 40x30 -f BAY12 --tint 0.1,1,1 -o m.raw").exit, 0);
+    const std::string words = folder.read("m.raw");
+    std::string packed;
+    for (size_t i = 0; i + 3 < words.size(); i += 4) {
+        const auto at = [&](size_t k) { return static_cast<uint8_t>(words[i + k]); };
+        packed += static_cast<char>(at(0));
+        packed += static_cast<char>(at(1) | at(2) << 4);
+        packed += static_cast<char>(at(2) >> 4 | at(3) << 4);
+    }
+    folder.write("p.raw", packed);
+    EXPECT_EQ(folder.trvil("convert -s 40x30 -f BAY12 --wb 10,1,1 m.raw -o m.ppm").exit, 0);
+    EXPECT_EQ(folder.trvil("convert -s 40x30 -f BAY12P_A --wb 10,1,1 p.raw -o p.ppm").exit, 0);
+    EXPECT_EQ(folder.read("p.ppm"), folder.read("m.ppm"));
+}
+
+TEST_F(Chain, MayBeForbidden) {
+    const Result result =
+        folder.trvil(text("convert --via never -f Mono12P -t Mono8", size, "a.raw -o b.raw"));
+    EXPECT_EQ(result.exit, 3);
+    EXPECT_NE(result.err.find("Mono12P > Mono12 > Mono8"), std::string::npos) << result.err;
+    // Noise is no picture: it is not made by itself.
+    EXPECT_EQ(folder.trvil(text("convert --via never -f Mono12P", size, "a.raw -o b.png")).exit, 3);
+    const std::string low = convert("--via never -f Mono12P -t BGRX32", "a.raw");
+    EXPECT_NE(said.find("low 8 bits"), std::string::npos) << said;
+    EXPECT_EQ(low[0], folder.read("a.raw")[0]);
+}
+
+// With an odd width the demosaic looks at a sample behind each line, where a dump has the next
+// line.
+TEST_F(Chain, KeepsTheNextLineOutOfTheLastColumn) {
+    std::string mosaic;
+    for (int y = 0; y < 6; ++y) mosaic += std::string("\xC8", 1) + std::string(8, '\x20');
+    folder.write("m.raw", mosaic);
+    for (const std::string method : {"dup", "ave", "med"}) {
+        ASSERT_EQ(folder.trvil("convert -s 9x6 -f BAY8 m.raw -o m.png --force -m " + method).exit,
+                  0);
+        const Picture picture = folder.read_png("m.png");
+        for (uint32_t y = 0; y < 6; ++y)
+            for (unsigned channel = 0; channel < 3; ++channel)
+                EXPECT_EQ(picture.at(8, y, channel), 0x20) << method << ' ' << y << ' ' << channel;
+    }
+}
+
+TEST_F(Chain, LosesNothingOnTheWay) {
+    // There is a way by 8 bits, and one by 16 bits that makes the picture black.
+    for (const std::string words :
+         {"-f BGR48_14 -t BGR48", "-f RGBA64 -t RGB30", "-f BGRX32 -t Mono8"}) {
+        const Result result =
+            folder.trvil("convert" + std::string(size) + words + " a.raw -o b.raw");
+        EXPECT_EQ(result.exit, 3) << words << "\n" << result.err;
+    }
+}
+
+TEST(Routes, AreListed) {
+    const Folder folder;
+    const std::string all = folder.trvil("routes").out;
+    // Six formats have a copy, which is not listed.
+    const auto count = [&](char letter) { return std::count(all.begin(), all.end(), letter); };
+    EXPECT_EQ(count(',') + count('\n'), 333 - 6);
+    EXPECT_NE(folder.trvil("routes bay8 bgr16").out.find("direct (RGGB by dup)"),
+              std::string::npos);
+    EXPECT_NE(folder.trvil("routes Mono12P").out.find("Mono12P > Mono12 > RGB24"),
+              std::string::npos);
+    EXPECT_NE(folder.trvil("routes RGB30 RGB48").out.find("but takes green"), std::string::npos);
+    EXPECT_EQ(folder.trvil("routes RGB15 BGR24").exit, 3);
+    EXPECT_EQ(folder.trvil("routes RGB51").exit, 2);
+}
+
+class Names : public Chain {
+  protected:
+    // Formats are told apart by what becomes of noise.
+    std::string meaning(const std::string& name) {
+        return convert("-f " + name + " -t BGRX32", "a.raw");
+    }
+};
+
+TEST_F(Names, MeanWhatTheirWorldMeans) {
+    const std::vector<std::pair<const char*, const char*>> names = {
+        {"Mono12p", "Mono12P"},      {"BayerRG12", "BAY12_A"},  {"BayerGR8", "BAY8_B"},
+        {"BayerBG10p", "BAY10P_D"},  {"pfnc:RGB16", "RGB48"},   {"ros:bgr16", "BGR48"},
+        {"gst:BGRx", "BGRX32"},      {"BGR3", "BGR24"},         {"YUYV", "YUV422"},
+        {"v4l2:RGGB", "BAY8_A"},     {"BA81", "BAY8_D"},        {"BA10", "BAY10_B"},
+        {"bayer_gbrg16", "BAY16_C"}, {"grbg12le", "BAY12_B"},   {"Y10", "Mono10"},
+        {"XR24", "BGRX32"},          {"yuv422_yuy2", "YUV422"}, {"GRAY8", "Mono8"}};
+    for (const auto& [name, ours] : names) EXPECT_EQ(meaning(name), meaning(ours)) << name;
+    EXPECT_NE(meaning("BayerRG8"), meaning("BayerBG8"));
+}
+
+TEST_F(Names, OfPhasesDifferBetweenWorlds) {
+    const auto phase = [&](const std::string& name) {
+        return convert("-f BAY8 -t BGR24 --phase " + name, "a.raw");
+    };
+    EXPECT_EQ(phase("opencv:BayerBG"), phase("RGGB"));
+    EXPECT_EQ(phase("opencv:BayerGR"), phase("GBRG"));
+    EXPECT_EQ(phase("pfnc:BayerBG"), phase("BGGR"));
+    EXPECT_EQ(phase("BayerGRBG"), phase("GRBG"));
+}
+
+TEST_F(Names, AreRefusedWhereTheyWouldMislead) {
+    const std::vector<std::pair<std::string, std::string>> refusals = {
+        {"-f BAY8 --phase BayerBG", "opencv:BayerBG is RGGB"},
+        {"-f pRAA", "keeps the high bytes"},
+        {"-f Mono12Packed", "between their high bytes"},
+        {"-f ros:yuv422", "chrominance"},
+        {"-f RGB10p32", "12 of green"},
+        {"-f vl42:RG10", "the prefixes are"},
+        {"-f opencv:RGGB", "unknown format"}};
+    for (const auto& [words, expected] : refusals) {
+        const Result result =
+            folder.trvil("convert" + std::string(size) + words + " a.raw -o b.png");
+        EXPECT_EQ(result.exit, 2) << words;
+        EXPECT_NE(result.err.find(expected), std::string::npos) << words << "\n" << result.err;
+    }
+}
+
+// Whatever the list shows is understood, and means the format of its row.
+TEST_F(Names, AreAllListedAndUnderstood) {
+    const Result wrong = folder.shell(
+        "trvil formats --names | sed '1d;/^$/,$d' | tr -d , | while read -r ours names; do\n"
+        "  trvil routes $ours >ours 2>&1\n"
+        "  for name in $names; do\n"
+        "    test $name = - || { trvil routes $name 2>&1 | cmp -s - ours; } || echo $ours $name\n"
+        "  done\ndone");
+    EXPECT_EQ(wrong.out, "");
+    EXPECT_EQ(wrong.err, "");
+}
+
+}  // namespace
+}  // namespace trv::test
