@@ -25,7 +25,7 @@ void list_direct() {
 std::optional<Path> some_way(const Format& from, const Format& to) {
     const Phase phase = from.phase == Phase::none ? Phase::A : from.phase;
     for (const uint32_t method : {TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_DUP})
-        if (const auto path = find_chain(from, to, {method, phase})) return path;
+        if (auto path = find_chain(from, to, {method, phase})) return path;
     return std::nullopt;
 }
 

@@ -181,7 +181,7 @@ struct Split {
 Split split(const std::string& name) {
     const size_t colon = name.find(':');
     if (colon == std::string::npos) return {"", name};
-    const Split parts{lower(name.substr(0, colon)), name.substr(colon + 1)};
+    Split parts{lower(name.substr(0, colon)), name.substr(colon + 1)};
     for (const std::string& world : worlds())
         if (world == parts.world) return parts;
     throw Failure(Exit::usage, text("unknown prefix in \"", name, "\""), "",

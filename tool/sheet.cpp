@@ -66,7 +66,7 @@ uint8_t mean(const Frame& picture, uint32_t x, uint32_t y, uint32_t step, uint32
     for (uint32_t row = y; row < bottom; ++row)
         for (uint32_t column = x; column < right; ++column)
             sum += picture.line(row)[size_t{column} * 3 + channel];
-    const uint64_t count = uint64_t{right - x} * (bottom - y);
+    const uint64_t count = std::max<uint64_t>(1, uint64_t{right - x} * (bottom - y));
     return static_cast<uint8_t>((sum + count / 2) / count);
 }
 
