@@ -162,7 +162,9 @@ Gains choose_gains(const Tuning& tuning, const Census& census, const SampleLayou
     Gains gains = tuning.given;
     if (tuning.white == Tuning::White::grey) gains = grey_world(census, layout.full());
     if (!tuning.stretch) return gains;
-    const double stretch = stretch_of(gains, census, layout);
+    // No gain below 1: where the sensor was saturated in all colours, white would turn pink.
+    const double least = *std::min_element(gains.begin(), gains.end());
+    const double stretch = std::max(stretch_of(gains, census, layout), 1 / least);
     for (double& gain : gains) gain *= stretch;
     return gains;
 }

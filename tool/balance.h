@@ -35,7 +35,8 @@ struct Tuning {
 Tuning tuning_named(const std::string& white, const std::string& scale);
 
 // Grey world scales red and blue until their means equal green's. The stretch then brings the level
-// that 99.9 % of a channel's samples do not exceed to full range, for the brightest channel.
+// that 99.9 % of a channel's samples do not exceed to full range, for the brightest channel, and no
+// gain below 1.
 Gains choose_gains(const Tuning& tuning, const Census& census, const SampleLayout& layout);
 
 // Samples are rounded, and end at full range.

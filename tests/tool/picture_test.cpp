@@ -100,6 +100,20 @@ TEST(Picture, StretchedReachesFullRange) {
     EXPECT_LE(largest_difference(folder.read_png("a.png"), truth, "RGGB"), 1);
 }
 
+// Where the sensor was saturated nobody knows the colour; it must not become that of the gains.
+TEST(Picture, StretchedAndBalancedLeavesSaturatedPixelsWhite) {
+    const Folder folder;
+    std::string mosaic;
+    for (int y = 0; y < 40; y += 2)
+        mosaic +=
+            y < 20 ? std::string(80, '\xFF') : std::string(40, '\x50') + std::string(40, '\x40');
+    folder.write("a.raw", mosaic);
+    expect_done(folder.trvil("convert -s 40x40 -f BAY8 --wb 2,1,1.5 --scale auto a.raw -o a.png"));
+    const Picture picture = folder.read_png("a.png");
+    for (unsigned channel = 0; channel < 3; ++channel)
+        EXPECT_EQ(picture.at(10, 10, channel), 255) << channel;
+}
+
 TEST(Picture, IsTheSameInEveryKindOfFile) {
     const Folder folder;
     expect_done(folder.trvil("sample -s 33x21 -f BAY10 -o a.raw"));
