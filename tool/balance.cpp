@@ -96,13 +96,11 @@ Gains grey_world(const Census& census, double full) {
     return gains;
 }
 
-// What the gains alone drive into full range stays there: made darker again, a saturated white
-// would take on the colour of the gains.
 double stretch_of(const Gains& gains, const Census& census, const SampleLayout& layout) {
     double top = 0;
     for (size_t i = 0; i < channel_count; ++i)
         top = std::max(top, gains[i] * level_of(census.counts[i], used_part));
-    return top == 0 ? 1 : std::max(1.0, layout.full() / top);
+    return top == 0 ? 1 : layout.full() / top;
 }
 
 Gains parse_gains(const std::string& words) {
