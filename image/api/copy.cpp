@@ -12,8 +12,8 @@ bool fits(const Job& job, const Format& format) {
     return trv::fits(format, format, extent);
 }
 
-// Source and destination may be the same memory, hence memmove. It is the C library's, which picks
-// its own instruction set; nothing of ours came out faster.
+// Source and destination may be the same memory, hence memmove, the C library's, which picks its
+// own instruction set.
 void copy_lines(const Job& job, size_t line, uint64_t destination_step) {
     const uint8_t* from = job.source.address;
     uint8_t* to = job.destination.address;

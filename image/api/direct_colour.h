@@ -29,7 +29,6 @@ struct FlaggedChannel {
 // 8-bit channels into a 30-bit word, unscaled. The map brings them to bytes 0, 1 and 2 of a dword.
 template <typename M>
 struct Thirty {
-    using Mapped = M;
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line&) {
         uint8_t channel[4];
         put_mapped<M>(channel, line + x * M::source);
@@ -57,7 +56,6 @@ inline uint32_t bgr_of_thirty(uint32_t w) {
 
 template <typename M>
 struct ThirtyBytes {
-    using Mapped = M;
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line&) {
         uint8_t in[4];
         store32(in, bgr_of_thirty(load32(line + 4 * x)));

@@ -8,12 +8,14 @@
 
 #include "image/api/direct.h"
 #include "image/level/map.h"
-#include "image/pixel/layout.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
 
 using Line = direct::Line;
+
+// Loads and stores of the level's own: those of image/pixel/layout.h would be shared between
+// levels.
 
 inline uint32_t load16(const uint8_t* at) {
     uint16_t word;
@@ -65,7 +67,6 @@ inline void put_mapped(uint8_t* out, const uint8_t* in) {
 // Bytes change places, are repeated, or give way to zeros.
 template <typename M>
 struct Bytes {
-    using Mapped = M;
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line&) {
         uint8_t in[M::source];
         __builtin_memcpy(in, line + x * M::source, M::source);
@@ -76,7 +77,6 @@ struct Bytes {
 // The same after every 16-bit word was narrowed to its top 8 bits; the map takes their low bytes.
 template <typename M>
 struct NarrowBytes {
-    using Mapped = M;
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line& job) {
         uint8_t in[M::source];
         for (size_t i = 0; i < M::source; i += 2)

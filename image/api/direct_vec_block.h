@@ -96,14 +96,5 @@ struct Kernel<Bytes<M>> : MappedBlocks<M, AsTheyAre> {};
 template <typename M>
 struct Kernel<NarrowBytes<M>> : MappedBlocks<M, NarrowWords> {};
 
-// 5-6-5 and 5-5-5 words of channels in 8 bits.
-template <bool SixGreen>
-TRV_INLINE U16 words_of(U16 top, U16 green, U16 bottom) {
-    if constexpr (SixGreen)
-        return (top & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | bottom >> 3;
-    else
-        return (top & splat<U16>(0xF8)) << 7 | (green & splat<U16>(0xF8)) << 2 | bottom >> 3;
-}
-
 }  // namespace
 }  // namespace trv::TRV_LEVEL

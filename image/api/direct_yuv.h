@@ -22,7 +22,6 @@ inline int v_of(const uint8_t* line, size_t x, const Line& job) {
 // The map stores blue, green and red (bytes 0, 1, 2).
 template <typename M>
 struct Yuv {
-    using Mapped = M;
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line& job) {
         const int y = line[2 * x];
         const int u = line[x / 2 * 4 + 1] - 128;

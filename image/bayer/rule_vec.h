@@ -33,8 +33,6 @@ TRV_INLINE U16 reduced(U16 v, unsigned shift) {
 // Means that never overflow: the processor's rounded-up mean less what it rounded up.
 template <typename V>
 struct Exact {
-    TRV_INLINE static V mean(V a, V b) { return ceil_mean(a, b) - ((a ^ b) & splat<V>(1)); }
-
     // With h = floor of a pair's mean and l its lost half, the sum of four over four is the mean of
     // the two h, rounded up only when both halves were lost.
     TRV_INLINE static V mean(V a, V b, V c, V d) {
@@ -43,7 +41,7 @@ struct Exact {
         const V cd = ceil_mean(c, d) - (lost_cd & splat<V>(1));
         return ceil_mean(ab, cd) - ((ab ^ cd) & ~(lost_ab & lost_cd) & splat<V>(1));
     }
-    TRV_INLINE static V two(V a, V b, unsigned shift) { return reduced(mean(a, b), shift); }
+    TRV_INLINE static V two(V a, V b, unsigned shift) { return reduced(floor_mean(a, b), shift); }
     TRV_INLINE static V four(V a, V b, V c, V d, unsigned shift) {
         return reduced(mean(a, b, c, d), shift);
     }

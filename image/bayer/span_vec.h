@@ -1,8 +1,8 @@
 // The pairs of a line in vectors. Parameters and their legal values:
 //   D  depth8, depth16            L  rgb16, bgr24, bgrx32   M  nearest, means, medians, edge_means
 //   GreenFirst, RowIsRed          any
-// Reads of a line: pixels 0 to 2 * pairs, in full, for dup. Writes: pixels 1 to 2 * pairs; in
-// bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
+// Reads of a line: pixels 0 to 2 * pairs, and one more for every rule but nearest. Writes: pixels 1
+// to 2 * pairs; in bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
 #pragma once
 
 #include "image/bayer/rule_pairs.h"
@@ -13,11 +13,6 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// Words of red, green and blue as 5-6-5. Blue is not masked: see layout::Rgb16.
-TRV_INLINE U16 pack565(U16 red, U16 green, U16 blue) {
-    return (red & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | blue >> 3;
-}
-
 template <bayer::SpanLayout L>
 TRV_INLINE void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
     if constexpr (L == bayer::bgr24)
@@ -25,8 +20,8 @@ TRV_INLINE void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
     else if constexpr (L == bayer::bgrx32)
         store_three_of_four(out, blue, green, red);
     else
-        store_in_turn(out, pack565(low(red), low(green), low(blue)),
-                      pack565(high(red), high(green), high(blue)));
+        store_in_turn(out, words_of<true>(low(red), low(green), low(blue)),
+                      words_of<true>(high(red), high(green), high(blue)));
 }
 
 constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
@@ -52,7 +47,7 @@ using Masked = typename MaskedOf<L, RowIsRed>::Type;
 
 template <bool RowIsRed>
 TRV_INLINE U16 word_of(const Colours<U16>& c) {
-    return pack565(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+    return words_of<true>(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
 }
 
 // Pixels x to x + sizeof(U8) - 1, x odd, by a rule that ...

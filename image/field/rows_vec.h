@@ -8,10 +8,6 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-TRV_INLINE U8 floor_mean(U8 a, U8 b) {
-    return ceil_mean(a, b) - ((a ^ b) & splat<U8>(1));
-}
-
 constexpr ptrdiff_t distance(field::Neighbour n) {
     return n == field::one ? 1 : n == field::three ? 3 : 4;
 }

@@ -1,4 +1,5 @@
-// Byte maps in vectors: what follows from a level's shuffles and is the same text for all of them.
+// What follows from a level's vocabulary and is the same text for all levels: means, words of
+// colour, byte maps.
 #pragma once
 
 #include "image/level/map.h"
@@ -6,6 +7,22 @@
 
 namespace trv::TRV_LEVEL {
 namespace {
+
+// The mean rounded down: the processor rounds it up.
+template <typename V>
+TRV_INLINE V floor_mean(V a, V b) {
+    return ceil_mean(a, b) - ((a ^ b) & splat<V>(1));
+}
+
+// Words of channels in 8 bits, 5-6-5 or 5-5-5. What lies above the bottom channel's 8 bits stays
+// and spills upwards: see layout::Rgb16.
+template <bool SixGreen>
+TRV_INLINE U16 words_of(U16 top, U16 green, U16 bottom) {
+    if constexpr (SixGreen)
+        return (top & splat<U16>(0xF8)) << 8 | (green & splat<U16>(0xFC)) << 3 | bottom >> 3;
+    else
+        return (top & splat<U16>(0xF8)) << 7 | (green & splat<U16>(0xF8)) << 2 | bottom >> 3;
+}
 
 // Bytes change places inside their dword as a map of four bytes says; kept bytes come out as 0.
 template <typename M>
