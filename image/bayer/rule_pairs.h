@@ -9,10 +9,22 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// The colours of the pairs' first and second pixels, as words.
-struct Pairs {
-    Colours<U16> first, second;
+// The colours of one pixel of each pair, as words.
+struct Colours {
+    U16 green, row, other;
 };
+
+struct Pairs {
+    Colours first, second;
+};
+
+// The first and the second bytes of pairs of bytes, as words.
+TRV_INLINE U16 low(U8 v) {
+    return as<U16>(v) & splat<U16>(0xFF);
+}
+TRV_INLINE U16 high(U8 v) {
+    return as<U16>(v) >> 8;
+}
 
 // Samples p - 1 (or p + 1) and p (or p + 2) of the lanes.
 struct Lane {
@@ -34,21 +46,6 @@ struct PairLine {
 
 template <bayer::SpanRule M, bool GreenFirst>
 struct PairRule;
-
-// Copies of one sample serve both pixels of a pair wherever the green or the red and blue site of
-// the pair owns it.
-template <bool GreenFirst>
-struct PairRule<bayer::nearest, GreenFirst> {
-    TRV_INLINE static Pairs colours(const bayer::Line& l, size_t x) {
-        const Lane line(samples<U8>(l.line, x - 1)), above(samples<U8>(l.above, x - 1));
-        const U16 q = high(samples<U8>(l.line, x));
-        if constexpr (GreenFirst)
-            return {{line.low, line.high, above.low},
-                    {q, line.high, high(samples<U8>(l.above, x))}};
-        else
-            return {{line.high, line.low, above.high}, {line.high, q, above.high}};
-    }
-};
 
 template <bool GreenFirst>
 struct PairRule<bayer::means, GreenFirst> {
@@ -83,15 +80,37 @@ struct PairRule<bayer::edge_means, GreenFirst> {
     }
 };
 
+// The three words of a pair of b, g, r, b, g, r.
+TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& p, const Bgr<U16>& q) {
+    store_three_words(out, p.b | p.g << 8, p.r | q.b << 8, q.g | q.r << 8);
+}
+
+TRV_INLINE U16 word_of(const Bgr<U16>& c) {
+    return words_of<true>(c.r, c.g, c.b);
+}
+
 TRV_INLINE U8 joined(U16 first, U16 second) {
     return as<U8>(first | second << 8);
 }
 
-TRV_INLINE Colours<U8> joined(const Pairs& pairs) {
-    return {joined(pairs.first.green, pairs.second.green),
-            joined(pairs.first.row, pairs.second.row),
-            joined(pairs.first.other, pairs.second.other)};
-}
+// The step of a line by one of these rules.
+template <bayer::SpanRule M, bool GreenFirst>
+struct PairStep {
+    template <bayer::SpanLayout L, bool RowIsRed>
+    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out) {
+        const Pairs pairs = PairRule<M, GreenFirst>::colours(line, x);
+        const auto channels_of = [](const Colours& c) TRV_INLINE_LAMBDA {
+            return channels<RowIsRed>(c.green, c.row, c.other);
+        };
+        const Bgr<U16> p = channels_of(pairs.first), q = channels_of(pairs.second);
+        if constexpr (L == bayer::bgr24)
+            store_three(out, p, q);
+        else if constexpr (L == bayer::bgrx32)
+            store_three_of_four(out, joined(p.b, q.b), joined(p.g, q.g), joined(p.r, q.r));
+        else
+            store_in_turn(out, word_of(p), word_of(q));
+    }
+};
 
 }  // namespace
 }  // namespace trv::TRV_LEVEL

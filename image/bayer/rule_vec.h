@@ -1,64 +1,33 @@
 // The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ... with x odd: every lane
-// computes what it would be as a green site and as a red or blue site, and a mask chooses.
+// computes what it would be as a green site and as a red or blue site, and the sites take turns.
 #pragma once
 
+#include "image/bayer/average.h"
 #include "image/bayer/span.h"
 #include "image/level/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
 
+// What a pixel is as a green site (own, beside, vertical are green, row and other colour) and as a
+// red or blue one (plus, own, cross).
 template <typename V>
-struct Colours {
-    V green;
-    V row;
-    V other;
+struct Sites {
+    V own, beside, vertical, plus, cross;
 };
 
-// The first and the second bytes of pairs of bytes, as words.
-TRV_INLINE U16 low(U8 v) {
-    return as<U16>(v) & splat<U16>(0xFF);
-}
-TRV_INLINE U16 high(U8 v) {
-    return as<U16>(v) >> 8;
+// Which of the three kinds of colours of a mosaic line a channel of the picture is.
+template <bool RowIsRed, typename C>
+TRV_INLINE Bgr<C> channels(C green, C row, C other) {
+    return RowIsRed ? Bgr<C>{other, green, row} : Bgr<C>{row, green, other};
 }
 
-TRV_INLINE U8 reduced(U8 v, unsigned) {
-    return v;
-}
-TRV_INLINE U16 reduced(U16 v, unsigned shift) {
-    return shift_right(v, shift);
-}
-
-// Means that never overflow: the processor's rounded-up mean less what it rounded up.
-template <typename V>
-struct Exact {
-    // With h = floor of a pair's mean and l its lost half, the sum of four over four is the mean of
-    // the two h, rounded up only when both halves were lost.
-    TRV_INLINE static V mean(V a, V b, V c, V d) {
-        const V lost_ab = a ^ b, lost_cd = c ^ d;
-        const V ab = ceil_mean(a, b) - (lost_ab & splat<V>(1));
-        const V cd = ceil_mean(c, d) - (lost_cd & splat<V>(1));
-        return ceil_mean(ab, cd) - ((ab ^ cd) & ~(lost_ab & lost_cd) & splat<V>(1));
-    }
-    TRV_INLINE static V two(V a, V b, unsigned shift) { return reduced(floor_mean(a, b), shift); }
-    TRV_INLINE static V four(V a, V b, V c, V d, unsigned shift) {
-        return reduced(mean(a, b, c, d), shift);
-    }
+// How many bits above the sample's own its averages are: sums are not divided yet.
+struct SumBits {
+    unsigned beside, vertical, plus, cross;
 };
 
-// Sums in 16 bits that may wrap: enough where only bits shift + 2 to shift + 9 are kept and these
-// lie below bit 16.
-struct Wrapping {
-    TRV_INLINE static U16 two(U16 a, U16 b, unsigned shift) {
-        return shift_right(a + b, shift + 1);
-    }
-    TRV_INLINE static U16 four(U16 a, U16 b, U16 c, U16 d, unsigned shift) {
-        return shift_right(a + b + c + d, shift + 2);
-    }
-};
-
-// Which arithmetic each colour needs.
+// Which average each colour needs.
 template <typename G, typename R, typename O>
 struct Each {
     using Green = G;
@@ -85,90 +54,66 @@ struct Row {
     V left, right, own;
 };
 
-// Lanes of the second pixels of pairs: odd bytes, or odd words.
-TRV_INLINE U8 second_pixels(U8) {
-    return as<U8>(splat<U16>(0xFF00));
-}
-TRV_INLINE U16 second_pixels(U16) {
-    return as<U16>(splat<U32>(0xFFFF0000));
-}
-
-template <typename V>
-TRV_INLINE V choose(V mask, V where_set, V elsewhere) {
-    return (mask & where_set) | (~mask & elsewhere);
-}
-
-template <typename V, bool GreenFirst>
-TRV_INLINE V green_sites() {
-    const V second = second_pixels(V{});
-    return GreenFirst ? second : ~second;
-}
-
-template <bayer::SpanRule M, typename V, bool GreenFirst, typename Arithmetic>
+template <bayer::SpanRule M, typename V, typename Averages>
 struct Rule;
 
-// Copies are brought to 8 bits before they are chosen: one shift per line read.
-template <typename V, bool GreenFirst, typename Arithmetic>
-struct Rule<bayer::nearest, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
-        const V green = green_sites<V, GreenFirst>();
-        const V left = reduced(samples<V>(l.line, x - 1), l.shift);
-        const V own = reduced(samples<V>(l.line, x), l.shift);
-        const V other = choose(green, samples<V>(l.above, x), samples<V>(l.above, x - 1));
-        return {choose(green, own, left), choose(green, left, own), reduced(other, l.shift)};
+template <typename V, typename Averages>
+struct Rule<bayer::nearest, V, Averages> {
+    static constexpr SumBits bits{0, 0, 0, 0};
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+        const V left = samples<V>(l.line, x - 1);
+        return {samples<V>(l.line, x), left, samples<V>(l.above, x), left,
+                samples<V>(l.above, x - 1)};
     }
 };
 
-struct MeanOfFour {
-    template <typename Arithmetic, typename V>
-    TRV_INLINE static V of(V a, V b, V c, V d, unsigned shift) {
-        return Arithmetic::four(a, b, c, d, shift);
-    }
-};
+// The average of the samples above and below each pixel, out of those to its left and right where
+// that is cheaper than from the lines.
+template <typename A, typename V>
+TRV_INLINE A upright(const Row<V>& above, const Row<V>& below) {
+    if constexpr (has_double_shift)
+        return A::between(A::of(above.left, below.left), A::of(above.right, below.right));
+    else
+        return A::of(above.own, below.own);
+}
 
-struct MedianOfFour {
-    template <typename Arithmetic, typename V>
-    TRV_INLINE static V of(V a, V b, V c, V d, unsigned shift) {
-        return Arithmetic::two(max(min(a, b), min(c, d)), min(max(a, b), max(c, d)), shift);
-    }
-};
-
-// Two neighbours give their mean, four what Four says.
-template <typename V, bool GreenFirst, typename Arithmetic, typename Four>
+// Two neighbours and four, above, below and beside.
+template <typename V, typename Averages>
 struct MiddleRule {
-    using Green = typename Arithmetic::Green;
-    using RowColour = typename Arithmetic::RowColour;
-    using Other = typename Arithmetic::Other;
+    using Green = typename Averages::Green;
+    using Beside = typename Averages::RowColour;
+    using Other = typename Averages::Other;
+    static constexpr SumBits bits{Beside::bits_of_two, Other::bits_of_two, Green::bits_of_four,
+                                  Other::bits_of_four};
 
-    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
-        const unsigned s = l.shift;
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
         const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
-        const V green = green_sites<V, GreenFirst>(), own = reduced(line.own, s);
-        const V plus = Four::template of<Green>(line.left, line.right, above.own, below.own, s);
-        const V cross =
-            Four::template of<Other>(above.left, above.right, below.left, below.right, s);
-        return {choose(green, own, plus),
-                choose(green, RowColour::two(line.left, line.right, s), own),
-                choose(green, Other::two(above.own, below.own, s), cross)};
+        const Green plus =
+            Green::both(Green::of(line.left, line.right), upright<Green>(above, below));
+        const Other cross =
+            Other::both(Other::of(above.left, below.left), Other::of(above.right, below.right));
+        return {line.own, Beside::of(line.left, line.right).value(),
+                upright<Other>(above, below).value(), plus.value(), cross.value()};
     }
 };
 
-template <typename V, bool GreenFirst, typename A>
-struct Rule<bayer::means, V, GreenFirst, A> : MiddleRule<V, GreenFirst, A, MeanOfFour> {};
+template <typename V, typename Averages>
+struct Rule<bayer::means, V, Averages> : MiddleRule<V, Averages> {};
 
-template <typename V, bool GreenFirst, typename A>
-struct Rule<bayer::medians, V, GreenFirst, A> : MiddleRule<V, GreenFirst, A, MedianOfFour> {};
+template <typename V, typename Averages>
+struct Rule<bayer::medians, V, Averages> : MiddleRule<V, Averages> {};
 
-template <typename V, bool GreenFirst, typename Arithmetic>
-struct Rule<bayer::edge_means, V, GreenFirst, Arithmetic> {
-    TRV_INLINE static Colours<V> colours(const bayer::Line& l, size_t x) {
-        const unsigned s = l.shift;
+template <typename V, typename Averages>
+struct Rule<bayer::edge_means, V, Averages> {
+    using Green = typename Averages::Green;
+    using Beside = typename Averages::RowColour;
+    using Other = typename Averages::Other;
+    static constexpr SumBits bits{Beside::bits_of_two, 0, Green::bits_of_two, Other::bits_of_two};
+
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
         const Row<V> line(l.line, x), near(l.above, x);
-        const V green = green_sites<V, GreenFirst>(), own = reduced(line.own, s);
-        const V beside = Arithmetic::RowColour::two(line.left, line.right, s);
-        const V cross = Arithmetic::Other::two(near.left, near.right, s);
-        return {choose(green, own, beside), choose(green, beside, own),
-                choose(green, reduced(near.own, s), cross)};
+        return {line.own, Beside::of(line.left, line.right).value(), near.own,
+                Green::of(line.left, line.right).value(), Other::of(near.left, near.right).value()};
     }
 };
 

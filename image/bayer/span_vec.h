@@ -5,120 +5,182 @@
 // to 2 * pairs; in bgrx32 below AVX-512 the pad bytes between them are stored back as they were.
 #pragma once
 
-#include "image/bayer/rule_pairs.h"
 #include "image/bayer/rule_vec.h"
+#ifndef TRV_LEVEL_v4
+#include "image/bayer/rule_pairs.h"
+#endif
 #include "image/bayer/span.h"
 #include "image/level/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
 
-template <bayer::SpanLayout L>
-TRV_INLINE void store_pixels(uint8_t* out, U8 red, U8 green, U8 blue) {
-    if constexpr (L == bayer::bgr24)
-        store_three(out, blue, green, red);
-    else if constexpr (L == bayer::bgrx32)
-        store_three_of_four(out, blue, green, red);
-    else
-        store_in_turn(out, words_of<true>(low(red), low(green), low(blue)),
-                      words_of<true>(high(red), high(green), high(blue)));
-}
-
 constexpr size_t pixel_bytes(bayer::SpanLayout layout) {
     return layout == bayer::rgb16 ? 2 : layout == bayer::bgr24 ? 3 : 4;
 }
 
-// Arithmetic per colour where red and green are masked. The blue of a 5-6-5 word is not.
-template <bayer::SpanLayout L, bool RowIsRed>
-struct MaskedOf {
-    using Type = All<Wrapping>;
-};
-template <bool RowIsRed>
-struct MaskedOf<bayer::rgb16, RowIsRed> {
-    using Type = Each<Wrapping, Exact<U16>, Wrapping>;
-};
-template <>
-struct MaskedOf<bayer::rgb16, true> {
-    using Type = Each<Wrapping, Wrapping, Exact<U16>>;
-};
-
-template <bayer::SpanLayout L, bool RowIsRed>
-using Masked = typename MaskedOf<L, RowIsRed>::Type;
-
-template <bool RowIsRed>
-TRV_INLINE U16 word_of(const Colours<U16>& c) {
-    return words_of<true>(RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+// Colours of the pixels that are green sites, and of those that are not.
+template <bool RowIsRed, typename V>
+TRV_INLINE Bgr<V> green_sites(const Sites<V>& s) {
+    return channels<RowIsRed>(s.own, s.beside, s.vertical);
+}
+template <bool RowIsRed, typename V>
+TRV_INLINE Bgr<V> colour_sites(const Sites<V>& s) {
+    return channels<RowIsRed>(s.plus, s.own, s.cross);
 }
 
-// Pixels x to x + sizeof(U8) - 1, x odd, by a rule that ...
-// ... has bytes
-template <bayer::SpanLayout L, bool RowIsRed>
-TRV_INLINE void store_colours(uint8_t* out, const Colours<U8>& c) {
-    store_pixels<L>(out, RowIsRed ? c.row : c.other, c.green, RowIsRed ? c.other : c.row);
+// Pixel x is the first of a pair and odd, so it is a green site where pixel 0 is none.
+template <bool GreenFirst, typename T>
+TRV_INLINE T first_of(const T& green_site, const T& colour_site) {
+    return GreenFirst ? colour_site : green_site;
 }
 
-// ... has words of pairs
-template <bayer::SpanLayout L, bool RowIsRed>
-TRV_INLINE void store_colours(uint8_t* out, const Pairs& pairs) {
-    if constexpr (L == bayer::rgb16)
-        store_in_turn(out, word_of<RowIsRed>(pairs.first), word_of<RowIsRed>(pairs.second));
-    else
-        store_colours<L, RowIsRed>(out, joined(pairs));
+// Bits between a sample and the 8 bits that a colour keeps of it or of its sums.
+template <bayer::SpanRule M, typename Rule, bool GreenFirst, bool RowIsRed>
+TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift) {
+    constexpr SumBits b = Rule::bits;
+    const auto bits = [&](unsigned at_green, unsigned at_colour) TRV_INLINE_LAMBDA {
+        return EightBits(shift + first_of<GreenFirst>(at_green, at_colour),
+                         shift + first_of<!GreenFirst>(at_green, at_colour));
+    };
+    return channels<RowIsRed>(bits(0, b.plus), bits(b.beside, 0), bits(b.vertical, b.cross));
 }
 
-// ... has a word per pixel and is asked twice
-template <bayer::SpanLayout L, bool RowIsRed>
-TRV_INLINE void store_colours(uint8_t* out, const Colours<U16>& a, const Colours<U16>& b) {
-    if constexpr (L == bayer::rgb16) {
-        store(out, word_of<RowIsRed>(a));
-        store(out + sizeof(U16), word_of<RowIsRed>(b));
-    } else {
-        store_colours<L, RowIsRed>(out, Colours<U8>{narrow(a.green, b.green), narrow(a.row, b.row),
-                                                    narrow(a.other, b.other)});
+template <bool GreenFirst, bool RowIsRed, typename V>
+TRV_INLINE Bgr<V> joined(const Sites<V>& s) {
+    const Bgr<V> green = green_sites<RowIsRed>(s), colour = colour_sites<RowIsRed>(s);
+    const Bgr<V> first = first_of<GreenFirst>(green, colour);
+    const Bgr<V> second = first_of<!GreenFirst>(green, colour);
+    return {alternate(first.b, second.b), alternate(first.g, second.g),
+            alternate(first.r, second.r)};
+}
+
+// Pixels x to x + sizeof(U8) - 1 of 8-bit samples ...
+template <typename Rule, bool GreenFirst>
+struct ByteStep {
+    template <bayer::SpanLayout L, bool RowIsRed>
+    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out) {
+        const Sites<U8> sites = Rule::sites(line, x);
+        if constexpr (L == bayer::bgr24) {
+            const auto green = green_sites<RowIsRed>(sites), colour = colour_sites<RowIsRed>(sites);
+            store_three(out, first_of<GreenFirst>(green, colour),
+                        first_of<!GreenFirst>(green, colour));
+        } else {
+            const Bgr<U8> c = joined<GreenFirst, RowIsRed>(sites);
+            if constexpr (L == bayer::bgrx32)
+                store_three_of_four(out, c.b, c.g, c.r);
+            else
+                store_words(out, c.r, c.g, c.b);
+        }
     }
-}
+};
 
-template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
-TRV_INLINE void step(const bayer::Line& line, size_t x) {
-    uint8_t* out = line.out + x * pixel_bytes(L);
-    prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
-    if constexpr (D == bayer::depth8)
-        store_colours<L, RowIsRed>(out, Rule::colours(line, x));
-    else
-        store_colours<L, RowIsRed>(out, Rule::colours(line, x),
-                                   Rule::colours(line, x + sizeof(U16) / 2));
+// ... and of 16-bit samples.
+template <bayer::SpanLayout L, typename Rule, bool GreenFirst, bool RowIsRed>
+TRV_INLINE void step16(const bayer::Line& line, size_t x, const Bgr<EightBits>& bits,
+                       uint8_t* out) {
+    const Bgr<U16> low = joined<GreenFirst, RowIsRed>(Rule::sites(line, x));
+    const Bgr<U16> high =
+        joined<GreenFirst, RowIsRed>(Rule::sites(line, x + sizeof(U16) / sizeof(uint16_t)));
+    if constexpr (L == bayer::bgr24) {
+        store_three(out, low, high, bits);
+    } else if constexpr (L == bayer::bgrx32) {
+        store_three_of_four(out, low, high, bits);
+    } else {
+        const auto word = [&](const Bgr<U16>& c) TRV_INLINE_LAMBDA {
+            return words_of<true>(bits.r.of(c.r), bits.g.of(c.g), bits.b.of(c.b));
+        };
+        store(out, word(low));
+        store(out + sizeof(U16), word(high));
+    }
 }
 
 // One body for all vectors of a line: the last one overlaps the one before it.
-template <bayer::Depth D, bayer::SpanLayout L, bool RowIsRed, typename Rule>
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, typename Rule, bool GreenFirst,
+          bool RowIsRed>
 TRV_INLINE void run_line(const bayer::Line& line) {
     const bayer::Line lines = line;
     const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
+    const auto step = [&](size_t x, const auto& bits) TRV_INLINE_LAMBDA {
+        uint8_t* out = lines.out + x * pixel_bytes(L);
+        prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
+        if constexpr (D == bayer::depth8)
+            Rule::template step<L, RowIsRed>(lines, x, out);
+        else
+            step16<L, Rule, GreenFirst, RowIsRed>(lines, x, bits, out);
+    };
+    const auto bits = [&]() TRV_INLINE_LAMBDA {
+        if constexpr (D == bayer::depth8)
+            return 0;
+        else
+            return eight_bits<M, Rule, GreenFirst, RowIsRed>(lines.shift);
+    }();
     for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
-        step<D, L, RowIsRed, Rule>(lines, x);
+        step(x, bits);
         if (x == last) break;
     }
 }
+
+// The kind of average a rule's colours are, by a kind of mean.
+template <bayer::SpanRule M, typename V, typename Mean>
+struct AverageOf {
+    using Type = Mean;
+};
+template <typename V, typename Mean>
+struct AverageOf<bayer::medians, V, Mean> {
+    using Type = Median<V, Mean>;
+};
+
+template <bayer::SpanRule M, typename V>
+using Exact = typename AverageOf<M, V, ExactMean<V>>::Type;
+template <bayer::SpanRule M>
+using Wrapping = typename AverageOf<M, U16, WrappingMean<U16>>::Type;
+
+// What is masked to 8 bits needs no more of a sum than, up to 14 bits per sample, its low 16. The
+// blue of a 5-6-5 word is not masked.
+template <bayer::SpanRule M, bayer::SpanLayout L, bool RowIsRed>
+struct MaskedOf {
+    using Type = All<Wrapping<M>>;
+};
+template <bayer::SpanRule M>
+struct MaskedOf<M, bayer::rgb16, false> {
+    using Type = Each<Wrapping<M>, Exact<M, U16>, Wrapping<M>>;
+};
+template <bayer::SpanRule M>
+struct MaskedOf<M, bayer::rgb16, true> {
+    using Type = Each<Wrapping<M>, Wrapping<M>, Exact<M, U16>>;
+};
+
+// How a step of 8-bit samples is made. Means are made in pairs of pixels unless three-way logic
+// makes them cheaper in bytes.
+template <bayer::SpanRule M, bool GreenFirst>
+struct Step8 {
+    using Type = ByteStep<Rule<M, U8, All<Exact<M, U8>>>, GreenFirst>;
+};
+#ifndef TRV_LEVEL_v4
+template <bool GreenFirst>
+struct Step8<bayer::means, GreenFirst> {
+    using Type = PairStep<bayer::means, GreenFirst>;
+};
+template <bool GreenFirst>
+struct Step8<bayer::edge_means, GreenFirst> {
+    using Type = PairStep<bayer::edge_means, GreenFirst>;
+};
+#endif
 
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
     if (line.pairs * 2 < sizeof(U8))
         return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
     if constexpr (D == bayer::depth8) {
-        // Medians are cheaper in bytes, and so are copies unless words are made of them.
-        if constexpr (M == bayer::medians || (M == bayer::nearest && L != bayer::rgb16))
-            run_line<D, L, RowIsRed, Rule<M, U8, GreenFirst, All<Exact<U8>>>>(line);
-        else
-            run_line<D, L, RowIsRed, PairRule<M, GreenFirst>>(line);
-    } else if constexpr (M == bayer::nearest) {
-        run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, All<Exact<U16>>>>(line);
+        run_line<D, L, M, typename Step8<M, GreenFirst>::Type, GreenFirst, RowIsRed>(line);
     } else {
-        // What is masked to 8 bits needs no more of a sum than, up to 14 bits per sample, its
-        // low 16.
-        if (line.shift <= 6)
-            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, Masked<L, RowIsRed>>>(line);
+        using All16 = Rule<M, U16, All<Exact<M, U16>>>;
+        using Masked = Rule<M, U16, typename MaskedOf<M, L, RowIsRed>::Type>;
+        if (M != bayer::nearest && line.shift <= 6)
+            run_line<D, L, M, Masked, GreenFirst, RowIsRed>(line);
         else
-            run_line<D, L, RowIsRed, Rule<M, U16, GreenFirst, All<Exact<U16>>>>(line);
+            run_line<D, L, M, All16, GreenFirst, RowIsRed>(line);
     }
 }
 

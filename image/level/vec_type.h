@@ -63,6 +63,12 @@ TRV_INLINE V lanes(const L& constant) {
     return v;
 }
 
+// One thing per channel.
+template <typename C>
+struct Bgr {
+    C b, g, r;
+};
+
 // The destination is fetched this far ahead of its stores, so that a cold line is there when its
 // bytes are. Fetching beyond the picture is harmless.
 constexpr size_t prefetch_distance = 512;

@@ -68,14 +68,47 @@ TRV_INLINE U8 shuffle(U8 v, U8 order) {
     return as<U8>(_mm512_shuffle_epi8(reg(v), reg(order)));
 }
 
-// Samples in the middle of two vectors that begin one sample before and one behind them at `at`:
-// taken from both by a double shift, which is cheaper here than one more load across cache lines.
-TRV_INLINE U8 between(U8 left, U8 right, const uint8_t*) {
+// Samples in the middle of two vectors that begin one sample before and one behind them: taken from
+// both by a double shift, which is cheaper here than one more load across cache lines.
+constexpr bool has_double_shift = true;
+TRV_INLINE U8 between(U8 left, U8 right, const uint8_t* = nullptr) {
     return as<U8>(_mm512_shrdi_epi16(reg(left), reg(right), 8));
 }
-TRV_INLINE U16 between(U16 left, U16 right, const uint8_t*) {
+TRV_INLINE U16 between(U16 left, U16 right, const uint8_t* = nullptr) {
     return as<U16>(_mm512_shrdi_epi32(reg(left), reg(right), 16));
 }
+
+// Even lanes of the first, odd lanes of the second.
+TRV_INLINE U8 alternate(U8 first, U8 second) {
+    return as<U8>(_mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, reg(first), reg(second)));
+}
+TRV_INLINE U16 alternate(U16 first, U16 second) {
+    return as<U16>(_mm512_mask_blend_epi16(0xAAAAAAAA, reg(first), reg(second)));
+}
+
+// Bits of a where the mask has them, bits of b elsewhere.
+TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
+    return as<U8>(_mm512_ternarylogic_epi64(reg(mask), reg(a), reg(b), 0xCA));
+}
+
+// Eight bits of each word, from bit `first` of even words on and from bit `second` of odd ones.
+struct EightBits {
+    TRV_INLINE EightBits(unsigned first, unsigned second)
+        : count(as<U16>(splat<U32>(first | second << 16))),
+          place(count * splat<U16>(0x0101) + lanes<U16>(word_bits)) {}
+
+    // With what stands above them.
+    TRV_INLINE U16 of(U16 v) const { return as<U16>(_mm512_srlv_epi16(reg(v), reg(count))); }
+    // In even bytes those of a, in odd bytes those of b.
+    TRV_INLINE static __m512i merged(U16 a, const EightBits& in_a, U16 b, const EightBits& in_b) {
+        const __m512i even =
+            _mm512_maskz_multishift_epi64_epi8(0x5555555555555555, reg(in_a.place), reg(a));
+        return _mm512_mask_multishift_epi64_epi8(even, 0xAAAAAAAAAAAAAAAA, reg(in_b.place), reg(b));
+    }
+
+    static constexpr auto word_bits = order<uint16_t>([](size_t i) { return i % 4 * 16 * 0x0101; });
+    U16 count, place;
+};
 
 // The low bytes of two vectors of words, in order.
 TRV_INLINE U8 narrow(U16 a, U16 b) {
@@ -124,47 +157,6 @@ TRV_INLINE WordHalves weighted(U8 a, U8 b) {
 // Words of no more than 255 back to bytes.
 TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm512_packus_epi16(reg(words.low), reg(words.high)));
-}
-
-// Words of a and b in turn: a0 b0 a1 b1 ...
-TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
-    static constexpr auto low = order<uint16_t>([](size_t i) { return i / 2 + i % 2 * 32; });
-    static constexpr auto high = order<uint16_t>([](size_t i) { return 16 + i / 2 + i % 2 * 32; });
-    store(out, as<U8>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(low)), reg(b))));
-    store(out + 64, as<U8>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(high)), reg(b))));
-}
-
-// Vector `Part` of the bytes of b, g and r in turn, `Step` bytes per pixel: the first two channels
-// by one permutation, the third by a second one under a mask.
-template <size_t Part, size_t Step>
-TRV_INLINE __m512i in_turn(U8 b, U8 g, U8 r) {
-    static constexpr auto two = order<uint8_t>([](size_t i) {
-        const size_t t = Part * 64 + i;
-        return t / Step + t % Step % 2 * 64;
-    });
-    static constexpr auto third = order<uint8_t>([](size_t i) { return (Part * 64 + i) / Step; });
-    constexpr uint64_t is_third = mask_where([](size_t i) { return (Part * 64 + i) % Step == 2; });
-    const __m512i bg = _mm512_permutex2var_epi8(reg(b), reg(lanes<U8>(two)), reg(g));
-    return _mm512_mask_permutexvar_epi8(bg, is_third, reg(lanes<U8>(third)), reg(r));
-}
-
-// Bytes of b, g and r in turn: 64 pixels of three bytes.
-TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
-    store(out, as<U8>(in_turn<0, 3>(b, g, r)));
-    store(out + 64, as<U8>(in_turn<1, 3>(b, g, r)));
-    store(out + 128, as<U8>(in_turn<2, 3>(b, g, r)));
-}
-
-// Bytes of b, g and r in turn with every fourth byte of memory left alone: the first of each pixel,
-// or the last. One byte further on, the first case is the second.
-template <bool PadFirst = false>
-TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
-    constexpr uint64_t colours = mask_where([](size_t i) { return i % 4 != 3; });
-    out += PadFirst ? 1 : 0;
-    _mm512_mask_storeu_epi8(out, colours, in_turn<0, 4>(b, g, r));
-    _mm512_mask_storeu_epi8(out + 64, colours, in_turn<1, 4>(b, g, r));
-    _mm512_mask_storeu_epi8(out + 128, colours, in_turn<2, 4>(b, g, r));
-    _mm512_mask_storeu_epi8(out + 192, colours, in_turn<3, 4>(b, g, r));
 }
 
 template <typename M, int First, int J>
@@ -225,22 +217,6 @@ TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
             reg(v));
     else
         store(out, v);
-}
-
-// The low three bytes of 64 dwords.
-TRV_INLINE void store_three(uint8_t* out, const U32 (&d)[4]) {
-    static constexpr auto turn0 = order<uint8_t>([](size_t i) { return i / 3 * 4 + i % 3; });
-    static constexpr auto turn1 =
-        order<uint8_t>([](size_t i) { return (i + 64) / 3 * 4 + (i + 64) % 3 - 64; });
-    static constexpr auto turn2 =
-        order<uint8_t>([](size_t i) { return (i + 128) / 3 * 4 + (i + 128) % 3 - 128; });
-    const auto put = [&](int k, const auto& turn) TRV_INLINE_LAMBDA {
-        store(out + 64 * k,
-              as<U8>(_mm512_permutex2var_epi8(reg(d[k]), reg(lanes<U8>(turn)), reg(d[k + 1]))));
-    };
-    put(0, turn0);
-    put(1, turn1);
-    put(2, turn2);
 }
 
 }  // namespace

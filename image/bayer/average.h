@@ -1,0 +1,76 @@
+// What two samples, or four, come to: three kinds of average with the same four words.
+//   of(a, b)       of two samples            both(p, q)   of the four samples of two averages
+//   between(l, r)  of the samples in the middle of what l and r are made of
+//   value()        the average; below it stand bits_of_two, or bits_of_four, bits of the sum
+#pragma once
+
+#include "image/level/vec.h"
+
+namespace trv::TRV_LEVEL {
+namespace {
+
+// Exact in the width of the samples. The processor's means are rounded up; wherever that lost a
+// half, the whole is one too large, once.
+template <typename V>
+struct ExactMean {
+    static constexpr unsigned bits_of_two = 0, bits_of_four = 0;
+    V up, lost;
+
+    TRV_INLINE static ExactMean of(V a, V b) { return {ceil_mean(a, b), a ^ b}; }
+    TRV_INLINE static ExactMean both(const ExactMean& p, const ExactMean& q) {
+        return {ceil_mean(p.up, q.up), p.lost | q.lost | (p.up ^ q.up)};
+    }
+    TRV_INLINE static ExactMean between(const ExactMean& l, const ExactMean& r) {
+        return {trv::TRV_LEVEL::between(l.up, r.up), trv::TRV_LEVEL::between(l.lost, r.lost)};
+    }
+    TRV_INLINE V value() const { return up - (lost & splat<V>(1)); }
+};
+
+// Sums in 16 bits that may wrap: enough where only 8 bits are kept and these lie below bit 16.
+template <typename V>
+struct WrappingMean {
+    static constexpr unsigned bits_of_two = 1, bits_of_four = 2;
+    V sum;
+
+    TRV_INLINE static WrappingMean of(V a, V b) { return {a + b}; }
+    TRV_INLINE static WrappingMean both(const WrappingMean& p, const WrappingMean& q) {
+        return {p.sum + q.sum};
+    }
+    TRV_INLINE static WrappingMean between(const WrappingMean& l, const WrappingMean& r) {
+        return {trv::TRV_LEVEL::between(l.sum, r.sum)};
+    }
+    TRV_INLINE V value() const { return sum; }
+};
+
+// The two middle ones of four samples.
+template <typename V>
+struct Middle {
+    V low, high;
+
+    TRV_INLINE static Middle of(V a, V b) { return {min(a, b), max(a, b)}; }
+    TRV_INLINE static Middle both(const Middle& p, const Middle& q) {
+        return {max(p.low, q.low), min(p.high, q.high)};
+    }
+    TRV_INLINE static Middle between(const Middle& l, const Middle& r) {
+        return {trv::TRV_LEVEL::between(l.low, r.low), trv::TRV_LEVEL::between(l.high, r.high)};
+    }
+};
+
+// The mean of the two middle ones, by another kind of mean.
+template <typename V, typename Mean>
+struct Median {
+    static constexpr unsigned bits_of_two = Mean::bits_of_two, bits_of_four = Mean::bits_of_two;
+    Middle<V> middle;
+
+    TRV_INLINE static Median of(V a, V b) { return {Middle<V>::of(a, b)}; }
+    TRV_INLINE static Median both(const Median& p, const Median& q) {
+        return {Middle<V>::both(p.middle, q.middle)};
+    }
+    TRV_INLINE static Median between(const Median& l, const Median& r) {
+        return {Middle<V>::between(l.middle, r.middle)};
+    }
+    TRV_INLINE V value() const { return Mean::of(middle.low, middle.high).value(); }
+};
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL

@@ -1,0 +1,66 @@
+// What the levels below v4 share: bytes and words that alternate, and the stores that come from
+// them.
+#pragma once
+
+#include "image/level/vec_map.h"
+
+namespace trv::TRV_LEVEL {
+namespace {
+
+// Bits of a where the mask has them, bits of b elsewhere.
+TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
+    return (mask & a) | (~mask & b);
+}
+
+// Even bytes of the first, odd bytes of the second.
+TRV_INLINE U8 alternate(U8 first, U8 second) {
+    return select(as<U8>(splat<U16>(0xFF)), first, second);
+}
+
+// Bits from bit `first` of even words on, and from bit `second` of odd ones: 1 to 16. A shift per
+// lane is a multiplication here.
+struct EightBits {
+    TRV_INLINE EightBits(unsigned first, unsigned second)
+        : factor(as<U16>(splat<U32>(0x10000u >> first | 0x10000u >> second << 16))) {}
+    TRV_INLINE U16 of(U16 v) const { return mul_high(v, factor); }
+
+    U16 factor;
+};
+
+// Bytes of b, g and r in turn, of pixels that come from two vectors in turn: the bytes of a pair
+// are three words.
+TRV_INLINE void store_three(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
+    const U16 low = splat<U16>(0xFF), high = splat<U16>(0xFF00);
+    store_three_words(out, (as<U16>(even.b) & low) | as<U16>(even.g) << 8,
+                      (as<U16>(even.r) & low) | (as<U16>(odd.b) & high),
+                      as<U16>(odd.g) >> 8 | (as<U16>(odd.r) & high));
+}
+
+// Pixels of words as dwords; above its three bytes a dword has what stood above those of red.
+TRV_INLINE void dwords_of(const Bgr<U16>& c, const Bgr<EightBits>& bits, U32* first, U32* second) {
+    const U16 blue = bits.b.of(c.b) & splat<U16>(0xFF);
+    in_turn(blue | bits.g.of(c.g) << 8, bits.r.of(c.r), first, second);
+}
+
+TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
+                            const Bgr<EightBits>& bits) {
+    U32 pixels[4];
+    dwords_of(low, bits, &pixels[0], &pixels[1]);
+    dwords_of(high, bits, &pixels[2], &pixels[3]);
+    store_three(out, pixels);
+}
+
+TRV_INLINE void store_three_of_four(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
+                                    const Bgr<EightBits>& bits) {
+    U32 pixels[4];
+    dwords_of(low, bits, &pixels[0], &pixels[1]);
+    dwords_of(high, bits, &pixels[2], &pixels[3]);
+    const U32 colours = splat<U32>(0xFFFFFF);
+    for (size_t i = 0; i < 4; ++i) {
+        uint8_t* at = out + i * sizeof(U32);
+        store(at, (pixels[i] & colours) | (load<U32>(at) & ~colours));
+    }
+}
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL
