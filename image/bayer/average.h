@@ -18,12 +18,14 @@ struct ExactMean {
 
     TRV_INLINE static ExactMean of(V a, V b) { return {ceil_mean(a, b), a ^ b}; }
     TRV_INLINE static ExactMean both(const ExactMean& p, const ExactMean& q) {
-        return {ceil_mean(p.up, q.up), p.lost | q.lost | (p.up ^ q.up)};
+        return {ceil_mean(p.up, q.up), difference_or(p.up, q.up, p.lost) | q.lost};
     }
     TRV_INLINE static ExactMean between(const ExactMean& l, const ExactMean& r) {
         return {trv::TRV_LEVEL::between(l.up, r.up), trv::TRV_LEVEL::between(l.lost, r.lost)};
     }
     TRV_INLINE V value() const { return up - (lost & splat<V>(1)); }
+    // One less of the higher one, where that is not zero as both are then, rounds down.
+    TRV_INLINE static V of_sorted(V low, V high) { return ceil_mean(low, less_one(high)); }
 };
 
 // Sums in 16 bits that may wrap: enough where only 8 bits are kept and these lie below bit 16.
@@ -40,36 +42,26 @@ struct WrappingMean {
         return {trv::TRV_LEVEL::between(l.sum, r.sum)};
     }
     TRV_INLINE V value() const { return sum; }
+    TRV_INLINE static V of_sorted(V low, V high) { return low + high; }
 };
 
-// The two middle ones of four samples.
-template <typename V>
-struct Middle {
-    V low, high;
-
-    TRV_INLINE static Middle of(V a, V b) { return {min(a, b), max(a, b)}; }
-    TRV_INLINE static Middle both(const Middle& p, const Middle& q) {
-        return {max(p.low, q.low), min(p.high, q.high)};
-    }
-    TRV_INLINE static Middle between(const Middle& l, const Middle& r) {
-        return {trv::TRV_LEVEL::between(l.low, r.low), trv::TRV_LEVEL::between(l.high, r.high)};
-    }
-};
-
-// The mean of the two middle ones, by another kind of mean.
-template <typename V, typename Mean>
+// The two middle ones of four samples, or two samples, by value or in no order, and their mean by
+// another kind of mean.
+template <typename V, typename Mean, bool Sorted = true>
 struct Median {
     static constexpr unsigned bits_of_two = Mean::bits_of_two, bits_of_four = Mean::bits_of_two;
-    Middle<V> middle;
+    V low, high;
 
-    TRV_INLINE static Median of(V a, V b) { return {Middle<V>::of(a, b)}; }
-    TRV_INLINE static Median both(const Median& p, const Median& q) {
-        return {Middle<V>::both(p.middle, q.middle)};
+    TRV_INLINE static Median of(V a, V b) { return {min(a, b), max(a, b)}; }
+    TRV_INLINE static Median<V, Mean, false> both(const Median& p, const Median& q) {
+        return {max(p.low, q.low), min(p.high, q.high)};
     }
     TRV_INLINE static Median between(const Median& l, const Median& r) {
-        return {Middle<V>::between(l.middle, r.middle)};
+        return {trv::TRV_LEVEL::between(l.low, r.low), trv::TRV_LEVEL::between(l.high, r.high)};
     }
-    TRV_INLINE V value() const { return Mean::of(middle.low, middle.high).value(); }
+    TRV_INLINE V value() const {
+        return Sorted ? Mean::of_sorted(low, high) : Mean::of(low, high).value();
+    }
 };
 
 }  // namespace

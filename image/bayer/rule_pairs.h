@@ -9,13 +9,17 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// The colours of one pixel of each pair, as words.
+// The colours of one pixel of each pair, as words, or the bits below the average in each.
+template <typename T>
 struct Colours {
-    U16 green, row, other;
+    T green, row, other;
 };
 
 struct Pairs {
-    Colours first, second;
+    Colours<U16> first, second;
+};
+struct PairBits {
+    Colours<unsigned> first, second;
 };
 
 // The first and the second bytes of pairs of bytes, as words.
@@ -49,44 +53,57 @@ struct PairRule;
 
 template <bool GreenFirst>
 struct PairRule<bayer::means, GreenFirst> {
-    TRV_INLINE static Pairs colours(const bayer::Line& l, size_t x) {
+    static constexpr Colours<unsigned> green_site{0, 1, 1}, colour_site{2, 0, 2};
+    static constexpr PairBits bits{GreenFirst ? colour_site : green_site,
+                                   GreenFirst ? green_site : colour_site};
+
+    TRV_INLINE static Pairs sums(const bayer::Line& l, size_t x) {
         const PairLine line(l.line, x), above(l.above, x), below(l.below, x);
-        if constexpr (GreenFirst) {
-            const U16 vertical_p = above.p() + below.p(), vertical_q = above.q() + below.q();
-            const U16 cross = above.before_p() + below.before_p() + vertical_q;
-            return {{(line.before_p() + line.q() + vertical_p) >> 2, line.p(), cross >> 2},
-                    {line.q(), (line.p() + line.behind_q()) >> 1, vertical_q >> 1}};
-        } else {
-            const U16 vertical_p = above.p() + below.p(), vertical_q = above.q() + below.q();
-            const U16 cross = vertical_p + above.behind_q() + below.behind_q();
-            return {{line.p(), (line.before_p() + line.q()) >> 1, vertical_p >> 1},
-                    {(line.p() + line.behind_q() + vertical_q) >> 2, line.q(), cross >> 2}};
-        }
+        const U16 upright_p = above.p() + below.p(), upright_q = above.q() + below.q();
+        if constexpr (GreenFirst)
+            return {{line.before_p() + line.q() + upright_p, line.p(),
+                     above.before_p() + below.before_p() + upright_q},
+                    {line.q(), line.p() + line.behind_q(), upright_q}};
+        else
+            return {{line.p(), line.before_p() + line.q(), upright_p},
+                    {line.p() + line.behind_q() + upright_q, line.q(),
+                     upright_p + above.behind_q() + below.behind_q()}};
     }
 };
 
 template <bool GreenFirst>
 struct PairRule<bayer::edge_means, GreenFirst> {
-    TRV_INLINE static Pairs colours(const bayer::Line& l, size_t x) {
+    static constexpr Colours<unsigned> green_site{0, 1, 0}, colour_site{1, 0, 1};
+    static constexpr PairBits bits{GreenFirst ? colour_site : green_site,
+                                   GreenFirst ? green_site : colour_site};
+
+    TRV_INLINE static Pairs sums(const bayer::Line& l, size_t x) {
         const PairLine line(l.line, x), near(l.above, x);
-        const U16 beside_p = (line.before_p() + line.q()) >> 1;
-        const U16 beside_q = (line.p() + line.behind_q()) >> 1;
+        const U16 beside_p = line.before_p() + line.q(), beside_q = line.p() + line.behind_q();
         if constexpr (GreenFirst)
-            return {{beside_p, line.p(), (near.before_p() + near.q()) >> 1},
+            return {{beside_p, line.p(), near.before_p() + near.q()},
                     {line.q(), beside_q, near.q()}};
         else
             return {{line.p(), beside_p, near.p()},
-                    {beside_q, line.q(), (near.p() + near.behind_q()) >> 1}};
+                    {beside_q, line.q(), near.p() + near.behind_q()}};
     }
 };
+
+// A 5-6-5 word of sums: no channel is shifted twice.
+TRV_INLINE U16 word_of(const Bgr<U16>& sum, const Bgr<unsigned>& bits) {
+    return (sum.r << static_cast<uint16_t>(8 - bits.r) & splat<U16>(0xF800)) |
+           (sum.g << static_cast<uint16_t>(3 - bits.g) & splat<U16>(0x07E0)) |
+           sum.b >> static_cast<uint16_t>(3 + bits.b);
+}
+
+TRV_INLINE Bgr<U16> averages(const Bgr<U16>& sum, const Bgr<unsigned>& bits) {
+    return {sum.b >> static_cast<uint16_t>(bits.b), sum.g >> static_cast<uint16_t>(bits.g),
+            sum.r >> static_cast<uint16_t>(bits.r)};
+}
 
 // The three words of a pair of b, g, r, b, g, r.
 TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& p, const Bgr<U16>& q) {
     store_three_words(out, p.b | p.g << 8, p.r | q.b << 8, q.g | q.r << 8);
-}
-
-TRV_INLINE U16 word_of(const Bgr<U16>& c) {
-    return words_of<true>(c.r, c.g, c.b);
 }
 
 TRV_INLINE U8 joined(U16 first, U16 second) {
@@ -98,17 +115,20 @@ template <bayer::SpanRule M, bool GreenFirst>
 struct PairStep {
     template <bayer::SpanLayout L, bool RowIsRed>
     TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out) {
-        const Pairs pairs = PairRule<M, GreenFirst>::colours(line, x);
-        const auto channels_of = [](const Colours& c) TRV_INLINE_LAMBDA {
+        using Rule = PairRule<M, GreenFirst>;
+        const auto channels_of = [](const auto& c) TRV_INLINE_LAMBDA {
             return channels<RowIsRed>(c.green, c.row, c.other);
         };
-        const Bgr<U16> p = channels_of(pairs.first), q = channels_of(pairs.second);
+        const Pairs pairs = Rule::sums(line, x);
+        const auto sum_p = channels_of(pairs.first), sum_q = channels_of(pairs.second);
+        const auto bits_p = channels_of(Rule::bits.first), bits_q = channels_of(Rule::bits.second);
+        const Bgr<U16> p = averages(sum_p, bits_p), q = averages(sum_q, bits_q);
         if constexpr (L == bayer::bgr24)
             store_three(out, p, q);
         else if constexpr (L == bayer::bgrx32)
             store_three_of_four(out, joined(p.b, q.b), joined(p.g, q.g), joined(p.r, q.r));
         else
-            store_in_turn(out, word_of(p), word_of(q));
+            store_in_turn(out, word_of(sum_p, bits_p), word_of(sum_q, bits_q));
     }
 };
 

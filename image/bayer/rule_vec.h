@@ -88,9 +88,9 @@ struct MiddleRule {
 
     TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
         const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
-        const Green plus =
+        const auto plus =
             Green::both(Green::of(line.left, line.right), upright<Green>(above, below));
-        const Other cross =
+        const auto cross =
             Other::both(Other::of(above.left, below.left), Other::of(above.right, below.right));
         return {line.own, Beside::of(line.left, line.right).value(),
                 upright<Other>(above, below).value(), plus.value(), cross.value()};

@@ -61,17 +61,16 @@ struct ByteStep {
     template <bayer::SpanLayout L, bool RowIsRed>
     TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out) {
         const Sites<U8> sites = Rule::sites(line, x);
-        if constexpr (L == bayer::bgr24) {
-            const auto green = green_sites<RowIsRed>(sites), colour = colour_sites<RowIsRed>(sites);
-            store_three(out, first_of<GreenFirst>(green, colour),
-                        first_of<!GreenFirst>(green, colour));
-        } else {
-            const Bgr<U8> c = joined<GreenFirst, RowIsRed>(sites);
-            if constexpr (L == bayer::bgrx32)
-                store_three_of_four(out, c.b, c.g, c.r);
-            else
-                store_words(out, c.r, c.g, c.b);
-        }
+        const auto green = green_sites<RowIsRed>(sites), colour = colour_sites<RowIsRed>(sites);
+        const auto first = first_of<GreenFirst>(green, colour);
+        const auto second = first_of<!GreenFirst>(green, colour);
+        if constexpr (L == bayer::bgr24)
+            store_three(out, first, second);
+        else if constexpr (L == bayer::bgrx32)
+            store_three_of_four(out, alternate(first.b, second.b), alternate(first.g, second.g),
+                                alternate(first.r, second.r));
+        else
+            store_words(out, first, second);
     }
 };
 
@@ -87,11 +86,8 @@ TRV_INLINE void step16(const bayer::Line& line, size_t x, const Bgr<EightBits>& 
     } else if constexpr (L == bayer::bgrx32) {
         store_three_of_four(out, low, high, bits);
     } else {
-        const auto word = [&](const Bgr<U16>& c) TRV_INLINE_LAMBDA {
-            return words_of<true>(bits.r.of(c.r), bits.g.of(c.g), bits.b.of(c.b));
-        };
-        store(out, word(low));
-        store(out + sizeof(U16), word(high));
+        store(out, EightBits::word(low, bits));
+        store(out + sizeof(U16), EightBits::word(high, bits));
     }
 }
 

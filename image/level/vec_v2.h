@@ -43,6 +43,14 @@ TRV_INLINE U16 ceil_mean(U16 a, U16 b) {
     return as<U16>(_mm_avg_epu16(reg(a), reg(b)));
 }
 
+// One less, but not less than 0.
+TRV_INLINE U8 less_one(U8 v) {
+    return as<U8>(_mm_subs_epu8(reg(v), _mm_set1_epi8(1)));
+}
+TRV_INLINE U16 less_one(U16 v) {
+    return as<U16>(_mm_subs_epu16(reg(v), _mm_set1_epi16(1)));
+}
+
 TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }

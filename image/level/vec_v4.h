@@ -43,6 +43,14 @@ TRV_INLINE U16 ceil_mean(U16 a, U16 b) {
     return as<U16>(_mm512_avg_epu16(reg(a), reg(b)));
 }
 
+// One less, but not less than 0.
+TRV_INLINE U8 less_one(U8 v) {
+    return as<U8>(_mm512_subs_epu8(reg(v), _mm512_set1_epi8(1)));
+}
+TRV_INLINE U16 less_one(U16 v) {
+    return as<U16>(_mm512_subs_epu16(reg(v), _mm512_set1_epi16(1)));
+}
+
 TRV_INLINE U16 shift_right(U16 v, unsigned count) {
     return as<U16>(_mm512_srl_epi16(reg(v), _mm_cvtsi32_si128(static_cast<int>(count))));
 }
@@ -91,6 +99,12 @@ TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
     return as<U8>(_mm512_ternarylogic_epi64(reg(mask), reg(a), reg(b), 0xCA));
 }
 
+// (a ^ b) | c in one step, which compilers take two for.
+template <typename V>
+TRV_INLINE V difference_or(V a, V b, V c) {
+    return as<V>(_mm512_ternarylogic_epi64(reg(a), reg(b), reg(c), 0xBE));
+}
+
 // Eight bits of each word, from bit `first` of even words on and from bit `second` of odd ones.
 struct EightBits {
     TRV_INLINE EightBits(unsigned first, unsigned second)
@@ -104,6 +118,19 @@ struct EightBits {
         const __m512i even =
             _mm512_maskz_multishift_epi64_epi8(0x5555555555555555, reg(in_a.place), reg(a));
         return _mm512_mask_multishift_epi64_epi8(even, 0xAAAAAAAAAAAAAAAA, reg(in_b.place), reg(b));
+    }
+
+    // As a 5-6-5 word: the upper two channels masked, and what stands above the bottom one kept.
+    TRV_INLINE static U16 word(const Bgr<U16>& c, const Bgr<EightBits>& bits) {
+        const __m512i top =
+            _mm512_maskz_multishift_epi64_epi8(~uint64_t{}, reg(bits.r.place), reg(c.r));
+        const U8 up_three = as<U8>(bits.g.place) + as<U8>(splat<U16>(0x05FD));
+        const __m512i green =
+            _mm512_maskz_multishift_epi64_epi8(~uint64_t{}, reg(up_three), reg(c.g));
+        const __m512i bottom = _mm512_srlv_epi16(reg(c.b), reg(bits.b.count + splat<U16>(3)));
+        const __m512i upper =
+            _mm512_ternarylogic_epi64(_mm512_set1_epi16(-0x0800), top, green, 0xCA);
+        return as<U16>(_mm512_ternarylogic_epi64(_mm512_set1_epi16(-0x20), upper, bottom, 0xEA));
     }
 
     static constexpr auto word_bits = order<uint16_t>([](size_t i) { return i % 4 * 16 * 0x0101; });

@@ -12,6 +12,11 @@ TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
     return (mask & a) | (~mask & b);
 }
 
+template <typename V>
+TRV_INLINE V difference_or(V a, V b, V c) {
+    return (a ^ b) | c;
+}
+
 // Even bytes of the first, odd bytes of the second.
 TRV_INLINE U8 alternate(U8 first, U8 second) {
     return select(as<U8>(splat<U16>(0xFF)), first, second);
@@ -23,6 +28,10 @@ struct EightBits {
     TRV_INLINE EightBits(unsigned first, unsigned second)
         : factor(as<U16>(splat<U32>(0x10000u >> first | 0x10000u >> second << 16))) {}
     TRV_INLINE U16 of(U16 v) const { return mul_high(v, factor); }
+    // As a 5-6-5 word: the upper two channels masked, and what stands above the bottom one kept.
+    TRV_INLINE static U16 word(const Bgr<U16>& c, const Bgr<EightBits>& bits) {
+        return words_of<true>(bits.r.of(c.r), bits.g.of(c.g), bits.b.of(c.b));
+    }
 
     U16 factor;
 };
@@ -34,6 +43,16 @@ TRV_INLINE void store_three(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& od
     store_three_words(out, (as<U16>(even.b) & low) | as<U16>(even.g) << 8,
                       (as<U16>(even.r) & low) | (as<U16>(odd.b) & high),
                       as<U16>(odd.g) >> 8 | (as<U16>(odd.r) & high));
+}
+
+// 5-6-5 words likewise: of the even pixels and of the odd ones.
+TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
+    const U16 top = splat<U16>(0xF800), middle = splat<U16>(0x07E0), bottom = splat<U16>(0x001F);
+    const U16 first = (as<U16>(even.r) << 8 & top) | (as<U16>(even.g) << 3 & middle) |
+                      (as<U16>(even.b) >> 3 & bottom);
+    const U16 second =
+        (as<U16>(odd.r) & top) | (as<U16>(odd.g) >> 5 & middle) | as<U16>(odd.b) >> 11;
+    store_in_turn(out, first, second);
 }
 
 // Pixels of words as dwords; above its three bytes a dword has what stood above those of red.
