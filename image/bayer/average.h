@@ -16,14 +16,14 @@ struct ExactMean {
     static constexpr unsigned bits_of_two = 0, bits_of_four = 0;
     V up, lost;
 
-    TRV_INLINE static ExactMean of(V a, V b) { return {ceil_mean(a, b), a ^ b}; }
+    TRV_INLINE static ExactMean of(V a, V b) { return {ceil_mean(a, b), rounding(a, b)}; }
     TRV_INLINE static ExactMean both(const ExactMean& p, const ExactMean& q) {
-        return {ceil_mean(p.up, q.up), difference_or(p.up, q.up, p.lost) | q.lost};
+        return {ceil_mean(p.up, q.up), rounding(p.up, q.up, p.lost, q.lost)};
     }
     TRV_INLINE static ExactMean between(const ExactMean& l, const ExactMean& r) {
         return {trv::TRV_LEVEL::between(l.up, r.up), trv::TRV_LEVEL::between(l.lost, r.lost)};
     }
-    TRV_INLINE V value() const { return up - (lost & splat<V>(1)); }
+    TRV_INLINE V value() const { return rounded_down(up, lost); }
     // One less of the higher one, where that is not zero as both are then, rounds down.
     TRV_INLINE static V of_sorted(V low, V high) { return ceil_mean(low, less_one(high)); }
 };
@@ -45,23 +45,27 @@ struct WrappingMean {
     TRV_INLINE static V of_sorted(V low, V high) { return low + high; }
 };
 
-// The two middle ones of four samples, or two samples, by value or in no order, and their mean by
-// another kind of mean.
-template <typename V, typename Mean, bool Sorted = true>
+// The two middle ones of four samples, in no order, and their mean by another kind of mean.
+template <typename V, typename Mean>
+struct MiddleOfFour {
+    V low, high;
+    TRV_INLINE V value() const { return Mean::of(low, high).value(); }
+};
+
+// Of two samples, which are sorted.
+template <typename V, typename Mean>
 struct Median {
     static constexpr unsigned bits_of_two = Mean::bits_of_two, bits_of_four = Mean::bits_of_two;
     V low, high;
 
     TRV_INLINE static Median of(V a, V b) { return {min(a, b), max(a, b)}; }
-    TRV_INLINE static Median<V, Mean, false> both(const Median& p, const Median& q) {
+    TRV_INLINE static MiddleOfFour<V, Mean> both(const Median& p, const Median& q) {
         return {max(p.low, q.low), min(p.high, q.high)};
     }
     TRV_INLINE static Median between(const Median& l, const Median& r) {
         return {trv::TRV_LEVEL::between(l.low, r.low), trv::TRV_LEVEL::between(l.high, r.high)};
     }
-    TRV_INLINE V value() const {
-        return Sorted ? Mean::of_sorted(low, high) : Mean::of(low, high).value();
-    }
+    TRV_INLINE V value() const { return Mean::of_sorted(low, high); }
 };
 
 }  // namespace

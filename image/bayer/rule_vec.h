@@ -2,6 +2,8 @@
 // computes what it would be as a green site and as a red or blue site, and the sites take turns.
 #pragma once
 
+#include <type_traits>
+
 #include "image/bayer/average.h"
 #include "image/bayer/span.h"
 #include "image/level/vec.h"
@@ -15,6 +17,18 @@ template <typename V>
 struct Sites {
     V own, beside, vertical, plus, cross;
 };
+
+// Pixel x is the first of a pair and odd, so it is a green site where pixel 0 is none.
+template <bool GreenFirst, typename T>
+TRV_INLINE T first_of(const T& green_site, const T& colour_site) {
+    return GreenFirst ? colour_site : green_site;
+}
+
+template <bool GreenFirst, typename V>
+TRV_INLINE V in_place(V green_site, V colour_site) {
+    return alternate(first_of<GreenFirst>(green_site, colour_site),
+                     first_of<!GreenFirst>(green_site, colour_site));
+}
 
 // Which of the three kinds of colours of a mosaic line a channel of the picture is.
 template <bool RowIsRed, typename C>
@@ -54,11 +68,11 @@ struct Row {
     V left, right, own;
 };
 
-template <bayer::SpanRule M, typename V, typename Averages>
+template <bayer::SpanRule M, typename V, bool GreenFirst, typename Averages>
 struct Rule;
 
-template <typename V, typename Averages>
-struct Rule<bayer::nearest, V, Averages> {
+template <typename V, bool GreenFirst, typename Averages>
+struct Rule<bayer::nearest, V, GreenFirst, Averages> {
     static constexpr SumBits bits{0, 0, 0, 0};
     TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
         const V left = samples<V>(l.line, x - 1);
@@ -97,14 +111,46 @@ struct MiddleRule {
     }
 };
 
-template <typename V, typename Averages>
-struct Rule<bayer::means, V, Averages> : MiddleRule<V, Averages> {};
+template <typename V, bool GreenFirst, typename Averages>
+struct Rule<bayer::means, V, GreenFirst, Averages> : MiddleRule<V, Averages> {};
 
-template <typename V, typename Averages>
-struct Rule<bayer::medians, V, Averages> : MiddleRule<V, Averages> {};
+// Where lanes can be chosen at no cost, the means of two and of four middle samples are made in one
+// step for all sites: at a green site `beside` holds, at the others `plus`, likewise above and
+// below.
+template <typename V, bool GreenFirst, typename Mean>
+struct MixedMedians {
+    using Two = Median<V, Mean>;
+    using Four = MiddleOfFour<V, Mean>;
+    static constexpr SumBits bits{Two::bits_of_two, Two::bits_of_two, Two::bits_of_four,
+                                  Two::bits_of_four};
 
-template <typename V, typename Averages>
-struct Rule<bayer::edge_means, V, Averages> {
+    TRV_INLINE static V mean(const Two& at_green, const Four& at_colour) {
+        return Four{in_place<GreenFirst>(at_green.low, at_colour.low),
+                    in_place<GreenFirst>(at_green.high, at_colour.high)}
+            .value();
+    }
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+        const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
+        const Two beside = Two::of(line.left, line.right), upright_ = upright<Two>(above, below);
+        const Two left = Two::of(above.left, below.left), right = Two::of(above.right, below.right);
+        const V near = mean(beside, Two::both(beside, upright_));
+        const V other = mean(upright_, Two::both(left, right));
+        return {line.own, near, other, near, other};
+    }
+};
+
+template <typename V, bool GreenFirst, typename Averages>
+struct MediansRule : MiddleRule<V, Averages> {};
+template <typename V, bool GreenFirst, typename Mean>
+struct MediansRule<V, GreenFirst, All<Median<V, Mean>>>
+    : std::conditional_t<has_lane_masks, MixedMedians<V, GreenFirst, Mean>,
+                         MiddleRule<V, All<Median<V, Mean>>>> {};
+
+template <typename V, bool GreenFirst, typename Averages>
+struct Rule<bayer::medians, V, GreenFirst, Averages> : MediansRule<V, GreenFirst, Averages> {};
+
+template <typename V, bool GreenFirst, typename Averages>
+struct Rule<bayer::edge_means, V, GreenFirst, Averages> {
     using Green = typename Averages::Green;
     using Beside = typename Averages::RowColour;
     using Other = typename Averages::Other;

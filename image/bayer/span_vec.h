@@ -29,12 +29,6 @@ TRV_INLINE Bgr<V> colour_sites(const Sites<V>& s) {
     return channels<RowIsRed>(s.plus, s.own, s.cross);
 }
 
-// Pixel x is the first of a pair and odd, so it is a green site where pixel 0 is none.
-template <bool GreenFirst, typename T>
-TRV_INLINE T first_of(const T& green_site, const T& colour_site) {
-    return GreenFirst ? colour_site : green_site;
-}
-
 // Bits between a sample and the 8 bits that a colour keeps of it or of its sums.
 template <bayer::SpanRule M, typename Rule, bool GreenFirst, bool RowIsRed>
 TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift) {
@@ -49,10 +43,8 @@ TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift) {
 template <bool GreenFirst, bool RowIsRed, typename V>
 TRV_INLINE Bgr<V> joined(const Sites<V>& s) {
     const Bgr<V> green = green_sites<RowIsRed>(s), colour = colour_sites<RowIsRed>(s);
-    const Bgr<V> first = first_of<GreenFirst>(green, colour);
-    const Bgr<V> second = first_of<!GreenFirst>(green, colour);
-    return {alternate(first.b, second.b), alternate(first.g, second.g),
-            alternate(first.r, second.r)};
+    return {in_place<GreenFirst>(green.b, colour.b), in_place<GreenFirst>(green.g, colour.g),
+            in_place<GreenFirst>(green.r, colour.r)};
 }
 
 // Pixels x to x + sizeof(U8) - 1 of 8-bit samples ...
@@ -151,7 +143,7 @@ struct MaskedOf<M, bayer::rgb16, true> {
 // makes them cheaper in bytes.
 template <bayer::SpanRule M, bool GreenFirst>
 struct Step8 {
-    using Type = ByteStep<Rule<M, U8, All<Exact<M, U8>>>, GreenFirst>;
+    using Type = ByteStep<Rule<M, U8, GreenFirst, All<Exact<M, U8>>>, GreenFirst>;
 };
 #ifndef TRV_LEVEL_v4
 template <bool GreenFirst>
@@ -171,8 +163,8 @@ void span(const bayer::Line& line) {
     if constexpr (D == bayer::depth8) {
         run_line<D, L, M, typename Step8<M, GreenFirst>::Type, GreenFirst, RowIsRed>(line);
     } else {
-        using All16 = Rule<M, U16, All<Exact<M, U16>>>;
-        using Masked = Rule<M, U16, typename MaskedOf<M, L, RowIsRed>::Type>;
+        using All16 = Rule<M, U16, GreenFirst, All<Exact<M, U16>>>;
+        using Masked = Rule<M, U16, GreenFirst, typename MaskedOf<M, L, RowIsRed>::Type>;
         if (M != bayer::nearest && line.shift <= 6)
             run_line<D, L, M, Masked, GreenFirst, RowIsRed>(line);
         else

@@ -16,6 +16,18 @@
 #include "image/level/vec_words.h"
 #endif
 
+namespace trv::TRV_LEVEL {
+namespace {
+
+// The mean rounded down: the processor rounds it up.
+template <typename V>
+TRV_INLINE V floor_mean(V a, V b) {
+    return rounded_down(ceil_mean(a, b), rounding(a, b));
+}
+
+}  // namespace
+}  // namespace trv::TRV_LEVEL
+
 // Lines too short for this level's vectors go to the next one down.
 namespace trv {
 namespace scalar {}

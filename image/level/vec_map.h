@@ -8,12 +8,6 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// The mean rounded down: the processor rounds it up.
-template <typename V>
-TRV_INLINE V floor_mean(V a, V b) {
-    return ceil_mean(a, b) - ((a ^ b) & splat<V>(1));
-}
-
 // Words of channels in 8 bits, 5-6-5 or 5-5-5. What lies above the bottom channel's 8 bits stays
 // and spills upwards: see layout::Rgb16.
 template <bool SixGreen>

@@ -67,6 +67,7 @@ TRV_INLINE V between(V, V, const uint8_t* at) {
 }
 
 constexpr bool has_double_shift = false;
+constexpr bool has_lane_masks = false;
 
 // Even words of the first, odd words of the second.
 TRV_INLINE U16 alternate(U16 first, U16 second) {

@@ -79,6 +79,7 @@ TRV_INLINE U8 shuffle(U8 v, U8 order) {
 // Samples in the middle of two vectors that begin one sample before and one behind them: taken from
 // both by a double shift, which is cheaper here than one more load across cache lines.
 constexpr bool has_double_shift = true;
+constexpr bool has_lane_masks = true;
 TRV_INLINE U8 between(U8 left, U8 right, const uint8_t* = nullptr) {
     return as<U8>(_mm512_shrdi_epi16(reg(left), reg(right), 8));
 }
@@ -99,10 +100,28 @@ TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
     return as<U8>(_mm512_ternarylogic_epi64(reg(mask), reg(a), reg(b), 0xCA));
 }
 
-// (a ^ b) | c in one step, which compilers take two for.
+// What a rounded-up mean of a and b is above the mean: 0 or 1.
 template <typename V>
-TRV_INLINE V difference_or(V a, V b, V c) {
-    return as<V>(_mm512_ternarylogic_epi64(reg(a), reg(b), reg(c), 0xBE));
+TRV_INLINE V rounding(V a, V b) {
+    return as<V>(_mm512_ternarylogic_epi64(reg(a), reg(b), reg(splat<V>(1)), 0x28));
+}
+// The same of a mean of two rounded-up means, given their roundings.
+template <typename V>
+TRV_INLINE V rounding(V a, V b, V of_a, V of_b) {
+    const __m512i here = _mm512_ternarylogic_epi64(reg(a), reg(b), reg(of_a), 0xBE);
+    return as<V>(_mm512_ternarylogic_epi64(here, reg(of_b), reg(splat<V>(1)), 0xA8));
+}
+template <typename V>
+TRV_INLINE V rounded_down(V mean, V rounding) {
+    return mean - rounding;
+}
+
+// Each byte shifted to the left by Up bits, 8 - Up bits of its neighbours with it.
+template <int Up>
+TRV_INLINE U8 bits_up(U8 v) {
+    static constexpr auto from = order<uint8_t>(
+        [](size_t i) { return (i % 8 * 8 + size_t{64} - static_cast<size_t>(Up)) % 64; });
+    return as<U8>(_mm512_maskz_multishift_epi64_epi8(~uint64_t{}, reg(lanes<U8>(from)), reg(v)));
 }
 
 // Eight bits of each word, from bit `first` of even words on and from bit `second` of odd ones.

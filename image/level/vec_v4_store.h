@@ -29,10 +29,9 @@ TRV_INLINE void store_in_turn(uint8_t* out, U8 a, U8 b) {
 // 5-6-5 words of pixels that come from two vectors in turn: the upper byte is made for all pixels,
 // then the lower one.
 TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
-    const U16 blue = as<U16>(alternate(even.b, odd.b)), green = as<U16>(alternate(even.g, odd.g));
-    const U8 red = alternate(even.r, odd.r);
-    const U8 lower = select(splat<U8>(0xE0), as<U8>(green << 3), as<U8>(blue >> 3));
-    store_in_turn(out, lower, select(splat<U8>(0xF8), red, as<U8>(green >> 5)));
+    const U8 blue = alternate(even.b, odd.b), green = alternate(even.g, odd.g);
+    const U8 upper = select(splat<U8>(0xF8), alternate(even.r, odd.r), bits_up<-5>(green));
+    store_in_turn(out, select(splat<U8>(0xE0), bits_up<3>(green), bits_up<-3>(blue)), upper);
 }
 
 // Bytes i of a vector's part of a picture that belong to channel `Channel`.

@@ -12,9 +12,19 @@ TRV_INLINE U8 select(U8 mask, U8 a, U8 b) {
     return (mask & a) | (~mask & b);
 }
 
+// What a rounded-up mean of a and b is above the mean, in the lowest bit: 0 or 1.
 template <typename V>
-TRV_INLINE V difference_or(V a, V b, V c) {
-    return (a ^ b) | c;
+TRV_INLINE V rounding(V a, V b) {
+    return a ^ b;
+}
+// The same of a mean of two rounded-up means, given their roundings.
+template <typename V>
+TRV_INLINE V rounding(V a, V b, V of_a, V of_b) {
+    return (a ^ b) | of_a | of_b;
+}
+template <typename V>
+TRV_INLINE V rounded_down(V mean, V rounding) {
+    return mean - (rounding & splat<V>(1));
 }
 
 // Even bytes of the first, odd bytes of the second.
