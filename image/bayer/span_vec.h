@@ -89,9 +89,13 @@ template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, typename Rule,
 TRV_INLINE void run_line(const bayer::Line& line) {
     const bayer::Line lines = line;
     const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
+    // Of the lines read, this one was not read before.
+    const uint8_t* new_line = M == bayer::nearest ? lines.line : lines.below;
+    constexpr size_t sample_bytes = D == bayer::depth8 ? 1 : 2;
     const auto step = [&](size_t x, const auto& bits) TRV_INLINE_LAMBDA {
         uint8_t* out = lines.out + x * pixel_bytes(L);
         prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
+        prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
         if constexpr (D == bayer::depth8)
             Rule::template step<L, RowIsRed>(lines, x, out);
         else
