@@ -82,6 +82,7 @@ void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count)
     const size_t last = count - sizeof(U8);
     for (size_t k = 0;; k = k + sizeof(U8) < last ? k + sizeof(U8) : last) {
         prefetch_ahead<sizeof(U8)>(out + k);
+        prefetch_ahead<sizeof(U8)>(lower + k);
         store(out + k, Rule::template at<N>(upper, lower, k));
         if (k == last) break;
     }
