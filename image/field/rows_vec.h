@@ -13,20 +13,17 @@ constexpr ptrdiff_t distance(field::Neighbour n) {
 }
 
 // The samples at byte k of a line and their neighbours. In YUV422 even bytes have theirs two bytes
-// away and odd bytes four; k's own parity says which lanes are odd.
+// away and odd bytes four; `odd` says which lanes are odd.
 template <field::Neighbour N>
 struct Three {
-    TRV_INLINE Three(const uint8_t* at, size_t k)
-        : before(neighbour<-1>(at + k, k)),
-          own(held(load<U8>(at + k))),
-          behind(neighbour<1>(at + k, k)) {}
+    TRV_INLINE Three(const uint8_t* at, U8 odd)
+        : before(neighbour<-1>(at, odd)), own(held(load<U8>(at))), behind(neighbour<1>(at, odd)) {}
 
     template <int Side>
-    TRV_INLINE static U8 neighbour(const uint8_t* at, size_t k) {
+    TRV_INLINE static U8 neighbour(const uint8_t* at, U8 odd) {
         const U8 far = held(load<U8>(at + Side * distance(N)));
         if constexpr (N != field::yuv) return far;
-        const U8 odd = as<U8>(splat<U16>(k % 2 == 0 ? 0xFF00 : 0x00FF));
-        return (far & odd) | (load<U8>(at + Side * 2) & ~odd);
+        return select(odd, far, load<U8>(at + Side * 2));
     }
 
     U8 before, own, behind;
@@ -37,8 +34,8 @@ struct Average {
         return rows.average;
     }
     template <field::Neighbour>
-    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
-        return floor_mean(held(load<U8>(upper + k)), held(load<U8>(lower + k)));
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, U8) {
+        return floor_mean(held(load<U8>(upper)), held(load<U8>(lower)));
     }
 };
 
@@ -49,8 +46,8 @@ struct Bilinear {
         return rows.bilinear[n];
     }
     template <field::Neighbour N>
-    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
-        const Three<N> u(upper, k), w(lower, k);
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, U8 odd) {
+        const Three<N> u(upper, odd), w(lower, odd);
         const WordHalves sum = weighted<7>(u.own, w.own) + weighted<5>(u.before, w.before) +
                                weighted<5>(u.behind, w.behind);
         const U16 factor = splat<U16>(1920);
@@ -68,8 +65,8 @@ struct Median {
         return rows.median[n];
     }
     template <field::Neighbour N>
-    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, size_t k) {
-        const Three<N> u(upper, k), w(lower, k);
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, U8 odd) {
+        const Three<N> u(upper, odd), w(lower, odd);
         const auto middle =
             middle_of_six<VectorOrder>(u.before, u.own, u.behind, w.before, w.own, w.behind);
         return floor_mean(middle.lower, middle.upper);
@@ -80,10 +77,15 @@ template <typename Rule, field::Neighbour N>
 void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count) {
     if (count < sizeof(U8)) return Rule::of(narrower::field_rows, N)(upper, lower, out, count);
     const size_t last = count - sizeof(U8);
-    for (size_t k = 0;; k = k + sizeof(U8) < last ? k + sizeof(U8) : last) {
+    U8 odd = as<U8>(splat<U16>(0xFF00));
+    for (size_t k = 0;; k += sizeof(U8)) {
+        if (k >= last) {
+            if ((last - k) % 2 != 0) odd = ~odd;
+            k = last;
+        }
         prefetch_ahead<sizeof(U8)>(out + k);
         prefetch_ahead<sizeof(U8)>(lower + k);
-        store(out + k, Rule::template at<N>(upper, lower, k));
+        store(out + k, Rule::template at<N>(upper + k, lower + k, odd));
         if (k == last) break;
     }
 }
