@@ -59,21 +59,21 @@ bool find_neighbour(uint32_t format, Neighbour* neighbour) {
 
 void duplicate_lines(const Field& field) {
     walk(field, [&](const uint8_t* upper, const uint8_t*, uint8_t* out) {
-        memcpy(out, upper, field.stride);
+        field.rows->copy(upper, upper, out, field.stride);
         return size_t{field.stride};
     });
 }
 
-void average_lines(const Rows& rows, const Field& field) {
+void average_lines(const Field& field) {
     walk(field, [&](const uint8_t* upper, const uint8_t* lower, uint8_t* out) {
-        rows.average(upper, lower, out, field.stride);
+        field.rows->average(upper, lower, out, field.stride);
         return size_t{field.stride};
     });
 }
 
-void interpolate(const Rows& rows, Method method, Neighbour neighbour, const Field& field) {
+void interpolate(Method method, Neighbour neighbour, const Field& field) {
     const bool is_median = method == Method::median;
-    const Row row = is_median ? rows.median[neighbour] : rows.bilinear[neighbour];
+    const Row row = is_median ? field.rows->median[neighbour] : field.rows->bilinear[neighbour];
     walk(field, [&](const uint8_t* upper, const uint8_t* lower, uint8_t* out) {
         const Between line{upper, lower, out, field.stride};
         if (!is_median) return make_line<Bilinear>(line, row, neighbour);
@@ -93,13 +93,14 @@ uint32_t run(const Level& level, Method method, Handle source, Handle destinatio
     Neighbour neighbour = one;
     if (reads_format(method) && !find_neighbour(format, &neighbour)) return TRV_STATUS_UNSUPPORTED;
     if (field.height == 0) return TRV_STATUS_OK;  // nothing to make a frame of
+    field.rows = level.field;
     field.even_lines = flag != 0;
     if (method == Method::duplicate)
         duplicate_lines(field);
     else if (method == Method::average)
-        average_lines(*level.field, field);
+        average_lines(field);
     else
-        interpolate(*level.field, method, neighbour, field);
+        interpolate(method, neighbour, field);
     return TRV_STATUS_OK;
 }
 

@@ -22,6 +22,7 @@ enum Neighbour : uint8_t {
 using Row = void (*)(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count);
 
 struct Rows {
+    Row copy;  // of `upper`; `lower` is only fetched ahead
     Row average;
     Row bilinear[neighbour_count];
     Row median[neighbour_count];

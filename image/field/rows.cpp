@@ -20,6 +20,7 @@ consteval void put(Row (&rows)[neighbour_count]) {
 
 consteval Rows all_rows() {
     Rows rows{};
+    rows.copy = row<Copy, one>;
     rows.average = row<Average, one>;
     put<Bilinear>(rows.bilinear);
     put<Median>(rows.median);

@@ -29,6 +29,14 @@ struct Three {
     U8 before, own, behind;
 };
 
+struct Copy {
+    TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) { return rows.copy; }
+    template <field::Neighbour>
+    TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t*, U8) {
+        return load<U8>(upper);
+    }
+};
+
 struct Average {
     TRV_INLINE static field::Row of(const field::Rows& rows, field::Neighbour) {
         return rows.average;

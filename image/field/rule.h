@@ -19,6 +19,12 @@ inline uint32_t median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t
 }
 
 // Both lines at byte k, and the neighbours d bytes to both sides.
+struct Copy {
+    static uint32_t at(const uint8_t* upper, const uint8_t*, ptrdiff_t k, ptrdiff_t) {
+        return upper[k];
+    }
+};
+
 struct Average {
     static uint32_t at(const uint8_t* upper, const uint8_t* lower, ptrdiff_t k, ptrdiff_t) {
         return (uint32_t{upper[k]} + lower[k]) >> 1;
