@@ -30,58 +30,85 @@ constexpr int offset_group = 1;
 template <int Bits, int Group>
 constexpr int offset_group<GreyFour<Packed<Bits, Group>>> = Group;
 
-// Pixels 0 to count - 1 of a line in blocks; the pixels behind the last whole unit are left.
+// A line in blocks at 0, `pixels`, ... and `last`, whose source is `tail`.
+using MakeBlocks = void (*)(const Line&, size_t last, const uint8_t* tail);
+
+// A pair of formats: what a line has to know of its blocks. A unit is the least that is read: a
+// pixel, or the group that packs several. It goes in a register: a table would cost a relocation
+// each.
+struct Pair {
+    direct::Reader reader;
+    direct::Writer writer;
+    uint8_t pixels, unit, unit_bytes, group;
+
+    constexpr size_t block_bytes() const { return size_t{pixels} / unit * unit_bytes; }
+};
+constexpr size_t longest_block = 512;
+
 // Fetching both streams ahead is worth a fifth of the time of cold frames on a server core.
 template <typename K, size_t Bytes>
-inline size_t convert_blocks(const Line& line, size_t count) {
+TRV_SHARED void make_blocks(const Line& line, size_t last, const uint8_t* tail) {
+    constexpr size_t block_bytes = K::pixels / K::unit * K::unit_bytes;
+    static_assert(block_bytes <= longest_block);
     const Line job = line;
-    const size_t last = (count - K::pixels) / K::unit * K::unit;
-    const auto source = [&](size_t x)
-                            TRV_INLINE_LAMBDA { return job.source + x / K::unit * K::unit_bytes; };
-    const auto tail = K::read(source(last), job);
-    for (size_t x = 0; x < last; x += K::pixels) {
+    for (size_t x = 0;; x = x + K::pixels < last ? x + K::pixels : last) {
+        const uint8_t* from = x < last ? job.source + x / K::unit * K::unit_bytes : tail;
         prefetch_ahead<K::pixels * Bytes>(job.destination + x * Bytes);
-        prefetch_ahead<K::pixels / K::unit * K::unit_bytes>(source(x));
-        K::write(job.destination + x * Bytes, K::read(source(x), job));
+        prefetch_ahead<block_bytes>(from);
+        K::write(job.destination + x * Bytes, K::read(from, job));
+        if (x == last) break;
     }
-    K::write(job.destination + last * Bytes, tail);
-    return last + K::pixels;
 }
 
-// Blocks, then what they leave; lines shorter than a block go to the next narrower level.
-template <direct::Reader R, direct::Writer W, typename Rule>
-inline void convert_line(const Line& line) {
-    using K = Kernel<Rule>;
-    if (line.end < K::pixels) return narrower::direct_rows.get(R, W)(line);
+// Blocks, then pixel by pixel what is left behind the last whole unit; lines shorter than a block
+// go to the next narrower level.
+TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
+    if (line.end < pair.pixels) return narrower::direct_rows.get(pair.reader, pair.writer)(line);
+    const size_t last = (line.end - pair.pixels) / size_t{pair.unit} * pair.unit;
+    const uint8_t* tail = line.source + last / pair.unit * pair.unit_bytes;
+    alignas(sizeof(U8)) uint8_t saved[longest_block];
     Line rest = line;
-    rest.begin = static_cast<uint32_t>(convert_blocks<K, direct::writer_bytes(W)>(line, line.end));
-    if (rest.begin < rest.end) scalar::direct_rows.get(R, W)(rest);
+    rest.begin = static_cast<uint32_t>(last + pair.pixels);
+    // In place, the block before the last one writes what that reads.
+    const uint8_t* made = line.destination + rest.begin * direct::writer_bytes(pair.writer);
+    if (line.destination < tail + pair.block_bytes() && tail < made) {
+        __builtin_memcpy(saved, tail, pair.block_bytes());
+        tail = saved;
+    }
+    make(line, last, tail);
+    if (rest.begin < rest.end) scalar::direct_rows.get(pair.reader, pair.writer)(rest);
 }
 
-// A line that begins inside a packing group: up to the next group one by one. The line behind that.
-template <direct::Reader R, direct::Writer W, typename Rule>
-inline Line behind_first_group(const Line& line) {
-    constexpr unsigned group = offset_group<Rule>;
-    const unsigned inside = line.packing_offset % group;
+// A line that begins inside a packing group: up to the next group one by one.
+TRV_SHARED void convert_from_inside(const Line& line, Pair pair, MakeBlocks make) {
+    const unsigned inside = line.packing_offset % pair.group;
     Line head = line, rest = line;
     rest.packing_offset = 0;
-    if (inside == 0) return rest;
-    head.end = group - inside < line.end ? group - inside : line.end;
-    scalar::direct_rows.get(R, W)(head);
-    rest.source += Kernel<Rule>::unit_bytes;
-    rest.destination += head.end * direct::writer_bytes(W);
+    if (inside == 0) return convert_line(rest, pair, make);
+    head.end = pair.group - inside < line.end ? pair.group - inside : line.end;
+    scalar::direct_rows.get(pair.reader, pair.writer)(head);
+    rest.source += pair.unit_bytes;
+    rest.destination += head.end * direct::writer_bytes(pair.writer);
     rest.end -= head.end;
-    return rest;
+    convert_line(rest, pair, make);
 }
 
 template <direct::Reader R, direct::Writer W, typename Rule>
 void row(const Line& line) {
+    using K = Kernel<Rule>;
+    constexpr size_t bytes = direct::writer_bytes(W);
+    constexpr Pair pair{R,
+                        W,
+                        uint8_t{K::pixels},
+                        uint8_t{K::unit},
+                        uint8_t{K::unit_bytes},
+                        uint8_t{offset_group<Rule>}};
     if constexpr (is_copy<Rule>)
-        __builtin_memmove(line.destination, line.source, line.end * direct::writer_bytes(W));
-    else if constexpr (offset_group<Rule> > 1)
-        convert_line<R, W, Rule>(behind_first_group<R, W, Rule>(line));
+        __builtin_memmove(line.destination, line.source, line.end * bytes);
+    else if constexpr (pair.group > 1)
+        convert_from_inside(line, pair, make_blocks<K, bytes>);
     else
-        convert_line<R, W, Rule>(line);
+        convert_line(line, pair, make_blocks<K, bytes>);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ... with x odd: every lane
+// The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ...: every lane
 // computes what it would be as a green site and as a red or blue site, and the sites take turns.
 #pragma once
 
@@ -18,7 +18,7 @@ struct Sites {
     V own, beside, vertical, plus, cross;
 };
 
-// Pixel x is the first of a pair and odd, so it is a green site where pixel 0 is none.
+// The first pixel of a vector is a green site where the one before it is none.
 template <bool GreenFirst, typename T>
 TRV_INLINE T first_of(const T& green_site, const T& colour_site) {
     return GreenFirst ? colour_site : green_site;

@@ -45,18 +45,26 @@ struct RuleOf<bayer::edge_means> {
     using Type = bayer::EdgeMeans;
 };
 
-template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
-void span(const bayer::Line& line) {
+// Short lines are not worth a loop per kind of line: which of red and blue the line has is asked at
+// every pixel.
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst>
+[[gnu::noinline]] void make_pairs(const bayer::Line& line, bool row_is_red) {
     using Layout = typename LayoutOf<L>::Type;
     using Rule = typename RuleOf<M>::Type;
     using Window = bayer::Window<typename SampleOf<D>::Type>;
     uint8_t* out = line.out + Layout::bytes;
     for (size_t x = 1; x < line.pairs * 2; x += 2, out += 2 * Layout::bytes) {
         const Window first{line, x}, second{line, x + 1};
-        bayer::store<Layout>(out, GreenFirst ? Rule::colour(first) : Rule::green(first), RowIsRed);
+        bayer::store<Layout>(out, GreenFirst ? Rule::colour(first) : Rule::green(first),
+                             row_is_red);
         bayer::store<Layout>(out + Layout::bytes,
-                             GreenFirst ? Rule::green(second) : Rule::colour(second), RowIsRed);
+                             GreenFirst ? Rule::green(second) : Rule::colour(second), row_is_red);
     }
+}
+
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
+void span(const bayer::Line& line) {
+    make_pairs<D, L, M, GreenFirst>(line, RowIsRed);
 }
 
 }  // namespace

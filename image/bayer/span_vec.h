@@ -30,7 +30,7 @@ TRV_INLINE Bgr<V> colour_sites(const Sites<V>& s) {
 }
 
 // Bits between a sample and the 8 bits that a colour keeps of it or of its sums.
-template <bayer::SpanRule M, typename Rule, bool GreenFirst, bool RowIsRed>
+template <typename Rule, bool GreenFirst, bool RowIsRed>
 TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift) {
     constexpr SumBits b = Rule::bits;
     const auto bits = [&](unsigned at_green, unsigned at_colour) TRV_INLINE_LAMBDA {
@@ -83,36 +83,6 @@ TRV_INLINE void step16(const bayer::Line& line, size_t x, const Bgr<EightBits>& 
     }
 }
 
-// One body for all vectors of a line: the last one overlaps the one before it.
-template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, typename Rule, bool GreenFirst,
-          bool RowIsRed>
-TRV_INLINE void run_line(const bayer::Line& line) {
-    const bayer::Line lines = line;
-    const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
-    // Of the lines read, this one was not read before.
-    const uint8_t* new_line = M == bayer::nearest ? lines.line : lines.below;
-    constexpr size_t sample_bytes = D == bayer::depth8 ? 1 : 2;
-    const auto step = [&](size_t x, const auto& bits) TRV_INLINE_LAMBDA {
-        uint8_t* out = lines.out + x * pixel_bytes(L);
-        prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
-        prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
-        if constexpr (D == bayer::depth8)
-            Rule::template step<L, RowIsRed>(lines, x, out);
-        else
-            step16<L, Rule, GreenFirst, RowIsRed>(lines, x, bits, out);
-    };
-    const auto bits = [&]() TRV_INLINE_LAMBDA {
-        if constexpr (D == bayer::depth8)
-            return 0;
-        else
-            return eight_bits<M, Rule, GreenFirst, RowIsRed>(lines.shift);
-    }();
-    for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
-        step(x, bits);
-        if (x == last) break;
-    }
-}
-
 // The kind of average a rule's colours are, by a kind of mean.
 template <bayer::SpanRule M, typename V, typename Mean>
 struct AverageOf {
@@ -160,20 +130,107 @@ struct Step8<bayer::edge_means, GreenFirst> {
 };
 #endif
 
+// How a step of 16-bit samples is made.
+template <bayer::SpanLayout L, bayer::SpanRule M, bool Masked, bool GreenFirst, bool RowIsRed>
+struct Rule16 {
+    using Averages =
+        std::conditional_t<Masked, typename MaskedOf<M, L, RowIsRed>::Type, All<Exact<M, U16>>>;
+    using Type = Rule<M, U16, GreenFirst, Averages>;
+};
+
+// Vectors of pixels x, x + by, x + 2 by, ... of a line.
+struct Vectors {
+    size_t x, by, count;
+};
+
+// GreenFirst says whether the pixel before the first of a vector is a green site. A function of its
+// own, because a line needs it for both kinds of x.
+template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool Masked, bool GreenFirst,
+          bool RowIsRed>
+TRV_SHARED void make_vectors(const bayer::Line& line, const Vectors& vectors) {
+    const bayer::Line lines = line;
+    // Of the lines read, this one was not read before.
+    const uint8_t* new_line = M == bayer::nearest ? lines.line : lines.below;
+    constexpr size_t sample_bytes = D == bayer::depth8 ? 1 : 2;
+    const auto run = [&](const auto& step) TRV_INLINE_LAMBDA {
+        size_t x = vectors.x;
+        for (size_t left = vectors.count; left != 0; --left, x += vectors.by) {
+            uint8_t* out = lines.out + x * pixel_bytes(L);
+            prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
+            prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
+            step(x, out);
+        }
+    };
+    if constexpr (D == bayer::depth8) {
+        run([&](size_t x, uint8_t* out) TRV_INLINE_LAMBDA {
+            Step8<M, GreenFirst>::Type::template step<L, RowIsRed>(lines, x, out);
+        });
+    } else {
+        using Rule = typename Rule16<L, M, Masked, GreenFirst, RowIsRed>::Type;
+        const auto bits = eight_bits<Rule, GreenFirst, RowIsRed>(lines.shift);
+        run([&](size_t x, uint8_t* out)
+                TRV_INLINE_LAMBDA { step16<L, Rule, GreenFirst, RowIsRed>(lines, x, bits, out); });
+    }
+}
+
+using MakeVectors = void (*)(const bayer::Line&, const Vectors&);
+
+// One kind of line. It goes in a register, and what makes its vectors in others: a table of them
+// all would cost each a relocation per pointer.
+struct Kind {
+    bayer::Depth depth;
+    bayer::SpanLayout layout;
+    bayer::SpanRule rule;
+    bayer::LineKind line;
+};
+
+// The largest x up to `most` whose destination begins a vector in memory, or `most` if none does:
+// stores that cross cache lines take as long as two. No vector begins at pixel 0.
+size_t aligned_x(const uint8_t* out, size_t most, bayer::SpanLayout layout) {
+    const auto address = reinterpret_cast<uintptr_t>(out);
+    constexpr size_t vector = sizeof(U8);
+    const size_t bytes = pixel_bytes(layout);
+    if (bytes == 3) {
+        const size_t x = (0 - address) * 171 % vector;  // 3 * 171 is 1 modulo 16, 32 and 64
+        return x + (most - x) / vector * vector;
+    }
+    if (address % bytes != 0) return most;
+    const size_t period = vector / bytes, x = (0 - address) % vector / bytes;
+    return x + (most - x) / period * period;
+}
+
+// A line is its first vector, vectors from x on, and its last one, which overlap. `odd` makes
+// vectors whose first pixel is odd, `even` others; there is none for 16-bit samples, where twice as
+// many loads as stores would cross cache lines, so that vectors stay where they are.
+TRV_SHARED void make_line(const bayer::Line& line, Kind kind, MakeVectors odd, MakeVectors even) {
+    constexpr size_t vector = sizeof(U8);
+    if (line.pairs * 2 < vector)
+        return narrower::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
+    const size_t last = line.pairs * 2 + 1 - vector;
+    odd(line, {1, last - 1, last == 1 ? size_t{1} : size_t{2}});
+    const size_t x = even == nullptr ? 1 + vector : aligned_x(line.out, 1 + vector, kind.layout);
+    if (x >= last) return;
+    const MakeVectors make = x % 2 != 0 ? odd : even;
+    make(line, {x, vector, (last - x + vector - 1) / vector});
+}
+
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
-    if (line.pairs * 2 < sizeof(U8))
-        return narrower::bayer_spans.get(D, L, M, {GreenFirst, RowIsRed})(line);
-    if constexpr (D == bayer::depth8) {
-        run_line<D, L, M, typename Step8<M, GreenFirst>::Type, GreenFirst, RowIsRed>(line);
-    } else {
-        using All16 = Rule<M, U16, GreenFirst, All<Exact<M, U16>>>;
-        using Masked = Rule<M, U16, GreenFirst, typename MaskedOf<M, L, RowIsRed>::Type>;
-        if (M != bayer::nearest && line.shift <= 6)
-            run_line<D, L, M, Masked, GreenFirst, RowIsRed>(line);
-        else
-            run_line<D, L, M, All16, GreenFirst, RowIsRed>(line);
-    }
+    constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
+    // Sums may wrap up to 14 bits per sample. The narrowest level does without: two loops per kind
+    // of line are for those that most machines run.
+    constexpr bool may_wrap = D == bayer::depth16 && M != bayer::nearest && sizeof(U8) > 16;
+    // The first and the last line of a picture are not worth code of the wider levels.
+    if constexpr (M == bayer::edge_means && sizeof(U8) > 16)
+        narrower::bayer_spans.get(D, L, M, kind.line)(line);
+    else if constexpr (D == bayer::depth8)
+        make_line(line, kind, make_vectors<D, L, M, false, GreenFirst, RowIsRed>,
+                  make_vectors<D, L, M, false, !GreenFirst, RowIsRed>);
+    else
+        make_line(line, kind,
+                  line.shift <= 6 ? make_vectors<D, L, M, may_wrap, GreenFirst, RowIsRed>
+                                  : make_vectors<D, L, M, false, GreenFirst, RowIsRed>,
+                  nullptr);
 }
 
 }  // namespace

@@ -11,6 +11,13 @@
 #define TRV_INLINE [[gnu::always_inline]] inline
 #define TRV_INLINE_LAMBDA __attribute__((always_inline))
 
+// One copy for all callers, which differ in constants only.
+#ifdef __clang__
+#define TRV_SHARED [[gnu::noinline]]
+#else
+#define TRV_SHARED [[gnu::noinline, gnu::noclone]]
+#endif
+
 namespace trv::TRV_LEVEL {
 namespace {
 
