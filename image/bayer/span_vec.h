@@ -138,27 +138,23 @@ struct Rule16 {
     using Type = Rule<M, U16, GreenFirst, Averages>;
 };
 
-// Vectors of pixels x, x + by, x + 2 by, ... of a line.
-struct Vectors {
-    size_t x, by, count;
-};
-
-// GreenFirst says whether the pixel before the first of a vector is a green site. A function of its
-// own, because a line needs it for both kinds of x.
+// One body for all vectors of a line: the last one overlaps the one before it. Lines have no fewer
+// pixels than a vector.
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool Masked, bool GreenFirst,
           bool RowIsRed>
-TRV_SHARED void make_vectors(const bayer::Line& line, const Vectors& vectors) {
+TRV_SHARED void make_vectors(const bayer::Line& line) {
     const bayer::Line lines = line;
     // Of the lines read, this one was not read before.
     const uint8_t* new_line = M == bayer::nearest ? lines.line : lines.below;
     constexpr size_t sample_bytes = D == bayer::depth8 ? 1 : 2;
+    const size_t last = lines.pairs * 2 + 1 - sizeof(U8);
     const auto run = [&](const auto& step) TRV_INLINE_LAMBDA {
-        size_t x = vectors.x;
-        for (size_t left = vectors.count; left != 0; --left, x += vectors.by) {
+        for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
             uint8_t* out = lines.out + x * pixel_bytes(L);
             prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
             prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
             step(x, out);
+            if (x == last) break;
         }
     };
     if constexpr (D == bayer::depth8) {
@@ -173,9 +169,7 @@ TRV_SHARED void make_vectors(const bayer::Line& line, const Vectors& vectors) {
     }
 }
 
-using MakeVectors = void (*)(const bayer::Line&, const Vectors&);
-
-// One kind of line. It goes in a register, and what makes its vectors in others: a table of them
+// One kind of line. It goes in a register, and what makes its vectors in another: a table of them
 // all would cost each a relocation per pointer.
 struct Kind {
     bayer::Depth depth;
@@ -184,34 +178,11 @@ struct Kind {
     bayer::LineKind line;
 };
 
-// The largest x up to `most` whose destination begins a vector in memory, or `most` if none does:
-// stores that cross cache lines take as long as two. No vector begins at pixel 0.
-size_t aligned_x(const uint8_t* out, size_t most, bayer::SpanLayout layout) {
-    const auto address = reinterpret_cast<uintptr_t>(out);
-    constexpr size_t vector = sizeof(U8);
-    const size_t bytes = pixel_bytes(layout);
-    if (bytes == 3) {
-        const size_t x = (0 - address) * 171 % vector;  // 3 * 171 is 1 modulo 16, 32 and 64
-        return x + (most - x) / vector * vector;
-    }
-    if (address % bytes != 0) return most;
-    const size_t period = vector / bytes, x = (0 - address) % vector / bytes;
-    return x + (most - x) / period * period;
-}
-
-// A line is its first vector, vectors from x on, and its last one, which overlap. `odd` makes
-// vectors whose first pixel is odd, `even` others; there is none for 16-bit samples, where twice as
-// many loads as stores would cross cache lines, so that vectors stay where they are.
-TRV_SHARED void make_line(const bayer::Line& line, Kind kind, MakeVectors odd, MakeVectors even) {
-    constexpr size_t vector = sizeof(U8);
-    if (line.pairs * 2 < vector)
-        return narrower::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
-    const size_t last = line.pairs * 2 + 1 - vector;
-    odd(line, {1, last - 1, last == 1 ? size_t{1} : size_t{2}});
-    const size_t x = even == nullptr ? 1 + vector : aligned_x(line.out, 1 + vector, kind.layout);
-    if (x >= last) return;
-    const MakeVectors make = x % 2 != 0 ? odd : even;
-    make(line, {x, vector, (last - x + vector - 1) / vector});
+TRV_SHARED void make_line(const bayer::Line& line, Kind kind, bayer::Span make) {
+    if (line.pairs * 2 < sizeof(U8))
+        narrower::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
+    else
+        make(line);
 }
 
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
@@ -223,14 +194,11 @@ void span(const bayer::Line& line) {
     // The first and the last line of a picture are not worth code of the wider levels.
     if constexpr (M == bayer::edge_means && sizeof(U8) > 16)
         narrower::bayer_spans.get(D, L, M, kind.line)(line);
-    else if constexpr (D == bayer::depth8)
-        make_line(line, kind, make_vectors<D, L, M, false, GreenFirst, RowIsRed>,
-                  make_vectors<D, L, M, false, !GreenFirst, RowIsRed>);
     else
         make_line(line, kind,
-                  line.shift <= 6 ? make_vectors<D, L, M, may_wrap, GreenFirst, RowIsRed>
-                                  : make_vectors<D, L, M, false, GreenFirst, RowIsRed>,
-                  nullptr);
+                  may_wrap && line.shift <= 6
+                      ? make_vectors<D, L, M, may_wrap, GreenFirst, RowIsRed>
+                      : make_vectors<D, L, M, false, GreenFirst, RowIsRed>);
 }
 
 }  // namespace
