@@ -1,6 +1,9 @@
+#include "image/api/direct.h"
 #include "image/buffer.h"
+#include "image/level/level.h"
 #include "image/pixel/format.h"
 #include "image/tiff/ifd.h"
+#include "image/tiff/pixels.h"
 #include "trvil/til.h"
 
 namespace trv::tiff {
@@ -21,36 +24,32 @@ struct Picture {
     uint32_t stride;
 };
 
-void put_byte_line(FILE* file, const uint8_t* line, uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x) put_unlocked(line[x], file);
+void copy_bytes(const uint8_t* from, uint8_t* to, uint32_t count) {
+    __builtin_memcpy(to, from, count);
 }
 
-void put_word_line(FILE* file, const uint8_t* line, uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x) {
-        uint16_t sample;
-        __builtin_memcpy(&sample, line + size_t{2} * x, sizeof sample);
-        put16(file, sample);
+void swap_words(const uint8_t* from, uint8_t* to, uint32_t count) {
+    for (uint32_t i = 0; i < 2 * count; i += 2) {
+        to[i] = from[i + 1];
+        to[i + 1] = from[i];
     }
 }
 
 // Deliberate: RGB24 takes this path too, so its red and blue change places in the file.
-void put_reversed_line(FILE* file, const uint8_t* line, uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x, line += 3) {
-        put_unlocked(line[2], file);
-        put_unlocked(line[1], file);
-        put_unlocked(line[0], file);
-    }
+void reverse_pixels(const uint8_t* from, uint8_t* to, uint32_t count) {
+    const direct::Rows& rows = *current_level().direct;
+    rows.get(direct::Reader::bgr24, direct::Writer::rgb24)({from, to, 0, count, 0, 0, 0});
 }
 
 void put_pixels(FILE* file, const Layout& layout, const Picture& picture) {
-    const auto put_line = layout.colour       ? put_reversed_line
-                          : layout.bits == 16 ? put_word_line
-                                              : put_byte_line;
+    const auto make = layout.colour ? reverse_pixels : layout.bits == 16 ? swap_words : copy_bytes;
+    const uint32_t pixel_bytes = layout.bits / 8 * (layout.colour ? 3u : 1u);
     // 16-bit lines are stepped in whole samples: an odd stride loses its last byte.
     const uint32_t step = layout.bits == 16 ? picture.stride & ~1u : picture.stride;
     const uint8_t* line = picture.address;
+    Pixels pixels(file);
     for (uint32_t y = 0; y < picture.size.height; ++y, line += step)
-        put_line(file, line, picture.size.width);
+        pixels.add(line, picture.size.width, pixel_bytes, make);
 }
 
 // A stream that a failure leaves behind is not closed, deliberately: the callers of this function

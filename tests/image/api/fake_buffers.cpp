@@ -1,5 +1,7 @@
 #include "tests/image/api/fake_buffers.h"
 
+#include <mutex>
+
 namespace test {
 
 FakeBuffers& fake() {
@@ -22,6 +24,8 @@ void FakeBuffers::set_picture(uint64_t handle, uint32_t format, const void* addr
 }  // namespace test
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
+    static std::mutex one_at_a_time;
+    const std::lock_guard lock(one_at_a_time);
     test::FakeBuffers& buffers = test::fake();
     buffers.asked.push_back({handle, id});
     const auto found = buffers.values.find({handle, id});

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/image/api/fake_buffers.h"
@@ -36,10 +37,11 @@ class File : public ::testing::Test {
     uint32_t write(uint32_t type) const {
         return TIL_FileWrite(source_handle, path_.c_str(), type);
     }
-    Bytes written() const {
-        std::ifstream in(path_, std::ios::binary);
+    static Bytes read(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
+    Bytes written() const { return read(path_); }
     bool exists() const { return std::filesystem::exists(path_); }
 
     std::string folder_, path_;
@@ -169,6 +171,27 @@ TEST_F(File, AColourTiffHasItsBitsApartAndItsPixelsReversed) {
     EXPECT_EQ(big32(file, 138), 188u);  // XResolution
     EXPECT_EQ(big32(file, 150), 196u);  // YResolution
     EXPECT_EQ(Bytes(file.begin() + 204, file.end()), (Bytes{30, 20, 10, 60, 50, 40}));
+}
+
+// One writer has the large room for its pixels, the others meanwhile have small ones.
+TEST_F(File, WritersAtTheSameTimeWriteTheSameTiff) {
+    constexpr uint32_t width = 401, height = 333;
+    Bytes memory(size_t{width} * height * 3), pixels(memory.size());
+    for (size_t i = 0; i < memory.size(); ++i)
+        memory[i] = static_cast<uint8_t>(i * 2654435761u >> 9);
+    for (size_t i = 0; i < memory.size(); ++i) pixels[i] = memory[i / 3 * 3 + 2 - i % 3];
+    set_source(TBL_FORMAT(BGR24), memory, width, height, width * 3);
+    const auto write_some = [&](const std::string& path) {
+        for (int round = 0; round < 10; ++round) {
+            EXPECT_EQ(TIL_FileWriteTiff(source_handle, path.c_str()), 0u);
+            const Bytes file = read(path);
+            EXPECT_EQ(Bytes(file.begin() + 204, file.end()), pixels);
+        }
+    };
+    std::thread other(write_some, path_ + "2"), third(write_some, path_ + "3");
+    write_some(path_);
+    other.join();
+    third.join();
 }
 
 TEST_F(File, SixteenBitTiffsAreBigEndianAndUnderstateTheirStrip) {
