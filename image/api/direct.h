@@ -61,6 +61,7 @@ struct Line {
     unsigned shift;           // significant bits - 8, for sources of words
     unsigned flag;            // what tells of the other channel, for the 48-bit to word routes
     unsigned packing_offset;  // place of pixel 0 in its group, for packed sources to 4-byte pixels
+    bool fetch_ahead;         // whether the picture outgrows the nearest cache
 };
 
 // Always inlined, like all that levels share: no level may leave a copy behind for others.

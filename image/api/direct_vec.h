@@ -6,6 +6,8 @@
 // destination pixel is wider than its source pixel.
 #pragma once
 
+#include <bit>
+
 #include "image/api/direct_vec_colour.h"
 #include "image/api/direct_vec_grey.h"
 
@@ -30,8 +32,13 @@ constexpr int offset_group = 1;
 template <int Bits, int Group>
 constexpr int offset_group<GreyFour<Packed<Bits, Group>>> = Group;
 
-// A line in blocks at 0, `pixels`, ... and `last`, whose source is `tail`.
-using MakeBlocks = void (*)(const Line&, size_t last, const uint8_t* tail);
+// Blocks of a line, one behind the other.
+struct Blocks {
+    const uint8_t* from;
+    uint8_t* to;
+    size_t count;
+};
+using MakeBlocks = void (*)(const Line&, Blocks);
 
 // A pair of formats: what a line has to know of its blocks. A unit is the least that is read: a
 // pixel, or the group that packs several. It goes in a register: a table would cost a relocation
@@ -39,24 +46,26 @@ using MakeBlocks = void (*)(const Line&, size_t last, const uint8_t* tail);
 struct Pair {
     direct::Reader reader;
     direct::Writer writer;
-    uint8_t pixels, unit, unit_bytes, group;
+    uint8_t pixels, unit_bits, unit_bytes, group;  // a unit is 1 << unit_bits pixels
 
-    constexpr size_t block_bytes() const { return size_t{pixels} / unit * unit_bytes; }
+    constexpr size_t bytes(size_t count) const { return (count >> unit_bits) * unit_bytes; }
 };
 constexpr size_t longest_block = 512;
 
 // Fetching both streams ahead is worth a fifth of the time of cold frames on a server core.
 template <typename K, size_t Bytes>
-TRV_SHARED void make_blocks(const Line& line, size_t last, const uint8_t* tail) {
+TRV_SHARED void make_blocks(const Line& line, Blocks blocks) {
     constexpr size_t block_bytes = K::pixels / K::unit * K::unit_bytes;
     static_assert(block_bytes <= longest_block);
     const Line job = line;
-    for (size_t x = 0;; x = x + K::pixels < last ? x + K::pixels : last) {
-        const uint8_t* from = x < last ? job.source + x / K::unit * K::unit_bytes : tail;
-        prefetch_ahead<K::pixels * Bytes>(job.destination + x * Bytes);
-        prefetch_ahead<block_bytes>(from);
-        K::write(job.destination + x * Bytes, K::read(from, job));
-        if (x == last) break;
+    for (; blocks.count != 0; --blocks.count) {
+        if (job.fetch_ahead) [[likely]] {
+            prefetch_ahead<K::pixels * Bytes>(blocks.to);
+            prefetch_ahead<block_bytes>(blocks.from);
+        }
+        K::write(blocks.to, K::read(blocks.from, job));
+        blocks.from += block_bytes;
+        blocks.to += K::pixels * Bytes;
     }
 }
 
@@ -64,18 +73,20 @@ TRV_SHARED void make_blocks(const Line& line, size_t last, const uint8_t* tail) 
 // go to the next narrower level.
 TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
     if (line.end < pair.pixels) return narrower::direct_rows.get(pair.reader, pair.writer)(line);
-    const size_t last = (line.end - pair.pixels) / size_t{pair.unit} * pair.unit;
-    const uint8_t* tail = line.source + last / pair.unit * pair.unit_bytes;
+    const size_t last = size_t{line.end - pair.pixels} >> pair.unit_bits << pair.unit_bits;
+    const size_t pixel_bytes = direct::writer_bytes(pair.writer);
+    const uint8_t* tail = line.source + pair.bytes(last);
     alignas(sizeof(U8)) uint8_t saved[longest_block];
     Line rest = line;
     rest.begin = static_cast<uint32_t>(last + pair.pixels);
     // In place, the block before the last one writes what that reads.
-    const uint8_t* made = line.destination + rest.begin * direct::writer_bytes(pair.writer);
-    if (line.destination < tail + pair.block_bytes() && tail < made) {
-        __builtin_memcpy(saved, tail, pair.block_bytes());
+    if (line.destination < tail + pair.bytes(pair.pixels) &&
+        tail < line.destination + rest.begin * pixel_bytes) {
+        __builtin_memcpy(saved, tail, pair.bytes(pair.pixels));
         tail = saved;
     }
-    make(line, last, tail);
+    make(line, {line.source, line.destination, (last + pair.pixels - 1) / pair.pixels});
+    make(line, {tail, line.destination + last * pixel_bytes, 1});
     if (rest.begin < rest.end) scalar::direct_rows.get(pair.reader, pair.writer)(rest);
 }
 
@@ -100,7 +111,7 @@ void row(const Line& line) {
     constexpr Pair pair{R,
                         W,
                         uint8_t{K::pixels},
-                        uint8_t{K::unit},
+                        uint8_t{std::countr_zero(K::unit)},
                         uint8_t{K::unit_bytes},
                         uint8_t{offset_group<Rule>}};
     if constexpr (is_copy<Rule>)

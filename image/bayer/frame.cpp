@@ -19,7 +19,8 @@ Line line_at(const Image& image, uint32_t y) {
             below,
             image.destination + size_t{image.destination_step} * y,
             (image.width - 1) / 2,
-            image.shift};
+            image.shift,
+            image.fetch_ahead};
 }
 
 template <typename Sample, typename Layout, typename Rule>

@@ -35,6 +35,7 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     // 16-bit samples and 16-bit pixels are stepped in whole words.
     if (kernel.input == Input::BAYn) image.source_step &= ~1u;
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
+    image.fetch_ahead = outgrows_cache(uint64_t{image.destination_step} * image.height);
     return image;
 }
 

@@ -29,7 +29,8 @@ struct Line {
     const uint8_t* below;
     uint8_t* out;
     size_t pairs;
-    unsigned shift;  // bits per sample - 8
+    unsigned shift;    // bits per sample - 8
+    bool fetch_ahead;  // whether the picture outgrows the nearest cache
 };
 
 using Span = void (*)(const Line&);

@@ -151,8 +151,10 @@ TRV_SHARED void make_vectors(const bayer::Line& line) {
     const auto run = [&](const auto& step) TRV_INLINE_LAMBDA {
         for (size_t x = 1;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
             uint8_t* out = lines.out + x * pixel_bytes(L);
-            prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
-            prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
+            if (lines.fetch_ahead) [[likely]] {
+                prefetch_ahead<sizeof(U8) * pixel_bytes(L)>(out);
+                prefetch_ahead<sizeof(U8) * sample_bytes>(new_line + x * sample_bytes);
+            }
             step(x, out);
             if (x == last) break;
         }

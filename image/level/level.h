@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "image/api/direct.h"
 #include "image/bayer/span.h"
@@ -29,6 +30,12 @@ extern const Level levels[level_count];
 
 // Index of the highest level that this processor and its operating system run.
 unsigned best_level();
+
+// Whether pictures of so many bytes are worth fetching ahead of their use: what lies in the nearest
+// cache already is converted faster without.
+constexpr bool outgrows_cache(uint64_t bytes) {
+    return bytes > 32 * 1024;
+}
 
 // The level that the exported functions use: levels[best_level()].
 const Level& current_level();

@@ -83,6 +83,7 @@ constexpr size_t prefetch_distance = 1024;
 
 template <size_t Bytes>
 TRV_INLINE void prefetch_ahead(const uint8_t* from) {
+#pragma GCC unroll 16
     for (size_t at = 0; at < Bytes; at += 64) __builtin_prefetch(from + prefetch_distance + at);
 }
 
