@@ -2,15 +2,8 @@
 
 #include <string.h>
 
-#include "image/api/size_rule.h"
-
 namespace trv {
 namespace {
-
-bool fits(const Job& job, const Format& format) {
-    const Extent extent{uint64_t{job.source.width} * job.source.height, job.destination.bytes()};
-    return trv::fits(format, format, extent);
-}
 
 // Source and destination may be the same memory, hence memmove, the C library's, which picks its
 // own instruction set.
@@ -24,14 +17,12 @@ void copy_lines(const Job& job, size_t line, uint64_t destination_step) {
     }
 }
 
-uint32_t copy_grey(const Job& job, const Format& format) {
-    if (job.source.stride == job.destination.stride &&
-        job.source.height == job.destination.height) {
-        // Deliberate: no size check, and the padding goes along.
+void copy_grey(const Job& job, const Decision& decision) {
+    if (is_grey_block(job, decision)) {
         memmove(job.destination.address, job.source.address, job.destination.bytes());
-        return TRV_STATUS_OK;
+        return;
     }
-    if (!fits(job, format)) return TRV_STATUS_PARAMETER;
+    const Format& format = *decision.source;
     const size_t line = size_t{job.source.width} * format.stored / 8;
     // Deliberate: a Mono8 line ends the source's width behind its start and then goes on by the
     // destination's padding, so lines shear when the two widths differ.
@@ -39,23 +30,22 @@ uint32_t copy_grey(const Job& job, const Format& format) {
                               ? line + job.destination.stride - job.destination.width
                               : job.destination.stride;
     copy_lines(job, line, step);
-    return TRV_STATUS_OK;
 }
 
-uint32_t copy_colour(const Job& job, const Format& format) {
-    if (!fits(job, format)) return TRV_STATUS_PARAMETER;
+void copy_colour(const Job& job) {
     if (job.source.stride == job.destination.stride)
         memmove(job.destination.address, job.source.address, job.source.bytes());
     else
         copy_lines(job, size_t{job.source.width} * 4, job.destination.stride);
-    return TRV_STATUS_OK;
 }
 
 }  // namespace
 
-uint32_t copy(const Job& job) {
-    const Format& format = *find_format(job.source.format & 0xFF);
-    return format.family == Family::grey ? copy_grey(job, format) : copy_colour(job, format);
+void copy(const Job& job, const Decision& decision) {
+    if (decision.source->family == Family::grey)
+        copy_grey(job, decision);
+    else
+        copy_colour(job);
 }
 
 }  // namespace trv

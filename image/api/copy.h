@@ -1,10 +1,11 @@
 // The three routes that keep the format: Mono8, Mono16 and BGRX32 to themselves.
 #pragma once
 
-#include "image/api/job.h"
+#include "image/api/decision.h"
 
 namespace trv {
 
-uint32_t copy(const Job& job);
+// The destination was found large enough, or does not need to be.
+void copy(const Job& job, const Decision& decision);
 
 }  // namespace trv

@@ -10,8 +10,8 @@ namespace trv {
 void convert_lines(const Level& level, const Job& job, const Format& source,
                    const Format& destination);
 
-// The routes of the five helpers: a size rule of their own comes first.
-uint32_t convert_by_helper(const Level& level, const Job& job, const Format& source,
-                           const Format& destination);
+// The routes of the five helpers, which step their source in whole 16-bit words.
+void convert_by_helper(const Level& level, const Job& job, const Format& source,
+                       const Format& destination);
 
 }  // namespace trv

@@ -16,7 +16,7 @@ struct Side {
     uint32_t width;
     uint32_t height;
 
-    uint64_t bytes() const { return uint64_t{stride} * height; }
+    constexpr uint64_t bytes() const { return uint64_t{stride} * height; }
 };
 
 struct Job {

@@ -3,9 +3,19 @@
 
 #include <cstdint>
 
-#include "image/pixel/format.h"
+#include "image/api/routes.h"
 
 namespace trv {
+
+// The destination is refused when `needed` exceeds `held`. Both count in such units that a byte of
+// the destination is `per_byte` of them.
+struct Measure {
+    uint64_t needed;
+    uint64_t held;
+    uint32_t per_byte;
+
+    constexpr bool fits() const { return needed <= held; }
+};
 
 struct Extent {
     uint64_t source_pixels;      // width times height of the source
@@ -18,12 +28,29 @@ constexpr bool is_measured_packed(const Format& source) {
     return is_packed(source) && source.code != Code::Mono12MP;
 }
 
-constexpr bool fits(const Format& source, const Format& destination, const Extent& extent) {
-    const uint64_t needed = extent.source_pixels *
-                            (is_measured_packed(source) ? source.significant : destination.stored);
-    const uint64_t held =
-        extent.destination_bytes * (is_measured_packed(source) ? destination.stored : 8u);
-    return needed <= held;
+// Units of the source's pixels and of the destination's bytes.
+struct Units {
+    uint32_t per_pixel;
+    uint32_t per_byte;
+};
+
+// Deliberate: all three rules of the helpers ask for less than is written (but for the grey one).
+// Callers have sized their buffers by them.
+constexpr Units helper_units(const Format& source, const Format& destination) {
+    if (source.family == Family::grey) return {4, 1};
+    return destination.code == Code::RGB24 ? Units{1, 3} : Units{8, 4};
+}
+
+constexpr Units units(Way way, const Format& source, const Format& destination) {
+    if (way == Way::helper) return helper_units(source, destination);
+    if (is_measured_packed(source)) return {source.significant, destination.stored};
+    return {destination.stored, 8};
+}
+
+constexpr Measure measure(Way way, const Format& source, const Format& destination,
+                          const Extent& extent) {
+    const auto [per_pixel, per_byte] = units(way, source, destination);
+    return {extent.source_pixels * per_pixel, extent.destination_bytes * per_byte, per_byte};
 }
 
 }  // namespace trv

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/bayer/members.h"
 #include "image/bayer/span.h"
 
 namespace trv::bayer {

@@ -10,7 +10,6 @@ namespace bayer {
 enum Depth : uint8_t { depth8, depth16, depth_count };
 // Red and blue exchanged, these serve BGR16 and RGBX32 too.
 enum SpanLayout : uint8_t { rgb16, bgr24, bgrx32, layout_count };
-enum Method : uint8_t { dup, ave, med };
 // What the pairs of a line are made by. The first and the last line have one neighbouring line and
 // rules of their own, the same for means and medians.
 enum SpanRule : uint8_t { nearest, means, medians, edge_means, rule_count };
