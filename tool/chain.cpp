@@ -1,6 +1,5 @@
 // Chains of direct routes.
 #include <algorithm>
-#include <array>
 #include <tuple>
 
 #include "tool/routes.h"
@@ -10,25 +9,6 @@ namespace trv::tool {
 namespace {
 
 constexpr size_t most_steps = 3;
-
-struct Spoiling {
-    std::vector<Code> from, to;
-    const char* what;
-};
-
-// Routes that do what programs have come to expect of them, which is not what a picture needs.
-const std::vector<Spoiling>& spoiling_routes() {
-    using enum Code;
-    static const std::vector<Spoiling> routes = {
-        {{Mono12P}, {XBGR32, BGRX32, XRGB32, RGBX32}, "takes the low 8 bits of each pixel"},
-        {{BGR48, BGR48_12}, {RGB15, RGB16, BGR15, BGR16}, "keeps one channel and a flag"},
-        {{RGB30}, {RGB48}, "takes green and blue from the next pixel"}};
-    return routes;
-}
-
-bool lists(const std::vector<Code>& codes, const Format& format) {
-    return std::find(codes.begin(), codes.end(), format.code) != codes.end();
-}
 
 uint32_t depth(const Format& format) {
     return format.significant;
@@ -93,12 +73,6 @@ void extend(const Path& path, const Format& to, size_t steps, const Demosaic& ho
 }
 
 }  // namespace
-
-const char* spoils(const Format& from, const Format& to) {
-    for (const Spoiling& route : spoiling_routes())
-        if (lists(route.from, from) && lists(route.to, to)) return route.what;
-    return nullptr;
-}
 
 std::string path_text(const Path& path) {
     std::vector<std::string> names;

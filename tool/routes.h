@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "image/api/spoiling.h"
 #include "image/pixel/format.h"
 #include "tool/catalogue.h"
 #include "tool/kind.h"
@@ -27,9 +28,6 @@ std::vector<const Format*> reachable(const Format& from);
 
 // The methods by which a mosaic of this phase becomes `to`.
 std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase);
-
-// What a direct route does to a picture so that it is none any more, in words; null if nothing.
-const char* spoils(const Format& from, const Format& to);
 
 // Formats that a picture goes through, source first, what the file holds last.
 using Path = std::vector<const Format*>;
