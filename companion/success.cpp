@@ -1,0 +1,262 @@
+// What is to be known of a conversion that is not refused, in words.
+#include <inttypes.h>
+
+#include <initializer_list>
+
+#include "companion/reach.h"
+#include "companion/words.h"
+#include "image/api/spoiling.h"
+
+namespace trv::companion {
+namespace {
+
+struct Case {
+    const Job& job;
+    const Decision& decision;
+    const Format& source;
+    const Format& destination;
+    Reach from;
+    Reach to;
+    Writer* out;
+
+    bool demosaics() const { return decision.way == Way::bayer; }
+    void warn() const { out->begin("warning"); }
+    void note() const { out->begin("note"); }
+};
+
+// ---- Memory ----
+
+void nothing_to_do(const Case& c) {
+    c.warn();
+    if (c.demosaics() && c.job.source.width != 0 && c.job.source.height != 0)
+        c.out->add(
+            "nothing is written: a mosaic has at least 2 x 2 pixels, and the kernel's "
+            "refusal is not passed on");
+    else
+        c.out->add("nothing is written: the source has no pixels");
+}
+
+void overrun(const Case& c) {
+    const uint64_t held = c.job.destination.bytes();
+    if (c.to.bytes() <= held) return;
+    c.warn();
+    c.out->add(
+        "%" PRIu64 " bytes are written where the destination's %" PRIu32 " lines of %" PRIu32
+        " bytes are %" PRIu64
+        ", and no size check sees it; make room for them, best by a stride of at least %" PRIu64
+        " bytes and %" PRIu32 " lines",
+        c.to.bytes(), c.job.destination.height, c.job.destination.stride, held,
+        c.to.line + c.to.behind, c.job.source.height);
+}
+
+bool is_in_place(const Case& c) {
+    return c.job.source.address == c.job.destination.address &&
+           c.job.source.stride == c.job.destination.stride &&
+           c.destination.stored <= c.source.stored && !c.demosaics();
+}
+
+void overlap(const Case& c) {
+    const uintptr_t from = reinterpret_cast<uintptr_t>(c.job.source.address);
+    const uintptr_t to = reinterpret_cast<uintptr_t>(c.job.destination.address);
+    const bool apart = from + c.from.bytes() <= to || to + c.to.bytes() <= from;
+    if (apart || is_in_place(c)) return;
+    c.warn();
+    c.out->add(
+        "source and destination share memory, and the picture is undefined; in place works "
+        "at the same address and stride, when pixels do not grow and the source is no "
+        "mosaic");
+}
+
+void short_strides(const Case& c) {
+    if (c.from.lines_overlap()) {
+        c.warn();
+        c.out->add("the source's lines of %" PRIu64 " bytes begin %" PRIu64
+                   " bytes apart, so each is read into the next one",
+                   c.from.line, c.from.step);
+    }
+    if (c.to.lines_overlap() && !steps_backwards(c.job, c.decision)) {
+        c.warn();
+        c.out->add("the destination's lines of %" PRIu64 " bytes begin %" PRIu64
+                   " bytes apart, so each overwrites the end of the one before",
+                   c.to.line, c.to.step);
+    }
+}
+
+void odd_strides(const Case& c) {
+    const bool source = c.job.source.stride % 2 != 0 && reads_whole_words(c.decision);
+    const bool destination = c.job.destination.stride % 2 != 0 && writes_whole_words(c.decision);
+    if (!source && !destination) return;
+    c.warn();
+    c.out->add(
+        "the odd stride of the %s is rounded down to an even one, so lines begin a byte too "
+        "early, the second by 1, the third by 2; use an even stride",
+        source && destination ? "source and of the destination"
+        : source              ? "source"
+                              : "destination");
+}
+
+void behind_lines(const Case& c) {
+    if (c.from.behind == 0) return;
+    if (looks_behind_odd_lines(c.job, c.decision)) {
+        c.warn();
+        c.out->add(
+            "the width is odd, so %s takes the sample behind every line into its last "
+            "pixel; put one of the same colour there, such as that two pixels before it",
+            method_names[c.decision.kernel.method]);
+    }
+    c.note();
+    c.out->add("%" PRIu64
+               " bytes behind each line are read; behind the last one they must be "
+               "readable, as in memory of TBS_BufferCreate",
+               c.from.behind);
+}
+
+void whole_groups(const Case& c) {
+    if (c.to.behind == 0) return;
+    c.note();
+    c.out->add("the width is no multiple of %u, so %" PRIu64
+               " bytes behind each line of the destination are written; behind the last one they "
+               "must be writable, as in memory of TBS_BufferCreate",
+               c.source.group, c.to.behind);
+}
+
+// ---- Geometry and settings ----
+
+void other_size(const Case& c) {
+    const Side &from = c.job.source, &to = c.job.destination;
+    if (steps_backwards(c.job, c.decision)) {
+        c.warn();
+        c.out->add(
+            "the destination's width exceeds its stride, so lines are written in front of "
+            "its memory; give it the source's width");
+    } else if (is_sheared_copy(c.job, c.decision)) {
+        c.warn();
+        c.out->add("lines are written %" PRIu64 " bytes apart, not %" PRIu32
+                   ", because the widths differ, so the picture shears; give both the same width",
+                   c.to.step, to.stride);
+    } else if (from.width != to.width || from.height != to.height) {
+        c.note();
+        c.out->add("the source's %" PRIu32 " x %" PRIu32
+                   " pixels are written; the destination says %" PRIu32 " x %" PRIu32,
+                   from.width, from.height, to.width, to.height);
+    }
+}
+
+void blocks(const Case& c) {
+    if (!is_block(c.job, c.decision) || c.from.line == 0) return;
+    const uint64_t line = line_bytes(c.source, c.job.source.width);
+    if (line == c.job.source.stride) return;
+    c.note();
+    c.out->add(
+        "strides are the same, so the picture is copied as one block, bytes between lines "
+        "and behind the last one included");
+}
+
+void letter(const Case& c) {
+    if (!c.demosaics() || c.source.phase == Phase::none ||
+        c.source.phase == c.decision.kernel.phase)
+        return;
+    c.note();
+    c.out->add("parameter 10 says phase %s, and the letter in %s is not looked at",
+               phase_names[static_cast<size_t>(c.decision.kernel.phase)], c.source.name);
+}
+
+void packing_offset(const Case& c) {
+    const uint32_t place = c.job.packing_offset % c.source.group;
+    if (!unpacks(c.decision) || place == 0) return;
+    c.warn();
+    c.out->add("unpacking does not look at the packing offset, so the picture begins %" PRIu32
+               " pixels too early; unpack from a pixel whose place is a multiple of %u",
+               place, c.source.group);
+}
+
+void high_bits_of(const char* name, const Side& side, const Format& format, const Case& c) {
+    if (find_whole_format(side.format) != nullptr) return;
+    c.note();
+    c.out->add(
+        "the %s's format 0x%08" PRIX32
+        " is taken for %s, because only the low byte counts here; TIFF files and frames from "
+        "fields compare all of it",
+        name, side.format, format.name);
+}
+
+void high_bits(const Case& c) {
+    high_bits_of("source", c.job.source, c.source, c);
+    high_bits_of("destination", c.job.destination, c.destination, c);
+}
+
+// ---- The picture ----
+
+void spoiled(const Case& c) {
+    const char* what = spoils(c.source, c.destination);
+    if (what == nullptr) return;
+    c.warn();
+    c.out->add("this route %s, so the result is no picture; go by way of another format", what);
+}
+
+bool has_pad(const Format& format) {
+    return format.family == Family::colour && format.stored == 32 && format.code != Code::RGBA32;
+}
+
+bool has_three_channels(const Format& format) {
+    const bool alpha = format.code == Code::RGBA32 || format.stored == 64;
+    return format.family != Family::grey && !alpha;
+}
+
+void pad(const Case& c) {
+    if (c.decision.way == Way::copy || !has_pad(c.destination)) return;
+    if (!has_three_channels(c.source)) return;
+    c.note();
+    c.out->add("the pad byte of each %s pixel keeps what it holds", c.destination.name);
+}
+
+void unscaled(const Case& c) {
+    if (c.demosaics() || c.destination.significant <= c.source.significant) return;
+    if (c.destination.stored == 16 && c.destination.family == Family::word) return;
+    c.note();
+    c.out->add("values are not scaled: the brightest of %u bits stays %u, which is dark in %u",
+               c.source.significant, (1u << c.source.significant) - 1, c.destination.significant);
+}
+
+void odd_yuv(const Case& c) {
+    if (c.source.family != Family::yuv || c.job.source.width % 2 == 0) return;
+    c.note();
+    c.out->add(
+        "the width is odd, so the last pixel of each line takes its V from the pair before "
+        "it, or 128");
+}
+
+void title(const Case& c) {
+    c.out->add("%s becomes %s, %" PRIu32 " x %" PRIu32 " pixels", c.source.name, c.destination.name,
+               c.job.source.width, c.job.source.height);
+    if (!c.demosaics()) return;
+    c.out->add(", by %s in phase %s", method_names[c.decision.kernel.method],
+               phase_names[static_cast<size_t>(c.decision.kernel.phase)]);
+}
+
+bool does_nothing(const Case& c) {
+    const Side& side = c.job.source;
+    if (is_block(c.job, c.decision)) return c.from.line == 0;
+    return side.width == 0 || side.height == 0 ||
+           (c.demosaics() && (side.width < 2 || side.height < 2));
+}
+
+}  // namespace
+
+void explain_success(const Job& job, const Decision& decision, Writer* out) {
+    const Case c{job,
+                 decision,
+                 *decision.source,
+                 *decision.destination,
+                 source_reach(job, decision),
+                 destination_reach(job, decision),
+                 out};
+    title(c);
+    if (does_nothing(c)) return nothing_to_do(c);
+    for (const auto say :
+         {overrun, overlap, short_strides, odd_strides, other_size, packing_offset, spoiled,
+          behind_lines, whole_groups, blocks, letter, pad, unscaled, odd_yuv, high_bits})
+        say(c);
+}
+
+}  // namespace trv::companion
