@@ -105,6 +105,24 @@ Frame with_sample_behind(const Frame& mosaic) {
     return result;
 }
 
+// The line of an explanation that begins with the word, without it; empty when there is none.
+std::string line_of(const std::string& explanation, const std::string& word) {
+    const size_t start = ("\n" + explanation).find("\n" + word);
+    if (start == std::string::npos) return "";
+    const size_t rest = start + word.size();
+    return explanation.substr(rest, explanation.find('\n', rest) - rest);
+}
+
+Failure refusal(const Frame& from, const Frame& to) {
+    char explanation[TBS_EXPLAIN_BYTES];
+    TBS_Explain(from.handle(), to.handle(), explanation, sizeof explanation);
+    return {
+        Exit::conversion,
+        text("cannot convert ", from.geometry().format->name, " to ", to.geometry().format->name,
+             ": ", text("status ", line_of(explanation, "status "))),
+        line_of(explanation, "why: "), line_of(explanation, "next: ")};
+}
+
 bool demosaics(const Format& from, const Format& to) {
     return from.family == Family::bayer && to.family != Family::bayer;
 }
@@ -116,10 +134,8 @@ Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
     if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
     const Frame& source = widened ? *widened : from;
     source.set_bayer(how.method, how.phase);
-    const uint32_t status = TIL_Convert(source.handle(), result.handle());
-    if (status != TRV_STATUS_OK)
-        throw Failure(Exit::conversion, text("cannot convert ", g.format->name, " to ", to.name),
-                      text("the library answered status ", status), "");
+    if (TIL_Convert(source.handle(), result.handle()) != TRV_STATUS_OK)
+        throw refusal(source, result);
     return result;
 }
 
