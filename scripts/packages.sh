@@ -1,7 +1,7 @@
 # The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
 
 build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev)
-test_packages=(libgtest-dev python3 clang-format)
+test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format)
 
 # Those of the named packages that are not installed.
 missing_packages() {

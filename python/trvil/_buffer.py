@@ -1,0 +1,129 @@
+"""Handles: the names by which the libraries know pictures in memory."""
+import ctypes
+import itertools
+import weakref
+
+from . import _constants as c
+from ._arrays import picture
+from ._formats import format_named, formats, method_value, phase_value
+from ._library import RELEASE, Error, buffers
+
+# What a handle's memory belongs to, until the handle's last owner lets go of it: that may be C code
+# that retained it, so the array is not the Buffer's alone to keep.
+_owned = {}
+_tokens = itertools.count(1)
+
+
+@RELEASE
+def _let_go(token, _memory):
+    _owned.pop(token, None)
+
+
+def _check(status, what):
+    if status != c.TRV_STATUS_OK:
+        raise Error(status, f"{what}: the buffer library answered status {status}")
+
+
+def _release(handle):
+    buffers.TBS_BufferRelease(ctypes.byref(ctypes.c_uint64(handle)))
+
+
+class Buffer:
+    """A picture by its handle, for C code that takes one and for explain().
+
+    Made by wrap() and view(). It lends the array's memory to the handle without a copy. The array
+    lives until the handle's last owner has let go, also when C code retained it and the Buffer is
+    gone. close(), the end of a `with` block, or the garbage collector gives the handle back.
+    """
+
+    def __init__(self, handle):
+        self._handle = handle
+        self._finalizer = weakref.finalize(self, _release, handle)
+
+    @property
+    def handle(self):
+        """The 64-bit handle. ValueError when the buffer was closed."""
+        if not self._finalizer.alive:
+            raise ValueError("the buffer is closed; wrap the array again")
+        return self._handle
+
+    def _read(self, parameter):
+        value = ctypes.c_uint32()
+        _check(buffers.TBL_BufferParameterGet(self.handle, parameter, ctypes.byref(value)), "cannot read a buffer")
+        return value.value
+
+    @property
+    def width(self):
+        """Pixels per line."""
+        return self._read(c.TBL_PARAMETER_WIDTH)
+
+    @property
+    def height(self):
+        """Lines."""
+        return self._read(c.TBL_PARAMETER_HEIGHT)
+
+    @property
+    def stride(self):
+        """Bytes from the start of a line to the start of the next."""
+        return self._read(c.TBL_PARAMETER_STRIDE)
+
+    @property
+    def format(self):
+        """The Format of its pixels."""
+        code = self._read(c.TBL_PARAMETER_FORMAT)
+        return next(f for f in formats.values() if f.code == code)
+
+    def view(self, x, y, width, height):
+        """A Buffer of a rectangle of this one, without a copy.
+
+        Bayer phase and packing offset move along. ValueError when the rectangle leaves the picture
+        or begins inside a group that cannot be cut.
+        """
+        handle = ctypes.c_uint64()
+        if min(x, y, width, height) < 0 or max(x, y, width, height) > 0xFFFFFFFF:
+            raise ValueError(f"{width} x {height} at {x}, {y} is no rectangle")
+        status = buffers.TBS_BufferView(ctypes.byref(handle), self.handle, x, y, width, height)
+        if status == c.TRV_STATUS_PARAMETER:
+            raise ValueError(f"{width} x {height} at {x}, {y} does not lie in {self.width} x {self.height}, "
+                             f"or {self.format.name} cannot be cut there")
+        _check(status, "cannot make a view")
+        return Buffer(handle.value)
+
+    def close(self):
+        """Gives the handle back. May be called again."""
+        self._finalizer()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+
+def wrap_picture(source, phase=None, method="ave"):
+    """A Buffer of a checked picture."""
+    settings = ((c.TBL_PARAMETER_BAYER_METHOD, method_value(method)),
+                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, source.format)))
+    handle, token = ctypes.c_uint64(), next(_tokens)
+    _owned[token] = source.array
+    status = buffers.TBS_BufferWrap(
+        ctypes.byref(handle), source.width, source.height, source.format.code, source.address, source.size,
+        source.stride, _let_go, token)
+    if status != c.TRV_STATUS_OK:
+        _owned.pop(token)
+    _check(status, f"cannot wrap {source.width} x {source.height} pixels of {source.format.name}")
+    result = Buffer(handle.value)
+    for parameter, value in settings:
+        _check(buffers.TBS_BufferParameterSet(result.handle, parameter, value), "cannot set up a buffer")
+    return result
+
+
+def wrap(array, format, *, phase=None, method="ave", width=None):
+    """A Buffer around an array, without a copy.
+
+    array: as convert() takes it; it may be read-only as long as nothing writes through the handle
+    format, phase, method, width: as for convert()
+
+    Errors: those of convert() for the array. Error (status 14) when there are too many buffers.
+    """
+    return wrap_picture(picture(array, format_named(format), width), phase, method)

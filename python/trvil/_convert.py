@@ -1,0 +1,140 @@
+"""Conversions between pixel formats."""
+import numpy as np
+
+from . import _library
+from ._arrays import output, picture, with_room
+from ._buffer import wrap_picture
+from ._formats import format_named
+
+_BAYER_BITS = {"uint8": (8,), "uint16": (10, 12, 14, 16)}
+
+
+def _demosaics(source, to):
+    return source.family == "bayer" and to.family != "bayer"
+
+
+def _unpacks(source, to):
+    """Whether whole groups are read and written, what the width is notwithstanding."""
+    return source.packed and source.name != "Mono12MP" and to.stored == 16
+
+
+def _group_rest(source, to):
+    return -source.width % source.format.group if _unpacks(source.format, to) else 0
+
+
+def _with_sample_behind(source):
+    """The last pixel of an odd line is made of the sample behind it, so one of the right colour is
+    put there: the nearest is two back."""
+    sample = source.format.stored // 8
+    result = with_room(source, sample)
+    line = source.line
+    result.array[:, line:] = result.array[:, line - 2 * sample:line - sample]
+    return result
+
+
+def _with_pixel_behind(source):
+    result = with_room(source, 4)
+    result.array[:, source.line:] = result.array[:, source.line - 4:source.line]
+    return result
+
+
+def _safe_source(source, to, method):
+    """The source, or a copy of it where the library reads behind a line."""
+    if _demosaics(source.format, to) and method != "dup" and source.width % 2 != 0:
+        return _with_sample_behind(source)
+    if source.format.name == "RGB30" and to.name == "RGB48":
+        return _with_pixel_behind(source)
+    rest = _group_rest(source, to)
+    return with_room(source, 8) if rest else source
+
+
+def _needs_own_output(source, target):
+    """Whether the library would touch bytes of `out` that are not its pixels, or read what it wrote."""
+    block = source.format.name == target.format.name and source.padded and source.stride == target.stride
+    return block or _group_rest(source, target.format) != 0 or np.may_share_memory(source.array, target.array)
+
+
+def _run(source, target, phase, method):
+    with wrap_picture(source, phase, method) as one, wrap_picture(target) as other:
+        _library.convert(one.handle, other.handle)
+
+
+def _check_mosaic(source, to, phase):
+    if phase is not None and source.format.family != "bayer":
+        raise ValueError(f"phase={phase!r} makes no sense with {source.format.name}, which is not a mosaic")
+    if _demosaics(source.format, to) and (source.width < 2 or source.height < 2):
+        raise ValueError(f"a mosaic has at least 2 x 2 pixels, not {source.width} x {source.height}: "
+                         "one block of it holds one red, one blue and two green samples")
+
+
+def convert(array, source, to, *, phase=None, method="ave", width=None, out=None):
+    """The picture of `array` in another pixel format.
+
+    array: numpy.ndarray of the shape and dtype of the source format, formats[source].shape(height,
+        width): (height, width) for grey, mosaics and colour words, (height, width, 3) or (..., 4)
+        for colour, (height, width, 2) of bytes for YUV422, (height, bytes of a line) of uint8 for
+        packed formats. Lines may be apart (a view of columns), pixels of a line may not. It is read
+        only, without a copy but in the cases below.
+    source, to: names of formats, such as "BAY12" and "BGR24", or Format objects
+    phase: of a mosaic: "RGGB", "GRBG", "GBRG", "BGGR" or "A" to "D"; default what the name of the
+        format says, else "RGGB"
+    method: of demosaicing: "dup" nearest, "ave" mean, "med" median
+    width: pixels of a line of a packed source, where its lines are longer than they need
+    out: array of shape formats[to].shape(height, width) that receives the picture; it may be a view
+        whose lines are apart, and nothing but its pixels changes. The fourth byte of 4-byte pixels
+        keeps its value where the source has three channels.
+
+    Returns `out`, or a new array that the caller owns, zero in bytes that are not written. Values
+    are those of the library: truncated when they shrink, not scaled when they grow.
+
+    Copied first: a mosaic of odd width (dup excepted), so that the last pixel is made of samples of
+    its own line; RGB30 to RGB48; unpacking of a width that is no multiple of the group; pictures
+    that share memory with `out`, and copies of a padded picture to the same stride.
+
+    Raises TypeError or ValueError for arrays and names that make no sense, and Error with status
+    and explanation when the library has no such conversion (status 10) or no such demosaic (3).
+    `out` is unchanged then.
+
+    Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
+    """
+    from_, to = format_named(source), format_named(to)
+    given = picture(array, from_, width)
+    target = output(out, to, given.height, given.width)
+    _check_mosaic(given, to, phase)
+    safe = _safe_source(given, to, method)
+    if out is None or not _needs_own_output(given, target):
+        _run(safe, target, phase, method)
+        return target.array
+    own = output(None, to, given.height, given.width)
+    own.array[...] = target.array  # pad bytes keep their values
+    _run(safe, own, phase, method)
+    target.array[...] = own.array
+    return target.array
+
+
+def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", out=None):
+    """The colour picture of a mosaic.
+
+    array: (height, width) of uint8, or of uint16 with `bits` significant bits in each sample
+    phase: colours of the first two pixels of the first line, then of the second
+    bits: 10, 12, 14 or 16 for uint16; may be left out for uint8
+    to: "BGR24", "BGRX32", "RGB16"; by method "dup" also "RGBX32"
+    method, out: as for convert()
+
+    Returns the array (height, width, 3) for BGR24. Errors and threads: as for convert().
+    """
+    possible = _BAYER_BITS.get(str(getattr(array, "dtype", None)), ())
+    if bits is None and possible == (8,):
+        bits = 8
+    if bits not in possible:
+        raise ValueError(f"a mosaic is an array of uint8, or of uint16 with bits=10, 12, 14 or 16; this is "
+                         f"{getattr(array, 'dtype', type(array).__name__)} with bits={bits}")
+    return convert(array, f"BAY{bits}", to, phase=phase, method=method, out=out)
+
+
+def explain(source, destination):
+    """What the library says of converting one Buffer into another: (status, text).
+
+    Nothing is converted. The text is lines: what happens, "why:", "next:", "warning:", "note:".
+    """
+    return _library.explain(source.handle, destination.handle)

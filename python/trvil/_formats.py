@@ -1,0 +1,99 @@
+"""The pixel formats, and the arrays that hold them."""
+from dataclasses import dataclass
+from types import MappingProxyType
+from typing import Optional
+
+import numpy as np
+
+from . import _constants as c
+
+
+@dataclass(frozen=True)
+class Format:
+    """How pixels lie in memory.
+
+    name: as documents and tools spell it, such as "BAY12"
+    code: what the C interface calls it, such as 0xC0022618
+    stored: bits of memory per pixel, pad bits included
+    significant: bits per sample that carry the value
+    family: "grey", "colour", "word", "yuv" or "bayer"
+    group: pixels that share a whole number of bytes: 1, or 2 or 4
+    phase: "A" to "D" when the name says it, otherwise None
+    """
+
+    name: str
+    code: int
+    stored: int
+    significant: int
+    family: str
+    group: int
+    phase: Optional[str]
+
+    @property
+    def packed(self):
+        """Whether pixels share bytes. Arrays of such formats are bytes, not pixels."""
+        return self.stored % 8 != 0
+
+    @property
+    def channels(self):
+        """Length of the array's third axis, or None when it has two axes."""
+        if self.family == "yuv":
+            return 2
+        if self.family != "colour":
+            return None
+        return {24: 3, 48: 3, 32: 4, 64: 4}[self.stored]
+
+    @property
+    def dtype(self):
+        """numpy.dtype of the array: uint8, uint16 or uint32."""
+        if self.packed:
+            return np.dtype(np.uint8)
+        return np.dtype(f"u{self.stored // 8 // (self.channels or 1)}")
+
+    def line_bytes(self, width):
+        """Bytes of a line of so many pixels."""
+        return (width * self.stored + 7) // 8
+
+    def shape(self, height, width):
+        """Shape of the array of a picture: (height, width), (height, width, channels), or of a
+        packed format (height, bytes of a line)."""
+        if self.packed:
+            return height, self.line_bytes(width)
+        return (height, width) if self.channels is None else (height, width, self.channels)
+
+
+def _read_formats():
+    for name, code, stored, significant, family, group, phase in c.FORMATS:
+        yield name, Format(name, c.FORMAT_PREFIX + code, stored, significant, family, group, phase)
+
+
+formats = MappingProxyType(dict(_read_formats()))
+
+
+def format_named(name):
+    """The format of that name, or the format itself. ValueError tells near names."""
+    if isinstance(name, Format):
+        return name
+    if name in formats:
+        return formats[name]
+    near = [known for known in formats if known.lower().startswith(str(name).lower()[:4])]
+    hint = f"; near it are {', '.join(near)}" if near else ""
+    raise ValueError(f"no pixel format is called {name!r}{hint}. trvil.formats lists them all")
+
+
+_PHASES = {"RGGB": "A", "GRBG": "B", "GBRG": "C", "BGGR": "D"}
+
+
+def phase_value(phase, of):
+    """Parameter 10 for "RGGB" or "A" and so on; None is what the format's name says, else A."""
+    letter = of.phase or "A" if phase is None else _PHASES.get(str(phase).upper(), str(phase).upper())
+    if letter not in _PHASES.values():
+        raise ValueError(f"no Bayer phase is called {phase!r}; use RGGB, GRBG, GBRG, BGGR or A to D")
+    return getattr(c, f"TBL_BAYER_PHASE_{letter}")
+
+
+def method_value(method):
+    """Parameter 9 for "dup", "ave" or "med"."""
+    if method not in ("dup", "ave", "med"):
+        raise ValueError(f"no demosaic method is called {method!r}; use dup, ave or med")
+    return getattr(c, f"TBL_BAYER_METHOD_{method.upper()}")
