@@ -95,6 +95,13 @@ void odd_strides(const Case& c) {
                               : "destination");
 }
 
+void say_reach(const char* done, const char* able, uint64_t bytes, Writer* out) {
+    out->add("each line is %s to %" PRIu64
+             " byte%s behind its end, and behind the last one memory "
+             "must be %s too, as it is in buffers of TBS_BufferCreate",
+             done, bytes, bytes == 1 ? "" : "s", able);
+}
+
 void behind_lines(const Case& c) {
     if (c.from.behind == 0) return;
     if (looks_behind_odd_lines(c.job, c.decision)) {
@@ -105,19 +112,14 @@ void behind_lines(const Case& c) {
             method_names[c.decision.kernel.method]);
     }
     c.note();
-    c.out->add("%" PRIu64
-               " bytes behind each line are read; behind the last one they must be "
-               "readable, as in memory of TBS_BufferCreate",
-               c.from.behind);
+    say_reach("read", "readable", c.from.behind, c.out);
 }
 
 void whole_groups(const Case& c) {
     if (c.to.behind == 0) return;
     c.note();
-    c.out->add("the width is no multiple of %u, so %" PRIu64
-               " bytes behind each line of the destination are written; behind the last one they "
-               "must be writable, as in memory of TBS_BufferCreate",
-               c.source.group, c.to.behind);
+    say_reach("written", "writable", c.to.behind, c.out);
+    c.out->add(", because the width is no multiple of %u", c.source.group);
 }
 
 // ---- Geometry and settings ----

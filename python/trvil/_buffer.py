@@ -33,7 +33,8 @@ class Buffer:
 
     Made by wrap() and view(). It lends the array's memory to the handle without a copy. The array
     lives until the handle's last owner has let go, also when C code retained it and the Buffer is
-    gone. close(), the end of a `with` block, or the garbage collector gives the handle back.
+    gone; such code must let go before the interpreter ends. close(), the end of a `with` block, or
+    the garbage collector gives the handle back.
     """
 
     def __init__(self, handle):

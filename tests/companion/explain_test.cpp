@@ -84,7 +84,7 @@ void Explain::check_what_is_read(const Explained& explained, const Format& from,
     for (size_t i = 0; i < middle; ++i)
         if (i / s.stride >= s.height || i % s.stride >= line) source_[middle + i] ^= 0xFF;
     if (convert_over(0x5A, explained.status) == before) return;
-    ASSERT_TRUE(explained.says("behind each line are read") || explained.says("as one block"))
+    ASSERT_TRUE(explained.says("each line is read to") || explained.says("as one block"))
         << explained.text;
 }
 
