@@ -139,6 +139,7 @@ TEST_F(ExplainWords, WarnsOfWhatTheStatusHides) {
          TBL_FORMAT(Mono8),
          {6, 4, 9},
          "lines are written 11 bytes apart"},
+        {TBL_FORMAT(Mono8), {2, 4, 2}, TBL_FORMAT(Mono8), {12, 4, 9}, "in front of its memory"},
         {TBL_FORMAT(Mono8), {8, 4, 8}, TBL_FORMAT(Mono12), {8, 4, 16}, "8 bits stays 255"},
         {TBL_FORMAT(BGR48), {8, 4, 48}, TBL_FORMAT(RGB16), {8, 4, 16}, "one channel and a flag"},
         {TBL_FORMAT(YUV422), {7, 4, 14}, TBL_FORMAT(BGR24), {7, 4, 21}, "takes its V"},
