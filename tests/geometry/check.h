@@ -8,6 +8,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tests/calls/clean_call.h"
 #include "tests/geometry/arena.h"
 #include "tests/harness.h"
 
@@ -126,6 +127,15 @@ inline ::testing::AssertionResult same(const Places& p, const std::vector<uint8_
            << " of " << p.size << ": got " << int{p.window[i]} << ", expected " << int{expected[i]};
 }
 
+// What `call` left behind in the registers joins its result: null or what is unclean.
+template <typename Call>
+uint32_t call_cleanly(const Call& call, const trv::Level& level, const char** fault) {
+    const auto run = +[](const Call* body, const trv::Level* at) { return (*body)(*at); };
+    const uint64_t arguments[10] = {reinterpret_cast<uintptr_t>(&call),
+                                    reinterpret_cast<uintptr_t>(&level)};
+    return static_cast<uint32_t>(clean_call(reinterpret_cast<AnyFunction>(run), arguments, fault));
+}
+
 // `expect(picture)` writes over a background what the rule writes; `call(level)` lets a level do it
 // in `p.destination`.
 template <typename Expect, typename Call>
@@ -137,8 +147,12 @@ template <typename Expect, typename Call>
         expect(expected.data() + (p.destination - p.window));
         for (unsigned level = 0; level <= trv::best_level(); ++level) {
             std::memcpy(p.window, background, p.window_size);
-            const uint32_t status = call(trv::levels[level]);
-            if (status != 0) return ::testing::AssertionFailure() << "status " << status;
+            const char* fault = nullptr;
+            const uint32_t status = call_cleanly(call, trv::levels[level], &fault);
+            if (status != 0 || fault != nullptr)
+                return ::testing::AssertionFailure()
+                       << "level " << trv::levels[level].name << " status " << status << " "
+                       << (fault == nullptr ? "" : fault);
             const ::testing::AssertionResult result = same(p, expected, level);
             if (!result) return result;
         }

@@ -7,7 +7,7 @@ namespace {
 
 using geometry::Places;
 
-enum class Fault { none, byte_in_front, byte_behind, left_out, wrong };
+enum class Fault { none, byte_in_front, byte_behind, left_out, wrong, direction, upper_halves };
 
 // Does what the rule says, sets 8 bytes to zero, and at the highest level what is planted.
 uint32_t do_it(const Places& p, const trv::Level& level, Fault fault) {
@@ -17,6 +17,8 @@ uint32_t do_it(const Places& p, const trv::Level& level, Fault fault) {
     if (fault == Fault::byte_in_front) ++p.destination[-1];
     if (fault == Fault::byte_behind) ++p.destination[8];
     if (fault == Fault::wrong) ++p.destination[3];
+    if (fault == Fault::direction) __asm__ volatile("std");
+    if (fault == Fault::upper_halves) __asm__ volatile("vpcmpeqb %ymm7, %ymm7, %ymm7");
     return 0;
 }
 
@@ -32,9 +34,11 @@ bool finds(Fault fault) {
 
 TEST(Geometry, PlantedFaultsAreFound) {
     EXPECT_FALSE(finds(Fault::none));
-    for (const Fault fault :
-         {Fault::byte_in_front, Fault::byte_behind, Fault::left_out, Fault::wrong})
-        EXPECT_TRUE(finds(fault));
+    for (const Fault fault : {Fault::byte_in_front, Fault::byte_behind, Fault::left_out,
+                              Fault::wrong, Fault::direction})
+        EXPECT_TRUE(finds(fault)) << static_cast<int>(fault);
+    if (sees_upper_halves() == 0) return;
+    EXPECT_TRUE(finds(Fault::upper_halves));
 }
 
 // Emulated processors say which level they are there for.
