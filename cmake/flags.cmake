@@ -21,6 +21,14 @@ else()
   target_link_options(trvil_flags INTERFACE -Wl,--no-undefined)
 endif()
 
+# clang only: ends the program where unsigned arithmetic of the image rooms wraps.
+option(TRVIL_CATCH_WRAPS "Catch unsigned wraps in image/ (clang)" OFF)
+if(TRVIL_CATCH_WRAPS)
+  set(TRVIL_IMAGE_CHECKS -fsanitize=unsigned-integer-overflow -fno-sanitize-recover=all
+      -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/tests/image/wraps.list)
+  target_link_options(trvil_flags INTERFACE -fsanitize=unsigned-integer-overflow)
+endif()
+
 # The two libraries: C++ without its run-time, so that libc is all they load.
 add_library(trvil_core_flags INTERFACE)
 target_link_libraries(trvil_core_flags INTERFACE trvil_flags)

@@ -56,7 +56,7 @@ enum class Writer : uint8_t {
 struct Line {
     const uint8_t* source;
     uint8_t* destination;
-    uint32_t begin;
+    uint32_t begin;  // 0 but for the scalar rows, which also finish what others began
     uint32_t end;
     unsigned shift;           // significant bits - 8, for sources of words
     unsigned flag;            // what tells of the other channel, for the 48-bit to word routes

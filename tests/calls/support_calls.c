@@ -30,7 +30,7 @@ static void use_memory_and_text(void) {
     if (OBL_snprintf(text, sizeof text, "%d %s", 42, "words") != 8) complain("snprintf", "", 0);
 }
 
-static int32_t print_list(char* text, const char* format, ...) {
+static OBL_PRINTF_FORMAT(2, 3) int32_t print_list(char* text, const char* format, ...) {
     va_list list;
     int32_t count = 0;
     va_start(list, format);

@@ -1,0 +1,116 @@
+// The inner loops themselves: every table entry of every level against the scalar one, on any part
+// of a line, between guard pages.
+#include "fuzz/compare.h"
+#include "image/pixel/format.h"
+
+namespace {
+
+using fuzz::Input;
+namespace direct = trv::direct;
+namespace bayer = trv::bayer;
+namespace field = trv::field;
+
+struct Memory {
+    uint8_t* source;
+    uint8_t* out;
+    size_t size;
+};
+
+Memory memory_of(Input& in, size_t source_size, size_t size) {
+    const uint8_t sides = in.byte();
+    const Memory m{fuzz::place(fuzz::source_arena(), source_size, sides & 1),
+                   fuzz::place(fuzz::destination_arena(), size, sides & 2), size};
+    in.fill(m.source, source_size);
+    std::memset(m.out, 0x5A + (sides & 4), size);
+    return m;
+}
+
+// Bits per pixel of each reader, and pixels per group.
+constexpr struct {
+    uint8_t bits, group;
+} readers[] = {{8, 1},  {16, 1}, {24, 1}, {24, 1}, {32, 1}, {32, 1}, {48, 1}, {48, 1},
+               {64, 1}, {32, 1}, {16, 2}, {12, 2}, {10, 4}, {12, 2}, {14, 4}};
+static_assert(sizeof readers / sizeof readers[0] == static_cast<size_t>(direct::Reader::count));
+
+void compare_direct(Input& in) {
+    const auto reader = static_cast<direct::Reader>(in.below(15));
+    const auto writer =
+        static_cast<direct::Writer>(in.below(static_cast<uint32_t>(direct::Writer::count)));
+    const auto [bits, group] = readers[static_cast<size_t>(reader)];
+    if (trv::levels[0].direct->get(reader, writer) == nullptr) return;
+    const uint32_t end = 1 + (in.one_in(4) ? in.below(400) : in.below(70));
+    direct::Line line{};
+    line.end = writer == direct::Writer::word ? (end + group - 1) / group * group : end;
+    line.shift = 2 * in.between(1, 4);  // 10, 12, 14 or 16 bits
+    line.flag = in.below(5);
+    line.packing_offset = reader >= direct::Reader::mono10p ? in.below(group) : 0;
+    // Behind the last pixel: the rest of its group, or one RGB30 pixel.
+    const size_t pixels = (line.end + line.packing_offset + group - 1u) / group * group +
+                          (reader == direct::Reader::rgb30);
+    const Memory m =
+        memory_of(in, (pixels * bits + 7) / 8, line.end * direct::writer_bytes(writer));
+    line.source = m.source;
+    line.destination = m.out;
+    fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
+        level.direct->get(reader, writer)(line);
+        return 0u;
+    });
+}
+
+void compare_bayer(Input& in) {
+    constexpr size_t pixel_bytes[] = {2, 3, 4};
+    const auto depth = static_cast<bayer::Depth>(in.below(bayer::depth_count));
+    const auto layout = static_cast<bayer::SpanLayout>(in.below(bayer::layout_count));
+    const auto rule = static_cast<bayer::SpanRule>(in.below(bayer::rule_count));
+    const bayer::LineKind kind{in.one_in(2), in.one_in(2)};
+    const size_t pairs = in.one_in(4) ? in.below(200) : in.below(40);
+    const size_t stride = (2 * pairs + 2) * (depth == bayer::depth8 ? 1 : 2);
+    const Memory m = memory_of(in, 3 * stride, (2 * pairs + 2) * pixel_bytes[layout]);
+    const uint8_t lines = in.byte();
+    const auto line_at = [&](unsigned y) { return m.source + y * stride; };
+    // On an edge line both neighbours are the same.
+    const unsigned below = rule == bayer::edge_means || lines & 1 ? 0 : 2;
+    const bayer::Line line{line_at(0), line_at(1), line_at(below),
+                           m.out,      pairs,      depth == bayer::depth8 ? 0 : in.between(1, 8)};
+    fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
+        level.bayer->get(depth, layout, rule, kind)(line);
+        return 0u;
+    });
+}
+
+void compare_field(Input& in) {
+    constexpr size_t distance[] = {1, 3, 4, 4};
+    const uint32_t choice = in.below(2 * field::neighbour_count + 1);
+    const auto neighbour = static_cast<field::Neighbour>(choice % field::neighbour_count);
+    const size_t edge = distance[neighbour];
+    size_t count = in.one_in(4) ? in.below(600) : in.below(150);
+    if (neighbour == field::yuv) count = count / 4 * 4;
+    const size_t stride = count + 2 * edge;
+    const Memory m = memory_of(in, 2 * stride, count);
+    const auto row_of = [&](const trv::Level& level) {
+        if (choice == 2 * field::neighbour_count) return level.field->average;
+        return choice < field::neighbour_count ? level.field->bilinear[neighbour]
+                                               : level.field->median[neighbour];
+    };
+    fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
+        row_of(level)(m.source + edge, m.source + stride + edge, m.out, count);
+        return 0u;
+    });
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Input in(data, size);
+    switch (in.below(3)) {
+        case 0:
+            compare_direct(in);
+            break;
+        case 1:
+            compare_bayer(in);
+            break;
+        default:
+            compare_field(in);
+    }
+    return 0;
+}
