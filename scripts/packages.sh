@@ -1,7 +1,13 @@
 # The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
 
-build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev)
-test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format)
+build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev nlohmann-json3-dev)
+test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format
+    qemu-user valgrind strace abigail-tools                             # trust
+    pkg-config libopencv-core-dev dpkg-dev fakeroot lintian file        # packages
+    doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
+clang_packages=(clang libclang-rt-14-dev) # what libFuzzer, the memory sanitizer and wraps take
+# What bench/peers measures against; nothing else needs them.
+peer_packages=(pkg-config python3 libopencv-dev libyuv-dev libswscale-dev libdc1394-dev)
 
 # Those of the named packages that are not installed.
 missing_packages() {
