@@ -1,5 +1,5 @@
-// Runs a fuzz target on stored inputs: a corpus as a regression test, or a reproducer in a debugger.
-// Corpora (NAME.hex) hold an input per line; any other file is one input.
+// Runs a fuzz target on stored inputs: a corpus as a regression test, or a reproducer in a
+// debugger. Corpora (NAME.hex) hold an input per line; any other file is one input.
 #include <fstream>
 #include <iterator>
 #include <string>
