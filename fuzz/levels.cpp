@@ -80,7 +80,8 @@ void compare_bayer(Input& in) {
 
 void compare_field(Input& in) {
     constexpr size_t distance[] = {1, 3, 4, 4};
-    const uint32_t choice = in.below(2 * field::neighbour_count + 1);
+    constexpr uint32_t average = 2 * field::neighbour_count, copy = average + 1;
+    const uint32_t choice = in.below(copy + 1);
     const auto neighbour = static_cast<field::Neighbour>(choice % field::neighbour_count);
     const size_t edge = distance[neighbour];
     size_t count = in.one_in(4) ? in.below(600) : in.below(150);
@@ -88,7 +89,8 @@ void compare_field(Input& in) {
     const size_t stride = count + 2 * edge;
     const Memory m = memory_of(in, 2 * stride, count);
     const auto row_of = [&](const trv::Level& level) {
-        if (choice == 2 * field::neighbour_count) return level.field->average;
+        if (choice == average) return level.field->average;
+        if (choice == copy) return level.field->copy;
         return choice < field::neighbour_count ? level.field->bilinear[neighbour]
                                                : level.field->median[neighbour];
     };
