@@ -54,6 +54,14 @@ bool move_over(const std::string& from, const std::string& to) {
     return rename(from.c_str(), to.c_str()) == 0;
 }
 
+std::string goal_of_link(const std::string& link) {
+    std::error_code failed;
+    const fs::path goal = fs::canonical(link, failed);
+    if (!failed) return goal.string();
+    throw not_written(link, "it is a link to a file that is not there",
+                      "remove the link, or name the file itself");
+}
+
 bool copy_all(int from, int to) {
     char block[65536];
     ssize_t got = 0;
@@ -77,6 +85,8 @@ void check_target(const std::string& target, bool force) {
     }
     struct stat status {};
     if (stat(target.c_str(), &status) != 0) {
+        // A name that is too long, links in a circle, a folder that may not be looked into.
+        if (errno != ENOENT && errno != ENOTDIR) throw system_failure(target);
         if (fs::is_directory(folder_of(target))) return;
         throw not_written(target, text("there is no folder ", folder_of(target).string()),
                           "make the folder first");
@@ -90,7 +100,7 @@ void check_target(const std::string& target, bool force) {
 Output::Output(std::string target, bool force) : target_(std::move(target)), force_(force) {
     check_target(target_, force_);
     // What a link points to is replaced, not the link.
-    if (fs::is_symlink(target_)) target_ = fs::canonical(target_).string();
+    if (fs::is_symlink(target_)) target_ = goal_of_link(target_);
     if (target_ == "-")
         create_in_memory();
     else

@@ -48,6 +48,19 @@ TEST_F(Output, ThroughALinkReplacesWhatItPointsTo) {
     EXPECT_GT(std::atoi(result.out.c_str()), 1000);
 }
 
+TEST_F(Output, ThatHasNoPlaceIsRefusedInItsOwnWords) {
+    EXPECT_EQ(folder.shell("ln -s nowhere stale.png; ln -s b.png a.png; ln -s a.png b.png").exit,
+              0);
+    const std::string name(300, 'n');
+    for (const std::string& place : {name + ".png", name + "/x.png", std::string("a.png/x.png"),
+                                     std::string("a.png"), std::string("stale.png")}) {
+        const Result result = folder.trvil(convert + "a.raw -o " + place);
+        EXPECT_EQ(result.exit, 5) << place << result.err;
+        EXPECT_NE(result.err.find("next:"), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(folder.names(), (Names{"a.raw", "a.png", "b.png", "stale.png"}));
+}
+
 TEST_F(Output, NamedAfterItsInput) {
     EXPECT_EQ(folder.shell("mkdir in out; cp a.raw in/b.x.raw").exit, 0);
     EXPECT_EQ(folder.trvil(convert + "a.raw in/b.x.raw -o 'out/{name}-{name}.png'").exit, 0);
