@@ -4,6 +4,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <exception>
+#include <string_view>
+
+#include "tool/error.h"
 
 namespace trv::tool {
 namespace {
@@ -11,19 +15,37 @@ namespace {
 constexpr int places = 64;
 std::atomic<const char*> files[places];
 
-// Only calls that a signal handler may make.
-void remove_files(int signal) {
+void remove_files() {
     for (const auto& file : files)
         if (const char* path = file.load(); path != nullptr) unlink(path);
+}
+
+// Only calls that a signal handler may make.
+void end_by(int signal) {
+    remove_files();
     ::signal(signal, SIG_DFL);
     raise(signal);
+}
+
+// Only what needs no memory.
+[[noreturn]] void end_early() {
+    remove_files();
+    constexpr std::string_view words =
+        "trvil: ended early\n  why:  most likely there is not enough memory\n  next: check -s\n";
+    [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, words.data(), words.size());
+    _exit(static_cast<int>(Exit::conversion));
+}
+
+// Before anything else of the program: objects made before main may need memory too.
+[[gnu::constructor(101)]] void install_last_words() {
+    std::set_terminate(end_early);
 }
 
 }  // namespace
 
 void install_cleanup() {
     struct sigaction action {};
-    action.sa_handler = remove_files;
+    action.sa_handler = end_by;
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};

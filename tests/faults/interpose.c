@@ -98,7 +98,9 @@ FILE_CALL(FILE*, fopen, (const char* path, const char* mode), (path, mode), NULL
 FILE_CALL(size_t, fwrite, (const void* from, size_t size, size_t count, FILE* file),
           (from, size, count, file), real(from, size, count / 2, file))
 FILE_CALL(int, fputc, (int character, FILE* file), (character, file), EOF)
-FILE_CALL(int, __overflow, (FILE * file, int character), (file, character), EOF)
+/* A failed write leaves its mark in the stream, as in the C library: _IO_ERR_SEEN. */
+FILE_CALL(int, __overflow, (FILE * file, int character), (file, character),
+          (file->_flags |= 0x20, EOF))
 FILE_CALL(int, fseek, (FILE * file, long offset, int from), (file, offset, from), -1)
 FILE_CALL(long, ftell, (FILE * file), (file), -1)
 FILE_CALL(int, fclose, (FILE * file), (file), (real(file), EOF))

@@ -32,6 +32,10 @@ struct Scenario {
     std::function<void()> clean = [] {};
 };
 
+inline void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
+
 class EveryCall : public testing::TestWithParam<Scenario> {};
 
 std::string name_of(const testing::TestParamInfo<Scenario>& scenario);
