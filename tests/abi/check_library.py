@@ -1,5 +1,11 @@
 #!/usr/bin/env python3
-"""What a library shows and asks for: names, imports, loading, hardening."""
+"""What a library shows and asks for: names, imports, loading, hardening.
+
+    check_library.py LIBRARY NAMES IMPORTS SONAME NEEDED INSTRUMENTED
+
+NAMES and IMPORTS are lists in the tree, a name a line. A name that is exported, or asked for, and is not
+in its list fails, so that neither grows by accident; `--write` in place of INSTRUMENTED makes them anew.
+"""
 import re
 import subprocess
 import sys
@@ -9,9 +15,8 @@ def run(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
-def listed_names(version_script):
-    text = open(version_script).read()
-    return set(re.findall(r"^\s+(\w+);$", text.split("local:")[0], re.M))
+def listed(path):
+    return set(open(path).read().split())
 
 
 def symbols(library, *options):
@@ -19,8 +24,9 @@ def symbols(library, *options):
     return {line.split()[-1].split("@")[0] for line in lines}
 
 
-# Instrumented builds load their sanitizer's run-time, and everything it brings along.
-SANITIZER = re.compile(r"lib(asan|ubsan|tsan|lsan|m|gcc_s|stdc\+\+|dl|rt|pthread|resolv)\.so")
+# Instrumented builds load their run-time, and everything it brings along.
+RUN_TIME = re.compile(r"lib(asan|ubsan|tsan|lsan|m|gcc_s|stdc\+\+|dl|rt|pthread|resolv)\.so")
+# Put there by the compiler's start-up files; weak, and not there in the end.
 OPTIONAL = {"_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable", "__gmon_start__", "__cxa_finalize"}
 
 
@@ -29,32 +35,69 @@ def check_loading(library, name, allowed_libraries, instrumented):
     assert f"Library soname: [{name}]" in dynamic, "SONAME is not the file name"
     assert "(RUNPATH)" in dynamic and "[$ORIGIN]" in dynamic and "(RPATH)" not in dynamic, dynamic
     needed = set(re.findall(r"Shared library: \[(.+?)\]", dynamic))
-    extra = {n for n in needed - allowed_libraries if not (instrumented and SANITIZER.match(n))}
+    extra = {n for n in needed - allowed_libraries if not (instrumented and RUN_TIME.match(n))}
     assert not extra, f"loads {sorted(extra)}"
-    assert "BIND_NOW" in dynamic or "NOW" in dynamic, "relocations are not bound at load"
+    assert "BIND_NOW" in dynamic, "relocations are not bound at load"
+    assert "TEXTREL" not in dynamic, "code is written to when loaded"
 
 
-def check_hardening(library):
+def check_segments(library):
     headers = run("readelf", "-lW", library)
     assert "GNU_RELRO" in headers, "no RELRO"
     stack = [line for line in headers.splitlines() if "GNU_STACK" in line]
     assert stack and "RWE" not in stack[0], "executable stack"
+    assert not re.search(r"LOAD .*RWE", headers), "a segment is writable and executable"
+    sections = run("readelf", "-SW", library)
+    # With everything bound at load, what the loader fills in lies in .got, which RELRO protects.
+    assert ".got.plt" not in sections, "a table of jumps stays writable"
 
 
-def main(library, version_script, name, allowed_libraries, allowed_prefix, instrumented):
+def check_hardening(library):
+    imports = symbols(library, "--undefined-only")
+    assert "__stack_chk_fail" in imports, "no stack protector"
+    asked = {"__vsnprintf_chk"} if "TIL_Convert" in symbols(library, "--defined-only") else set()
+    assert asked <= imports, "not fortified"
+
+
+def check_landing(library):
+    """An indirect call may land only on endbr64: exported functions, and addresses that data holds."""
+    code = {}
+    for line in run("objdump", "-d", "--no-show-raw-insn", library).splitlines():
+        if match := re.match(r"\s*([0-9a-f]+):\s+(\S+)", line):
+            code[int(match[1], 16)] = match[2]
+    entries = {int(line.split()[0], 16) for line in run("nm", "-D", "--defined-only", library).splitlines()
+               if line.split()[1] == "T"}
+    held = {int(a, 16) for a in re.findall(r"R_X86_64_RELATIVE\s+([0-9a-f]+)", run("readelf", "-rW", library))}
+    # The loader's own start and end routines come from the C library's start-up files.
+    own = {int(line.split()[0], 16) for line in run("nm", library).splitlines()
+           if line.split()[-1] in ("frame_dummy", "__do_global_dtors_aux")}
+    missing = [hex(a) for a in (entries | (held & code.keys())) - own if code.get(a) != "endbr64"]
+    assert not missing, f"no endbr64 at {missing[:9]}"
+    return len(entries), len(held & code.keys())
+
+
+def compare(kind, found, path):
+    wanted = listed(path)
+    assert found == wanted, f"{kind}: not listed {sorted(found - wanted)}, not found {sorted(wanted - found)}"
+
+
+def main(library, names, imports, soname, allowed_libraries, mode):
     exported = symbols(library, "--defined-only")
-    listed = listed_names(version_script)
-    assert exported == listed, f"not listed: {sorted(exported - listed)}, not exported: {sorted(listed - exported)}"
-    check_loading(library, name, set(allowed_libraries.split(",")), instrumented == "1")
-    check_hardening(library)
-    if instrumented == "1":
+    asked = symbols(library, "--undefined-only") - OPTIONAL
+    if mode == "--write":
+        open(names, "w").write("\n".join(sorted(exported)) + "\n")
+        open(imports, "w").write("\n".join(sorted(asked)) + "\n")
         return
-    libc = symbols("/lib/x86_64-linux-gnu/libc.so.6", "--defined-only")
-    foreign = {s for s in symbols(library, "--undefined-only") - libc - OPTIONAL
-               if not re.fullmatch(allowed_prefix, s)}
-    assert not foreign, f"imports {sorted(foreign)}"
-    cxx = {s for s in symbols(library, "--undefined-only") if s.startswith("_Z")}
-    assert not cxx, f"imports C++ run-time {sorted(cxx)}"
+    compare("exported names", exported, names)
+    check_loading(library, soname, set(allowed_libraries.split(",")), mode == "1")
+    check_segments(library)
+    if mode == "1":
+        return
+    allowed = listed(imports)
+    surplus = {name for name in asked - allowed if re.sub("^__(.*)_chk$", r"\1", name) not in allowed}
+    assert not surplus, f"asks for {sorted(surplus)}"
+    check_hardening(library)
+    print("%d exported functions and %d addresses held by data begin with endbr64" % check_landing(library))
 
 
 main(*sys.argv[1:])
