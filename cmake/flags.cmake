@@ -36,3 +36,10 @@ target_compile_options(trvil_core_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
   -fvisibility=hidden -ffunction-sections -fdata-sections)
 target_include_directories(trvil_core_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+
+# Counters in the libraries and not in their tests.
+option(TRVIL_COVERAGE "Count what the tests reach of the libraries" OFF)
+if(TRVIL_COVERAGE)
+  target_compile_options(trvil_core_flags INTERFACE -O1 -g --coverage)
+  target_link_options(trvil_flags INTERFACE --coverage)
+endif()

@@ -33,19 +33,19 @@ from operators import candidates  # noqa: E402
 
 TREE = Path(__file__).resolve().parents[2]
 ROOMS = {  # the test programs of a room, those that fail soonest first
-    "image/bayer": ["bayer_test", "entry_test"],
-    "image/bay8": ["bayer_test", "entry_test"],
-    "image/bayn": ["bayer_test", "entry_test"],
-    "image/field": ["field_entry_test", "field_test"],
-    "image/tiff": ["file_test"],
-    "image/g": ["file_test"],
-    "image/api/file_write": ["file_test"],
+    "image/bayer": ["bayer_test", "pad_test", "entry_test", "doors_test"],
+    "image/field": ["field_entry_test", "field_test", "doors_test"],
+    "image/bay8": ["bayer_test", "doors_test"],
+    "image/bayn": ["bayer_test", "doors_test"],
+    "image/tiff": ["file_test", "fault_test"],
+    "image/g": ["file_test", "fault_test"],
+    "image/api/file_write": ["file_test", "fault_test"],
     "image/api/field_to_frame": ["field_entry_test"],
-    "image/api/direct": ["direct_test", "entry_test"],
+    "image/api/direct": ["direct_test", "pad_test", "entry_test"],
     "image/api": ["entry_test", "direct_test", "bayer_test"],
     "image": ["entry_test", "direct_test", "bayer_test", "field_entry_test", "field_test", "file_test"],
-    "support": ["test_support"],
-    "companion": ["companion_test"],
+    "support": ["test_support", "fault_test"],
+    "companion": ["companion_test", "fault_test"],
 }
 
 

@@ -44,6 +44,10 @@ TEST_F(Support, CallbacksAreKeptAndCalledInOrder) {
     QUIET(OBL_ErrInfoSetLoggingHandler(info, &Log), 0);
     OBL_SetErrInfo(info, "Who", 15, "a");
     EXPECT_EQ(Said(), "Who 15 a\nlog Who 15 a\n") << "the decode callback is not called";
+    QUIET(OBL_ErrInfoGetDecode(info, nullptr), 8);
+    QUIET(OBL_ErrInfoSetDecode(info, nullptr), 8);
+    QUIET(OBL_ErrInfoGetHandler(info, nullptr), 8);
+    QUIET(OBL_GetErrInfo(nullptr, nullptr, nullptr), 8);
     QUIET(OBL_ErrInfoSetHandler(info, nullptr), 0);
     OBL_SetErrInfo(info, "Who", 15, "b");
     EXPECT_EQ(Said(), "log Who 15 b\n");

@@ -100,6 +100,16 @@ TEST_F(Support, OsMutexReportsWhatTheSystemRefuses) {
     QUIET(OBL_DRV_MutexDestroy(&m, info), 0);
 }
 
+TEST_F(Support, LocksWithoutARecordAreRefusedAndReported) {
+    SAYS(OBL_MutexAcquire(nullptr, 0, info), 8, "psMutex is NULL");
+    SAYS(OBL_DRV_MutexAcquire(nullptr, -1, info), 8, "psMutex is NULL");
+    SAYS(OBL_DRV_MutexRelease(nullptr, info), 8, "psMutex is NULL");
+    SAYS(OBL_DRV_MutexDestroy(nullptr, info), 8, "psMutex is NULL");
+    SAYS(OBL_DRV_SpinLockAcquire(nullptr, info), 8, "psSpinLock is NULL");
+    SAYS(OBL_DRV_SpinLockRelease(nullptr, info), 8, "psSpinLock is NULL");
+    SAYS(OBL_DRV_SpinLockDestroy(nullptr, info), 8, "psSpinLock is NULL");
+}
+
 TEST_F(Support, SpinLockIsAMutexThatDestructionZeroes) {
     SAYS(OBL_DRV_SpinLockCreate(nullptr, info), 8, "psSpinLock is NULL");
     auto s = Named<OBL_DRV_SpinLock>("s");

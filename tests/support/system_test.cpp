@@ -74,7 +74,9 @@ TEST_F(Support, SemaphoreCountsUpAndDown) {
     QUIET(OBL_DRV_SemaphoreSignal(&s, 3, info), 0);
     for (const int32_t timeout : {-1, 0, 20})
         QUIET(OBL_DRV_SemaphoreWaitWithTimeout(&s, timeout, info), 0);
+    QUIET(OBL_DRV_SemaphoreCreate(nullptr, info), 8);
     QUIET(OBL_DRV_SemaphoreSignal(nullptr, 0, info), 8);
+    QUIET(OBL_DRV_SemaphoreWaitWithTimeout(nullptr, 0, info), 8);
     QUIET(OBL_DRV_SemaphoreDestroy(nullptr, info), 8);
 
     OBL_DRV_Timer timer = {};  // its signal handler lets calls be interrupted
@@ -169,7 +171,10 @@ TEST_F(Timer, HandlerCallsTheRecordThatTheValueNames) {
 TEST_F(Timer, ReportsWhatTheSystemRefuses) {
     QUIET(OBL_DRV_TimerCreate(nullptr), 8);
     SAYS(OBL_DRV_TimerStart(nullptr, info), 8, "psTimer is NULL");
+    SAYS(OBL_DRV_TimerStop(nullptr, info), 8, "psTimer is NULL");
     SAYS(OBL_DRV_TimerDestroy(nullptr, info), 8, "psTimer is NULL");
+    QUIET(OBL_DRV_TimerCreate(&timer), 0);
+    QUIET(OBL_DRV_TimerDestroy(&timer, info), 0);
     calls.sigaction.FailNext();
     SAYS(OBL_DRV_TimerStart(&timer, info), 15, "Failed to Setup Signal Handler [t]");
     rlimit pending = {};
