@@ -28,13 +28,14 @@ CALLS = {  # system calls and how they fail; seeking in a file does not
     "openat": ["ENOSPC", "EMFILE"], "write": ["ENOSPC", "EIO"], "read": ["EIO"], "close": ["EIO"], "rename": ["EIO"], "renameat2": ["EIO", "EINVAL"], "chmod": ["EPERM"],
     "newfstatat": ["EIO"], "memfd_create": ["EMFILE"], "linkat": ["EIO"], "link": ["EIO"],
 }
+MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # thousands of small files
 faults = []
 
 
 class Folder:
     def __init__(self, tool):
         self.tool = tool
-        self.path = Path(tempfile.mkdtemp(prefix="trvil-faults-"))
+        self.path = Path(tempfile.mkdtemp(prefix="trvil-faults-", dir=MEMORY))
         (self.path / "a.raw").write_bytes(bytes(i * 7 % 256 for i in range(64 * 48)))
         self.clear()
 
@@ -93,7 +94,7 @@ def begun(log, k, call):
 
 def each_system_call(folder, name, words, made):
     good, before = folder.expected(words)
-    log = Path(tempfile.gettempdir()) / f"trvil-strace-{os.getpid()}"
+    log = folder.path.with_suffix(".strace")
     tried = 0
     for call, errors in CALLS.items():
         for error in errors:
@@ -134,6 +135,41 @@ def count_allocations(folder, words, library):
     return low
 
 
+def full_disk(folder):
+    """A disk of every size from one page to enough. Returns how many were too small."""
+    disk = folder.path / "disk"
+    disk.mkdir()
+    too_small = 0
+    for kind in ("png", "tif", "ppm", "raw"):
+        words = f"convert -s 64x48 -f BAY8 a.raw -o disk/out.{kind}".split()
+        for pages in range(1, 9):
+            if subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={4 * pages}k", "none", disk],
+                              capture_output=True).returncode:
+                return "NOT TESTED (needs the right to mount)"
+            try:
+                result = subprocess.run([folder.tool, *words], cwd=folder.path, capture_output=True)
+                left = list(disk.iterdir())
+            finally:
+                subprocess.run(["umount", disk], check=True)
+            too_small += result.returncode != 0
+            if result.returncode not in (0, 5) or len(left) != (result.returncode == 0):
+                faults.append(f"disk of {pages} pages: ended by {result.returncode} and left {left}")
+    disk.rmdir()
+    return f"{too_small} disks too small"
+
+
+def beyond_four_gibibytes(folder):
+    """The picture lies behind 5 GiB of nothing, which take no room."""
+    _, good = folder.run(COMMANDS["PPM"][0])
+    with (folder.path / "sparse.raw").open("wb") as sparse:
+        sparse.seek(5 << 30)
+        sparse.write((folder.path / "a.raw").read_bytes())
+    words = f"convert -s 64x48 -f BAY8 --skip {5 << 30} sparse.raw --force -o out.ppm"
+    result = subprocess.run([folder.tool, *words.split()], cwd=folder.path, capture_output=True)
+    if result.returncode or (folder.path / "out.ppm").read_bytes() != good["out.ppm"]:
+        faults.append(f"behind 5 GiB: {result}")
+
+
 def main(tool, library, step="1"):
     folder = Folder(tool)
     can_trace = subprocess.run(["strace", "-o", "/dev/null", "true"], capture_output=True).returncode == 0 \
@@ -141,6 +177,8 @@ def main(tool, library, step="1"):
     if not can_trace:
         print("strace does not run here: failing system calls NOT TESTED")
     try:
+        print(f"full disk: {full_disk(folder)}")
+        beyond_four_gibibytes(folder)
         for name, (words, made) in COMMANDS.items():
             calls = each_system_call(folder, name, words, made) if can_trace else 0
             blocks = each_allocation(folder, name, words, made, library, int(step))
