@@ -16,7 +16,6 @@ Drawing goes on until COUNT mutants are killed or survive.
 """
 import argparse
 import hashlib
-import itertools
 import json
 import os
 import random
@@ -125,6 +124,7 @@ class Workshop:
         path = self.source / mutant["file"]
         text = path.read_text()
         lines = text.split("\n")
+        assert lines[mutant["line"] - 1] == mutant["before"], "the tree changed while it was copied"
         lines[mutant["line"] - 1] = mutant["after"]
         path.write_text("\n".join(lines))
         try:
@@ -182,9 +182,9 @@ def main():
     parser.add_argument("--prefix", default="", help="words before every build and test command")
     options = parser.parse_args()
     print(f"seed {options.seed}")
-    mutants = (m for m in drawn(options.seed) if m["file"].startswith(options.only))
+    mutants = [m for m in drawn(options.seed) if m["file"].startswith(options.only)]
     if options.list:
-        print("\n".join(show(mutant) for mutant in itertools.islice(mutants, options.count)))
+        print("\n".join(show(mutant) for mutant in mutants[:options.count]))
         return
     workshop = Workshop(TREE / "build-mutation", options.prefix)
     record = workshop.folder / f"results-{options.seed}.jsonl"
