@@ -4,6 +4,7 @@
 #include "tool/cleanup.h"
 #include "tool/command.h"
 #include "tool/report.h"
+#include "tool/streams.h"
 #include "tool/text.h"
 
 namespace {
@@ -60,9 +61,12 @@ int run(int count, char** words) {
 }  // namespace
 
 int main(int count, char** words) {
+    trv::tool::occupy_standard_streams();
     trv::tool::install_cleanup();
     try {
-        return run(count, words);
+        const int exit_code = run(count, words);
+        trv::tool::finish_stdout();
+        return exit_code;
     } catch (const Failure& failure) {
         trv::tool::report(failure);
         return static_cast<int>(failure.code());

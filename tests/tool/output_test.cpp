@@ -98,6 +98,18 @@ TEST_F(Output, OfAClosedPipeIsAnError) {
     EXPECT_EQ(result.out, "5\n");
 }
 
+TEST_F(Output, OfAClosedOrFullStdoutIsAnError) {
+    EXPECT_EQ(folder.trvil(convert + "a.raw -o - --as ppm >&-").exit, 5);
+    for (const std::string words : {"formats", "routes", "--help"})
+        for (const std::string where : {" >&-", " >/dev/full"})
+            EXPECT_EQ(folder.trvil(words + where).exit, 5) << words << where;
+    EXPECT_EQ(folder.trvil(convert + "- -o a.ppm <&-").exit, 4);
+    // What the tool says must not end up in the picture that took the place of stderr.
+    ASSERT_EQ(folder.trvil(convert + "a.raw -o a.tif").exit, 0);
+    ASSERT_EQ(folder.trvil("sample -s 400x300 -f BAY8 -o b.raw <&- >&- 2>&-").exit, 0);
+    EXPECT_EQ(folder.read("b.raw"), folder.read("a.raw"));
+}
+
 TEST_F(Output, OfAnInterruptedRunIsRemoved) {
     // Not SIGINT: shells start what runs in the background with that ignored.
     for (const std::string signal : {"TERM", "HUP"}) {
