@@ -48,9 +48,9 @@ const Scenario companion[] = {
     {"TBS_BufferCreate",
      FAULT_MEMORY,
      [] { return stays_zero_unless_ok(TBS_BufferCreate(&handle, 8, 8, TBL_FORMAT(Mono8))); },
-     {{"aligned_alloc", 14}},
-     1,
-     [] { handle = 0; },
+     {{"aligned_alloc", 14}, {"calloc", 14}},
+     2,
+     fill_table,
      [] { TBS_BufferRelease(&handle); }},
 };
 
