@@ -89,7 +89,7 @@ uint32_t write_tiff() {
 // the system does not refuse in a file, is deliberately not looked at.
 const std::vector<Outcome> tiff_outcomes = {{"fopen", 5},       {"malloc#1", 5}, {"malloc", 0},
                                             {"ftell", 8, 2, 1}, {"fseek", 0},    {"__overflow", 17},
-                                            {"fclose", 17}};
+                                            {"fwrite", 17},     {"fflush", 17},  {"fclose", 17}};
 
 const Scenario files[] = {
     {"raw",

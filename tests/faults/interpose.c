@@ -94,11 +94,12 @@ SHOWN void free(void* block) {
 #define BY_ERRNO(name, parameters, arguments, error) \
     WATCH(FAULT_SYSTEM, int, name, parameters, arguments, (errno = error, -1))
 
+/* A failed write leaves its mark in the stream, as in the C library: _IO_ERR_SEEN. */
 FILE_CALL(FILE*, fopen, (const char* path, const char* mode), (path, mode), NULL)
 FILE_CALL(size_t, fwrite, (const void* from, size_t size, size_t count, FILE* file),
-          (from, size, count, file), real(from, size, count / 2, file))
+          (from, size, count, file), (file->_flags |= 0x20, real(from, size, count / 2, file)))
+FILE_CALL(int, fflush, (FILE * file), (file), (file->_flags |= 0x20, EOF))
 FILE_CALL(int, fputc, (int character, FILE* file), (character, file), EOF)
-/* A failed write leaves its mark in the stream, as in the C library: _IO_ERR_SEEN. */
 FILE_CALL(int, __overflow, (FILE * file, int character), (file, character),
           (file->_flags |= 0x20, EOF))
 FILE_CALL(int, fseek, (FILE * file, long offset, int from), (file, offset, from), -1)

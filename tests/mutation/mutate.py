@@ -177,12 +177,12 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
     parser.add_argument("--count", type=int, default=200)
     parser.add_argument("--seed", type=int, default=int(time.time()))
-    parser.add_argument("--only", default="", help="only files whose path begins so")
+    parser.add_argument("--only", default="", help="only files whose path begins so; several with commas")
     parser.add_argument("--list", action="store_true", help="show what is drawn and end")
     parser.add_argument("--prefix", default="", help="words before every build and test command")
     options = parser.parse_args()
     print(f"seed {options.seed}")
-    mutants = [m for m in drawn(options.seed) if m["file"].startswith(options.only)]
+    mutants = [m for m in drawn(options.seed) if m["file"].startswith(tuple(options.only.split(",")))]
     if options.list:
         print("\n".join(show(mutant) for mutant in mutants[:options.count]))
         return
