@@ -54,8 +54,8 @@ TEST(Buffer, BadQueriesWriteNothing) {
     EXPECT_NE(TBL_BufferParameterGet(handle, 1, nullptr), 0u);
     const uint64_t stale = handle;
     EXPECT_EQ(TBS_BufferRelease(&handle), 0u);
-    for (const uint64_t bad :
-         {uint64_t{0}, stale, stale + 1, ~uint64_t{0}, uint64_t{1} << 32 | 99999})
+    for (const uint64_t bad : {uint64_t{0}, stale, stale + 1, ~uint64_t{0},
+                               uint64_t{1} << 32 | 65536, uint64_t{1} << 32 | 99999})
         EXPECT_NE(TBL_BufferParameterGet(bad, 1, &slot), 0u) << bad;
     EXPECT_EQ(slot, 42u);
     uint64_t copy = stale;
