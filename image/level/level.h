@@ -6,12 +6,12 @@
 // (image/bayer/frame.h, image/field/walk.h, image/api).
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "image/api/direct.h"
 #include "image/bayer/span.h"
 #include "image/field/line.h"
+#include "image/level/machine.h"
 
 namespace trv {
 
@@ -22,10 +22,7 @@ struct Level {
     const field::Rows* field;
 };
 
-inline constexpr size_t level_count = 4;
-
-// In rising order: scalar (any x86-64), v2 (SSE4.2), v3 (AVX2), v4 (AVX-512 with VBMI2). Every
-// level gives the same bytes.
+// In the order of their names. Every level gives the same bytes.
 extern const Level levels[level_count];
 
 // Index of the highest level that this processor and its operating system run.
