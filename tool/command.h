@@ -7,13 +7,19 @@
 namespace trv::tool {
 
 void add_convert(CLI::App* app);
-void add_formats(CLI::App* app);
-void add_frame(CLI::App* app);
+void add_info(CLI::App* app);
+void add_guess(CLI::App* app);
 void add_phase(CLI::App* app);
+void add_frame(CLI::App* app);
+void add_bench(CLI::App* app);
+void add_formats(CLI::App* app);
 void add_routes(CLI::App* app);
 void add_sample(CLI::App* app);
+void add_help(CLI::App* app);
 
-inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_formats, add_frame,
-                                                  add_phase,   add_routes,  add_sample};
+// In the order in which help lists them.
+inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_info,  add_guess,   add_phase,
+                                                  add_frame,   add_bench, add_formats, add_routes,
+                                                  add_sample,  add_help};
 
 }  // namespace trv::tool

@@ -1,4 +1,6 @@
+#include <atomic>
 #include <memory>
+#include <thread>
 
 #include "tool/catalogue.h"
 #include "tool/command.h"
@@ -27,6 +29,7 @@ struct Options {
     std::string phase, method, target, as, output;
     std::string scale = "none", white = "off", via = "auto";
     bool force = false;
+    uint32_t jobs = 1;
     std::vector<std::string> inputs;
 };
 
@@ -70,32 +73,100 @@ Conversion resolve(const Options& o) {
     return c;
 }
 
+Failure summary(const std::vector<std::string>& failed, size_t all, Exit code) {
+    constexpr size_t most_named = 10;
+    std::vector<std::string> named = failed;
+    if (named.size() > most_named) named.resize(most_named);
+    const std::string rest =
+        failed.size() > most_named ? text(" and ", failed.size() - most_named, " more") : "";
+    return {code, text(failed.size(), " of ", all, " inputs failed"),
+            text("they are ", list(named), rest),
+            "the others are converted; see above for the reasons"};
+}
+
 // One bad dump of many does not keep the others from being converted.
-void convert_all(const Options& o) {
+class Batch {
+  public:
+    Batch(const Conversion& conversion, const std::vector<std::string>& inputs,
+          const std::vector<std::string>& outputs)
+        : conversion_(conversion),
+          inputs_(inputs),
+          outputs_(outputs),
+          failures_(inputs.size()),
+          progress_(inputs.size()) {}
+
+    void run(uint32_t jobs) {
+        std::vector<std::thread> others;
+        for (uint32_t i = 1; i < jobs && i < inputs_.size(); ++i)
+            others.emplace_back([this] { work(); });
+        work();
+        for (std::thread& thread : others) thread.join();
+        finish();
+    }
+
+  private:
+    void work() {
+        for (size_t i = next_++; i < inputs_.size(); i = next_++) {
+            progress_.start(inputs_[i]);
+            try {
+                run_conversion(conversion_, inputs_[i], outputs_[i], &progress_);
+            } catch (const Failure& failure) {
+                fail(i, failure);
+            } catch (const std::exception& error) {
+                fail(i, {Exit::conversion, text("cannot convert ", inputs_[i]), error.what(),
+                         "check -s, or use fewer --jobs"});
+            }
+        }
+    }
+
+    void fail(size_t i, const Failure& failure) {
+        failures_[i] = failure;
+        if (inputs_.size() > 1) report(failure);
+    }
+
+    void finish() const {
+        std::vector<std::string> failed;
+        const Failure* first = nullptr;
+        for (size_t i = 0; i < inputs_.size(); ++i) {
+            if (!failures_[i]) continue;
+            failed.push_back(inputs_[i]);
+            if (first == nullptr) first = &*failures_[i];
+        }
+        if (first == nullptr) return;
+        if (inputs_.size() == 1) throw Failure(*first);
+        throw summary(failed, inputs_.size(), first->code());
+    }
+
+    const Conversion& conversion_;
+    const std::vector<std::string>&inputs_, &outputs_;
+    std::vector<std::optional<Failure>> failures_;
+    std::atomic<size_t> next_ = 0;
+    Progress progress_;
+};
+
+uint32_t jobs_of(const Options& o) {
+    return o.jobs != 0 ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
+}
+
+void convert_all(Options o) {
+    o.output = output_template(o.output, o.as);
     const Conversion conversion = resolve(o);
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
     for (const std::string& output : outputs) check_target(output, o.force);
     say_way(conversion.path);
-    Progress progress(o.inputs.size());
-    std::optional<Failure> last;
-    for (size_t i = 0; i < o.inputs.size(); ++i) {
-        progress.start(o.inputs[i]);
-        try {
-            run_conversion(conversion, o.inputs[i], outputs[i], &progress);
-        } catch (const Failure& failure) {
-            if (last) report(*last);
-            last = failure;
-        }
-    }
-    if (last) throw Failure(*last);
+    Batch(conversion, o.inputs, outputs).run(jobs_of(o));
 }
 
 void add_inputs(CLI::App* command, Options* o) {
     command
         ->add_option("--phase", o->phase,
                      "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
+        ->type_name("PHASE")
         ->group(reading_group);
-    command->add_option("inputs", o->inputs, "Dumps; - is stdin")->required()->group(reading_group);
+    command->add_option("inputs", o->inputs, "Dumps; - is stdin")
+        ->required()
+        ->type_name("FILE")
+        ->group(reading_group);
 }
 
 void add_making(CLI::App* command, Options* o) {
@@ -104,8 +175,10 @@ void add_making(CLI::App* command, Options* o) {
         ->add_option("-m,--method", o->method,
                      text("Missing colours: dup nearest, ave mean, med median [",
                           method_name(default_method), "]"))
+        ->type_name("METHOD")
         ->group(group);
     command->add_option("-t,--to", o->target, "Format of the result [what suits the file]")
+        ->type_name("FORMAT")
         ->group(group);
     command
         ->add_option("--via", o->via,
@@ -120,6 +193,7 @@ void add_making(CLI::App* command, Options* o) {
     command
         ->add_option("--wb", o->white,
                      "White balance: off, grey (colours average to grey), or R,G,B gains [off]")
+        ->type_name("GAINS")
         ->group(group);
 }
 
@@ -127,11 +201,19 @@ void add_writing(CLI::App* command, Options* o) {
     const char* group = "Where to put it";
     command
         ->add_option("-o,--output", o->output,
-                     "FILE.png, .tif, .ppm, .pgm or .raw; {name} is the input's; - is stdout")
+                     "FILE.png, .tif, .ppm, .pgm or .raw, or a folder; {name} is the input's; - is "
+                     "stdout")
+        ->type_name("FILE")
         ->required()
         ->group(group);
-    command->add_option("--as", o->as, "Kind of file, whatever its name says")->group(group);
+    command->add_option("--as", o->as, "Kind of file, whatever its name says")
+        ->type_name("KIND")
+        ->group(group);
     command->add_flag("--force", o->force, "Replace existing files")->group(group);
+    command->add_option("--jobs", o->jobs, "Convert so many at a time; 0: one per processor [1]")
+        ->check(CLI::Range(0, 256))
+        ->type_name("N")
+        ->group(group);
 }
 
 }  // namespace

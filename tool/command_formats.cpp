@@ -5,6 +5,7 @@
 #include "tool/catalogue.h"
 #include "tool/command.h"
 #include "tool/foreign.h"
+#include "tool/json.h"
 #include "tool/routes.h"
 #include "tool/text.h"
 
@@ -60,19 +61,46 @@ void list_names() {
         put_names(phase_name(phase), {list(foreign_names(phase))});
 }
 
+Json as_json(const Format& format) {
+    Json names;
+    for (const std::string& world : worlds()) names[world] = foreign_names(format, world);
+    const std::string picture = picture_of(format);
+    return {{"name", format.name},
+            {"code", whole_code(format)},
+            {"bits_per_pixel", format.stored},
+            {"depth", format.significant},
+            {"family", family_name(format.family)},
+            {"phase", format.phase == Phase::none ? Json() : Json(phase_name(format.phase))},
+            {"pixels_per_group", format.group},
+            {"picture", picture == "-" ? Json() : Json(picture)},
+            {"foreign_names", names}};
+}
+
+struct Options {
+    bool names = false, json = false;
+};
+
+void run_formats(const Options& o) {
+    if (!o.json) return o.names ? list_names() : list_formats();
+    Json list = Json::array();
+    for (const Format& format : formats) list.push_back(as_json(format));
+    print_json(list);
+}
+
 }  // namespace
 
 void add_formats(CLI::App* app) {
     CLI::App* command = app->add_subcommand("formats", "List the pixel formats");
-    const auto names = std::make_shared<bool>(false);
-    command->add_flag("--names", *names, "What other projects call them");
+    const auto o = std::make_shared<Options>();
+    command->add_flag("--names", o->names, "What other projects call them");
+    add_json_flag(command, &o->json);
     command->footer(
         "STORED is bits of memory per pixel, DEPTH the bits of a sample that carry the value,\n"
         "PICTURE the format in which a PNG holds it, or - where there is no way to one.\n\n"
         "All names are understood, with the prefix of their world (v4l2:RG10) or without. By "
         "itself a\n"
         "name of this library's own is that: RGB16 has 16 bits per pixel, pfnc:RGB16 48.");
-    command->callback([names] { *names ? list_names() : list_formats(); });
+    command->callback([o] { run_formats(*o); });
 }
 
 }  // namespace trv::tool

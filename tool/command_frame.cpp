@@ -137,19 +137,25 @@ void add_frame(CLI::App* app) {
     const auto o = std::make_shared<Options>();
     add_reading(command, &o->reading, "Pixels of the field");
     command->add_option("input", o->input, "The field; - is stdin")
+        ->type_name("FILE")
         ->required()
         ->group(reading_group);
     const char* group = "How to make the frame";
     command->add_option("--field", o->field, "Lines of the frame that it holds: odd or even")
+        ->type_name("FIELD")
         ->required()
         ->group(group);
     command->add_option("--interpolate", o->method, "dup, ave, bilinear or median [ave]")
+        ->type_name("INTERPOLATION")
         ->group(group);
     group = "Where to put it";
     command->add_option("-o,--output", o->output, "FILE.png, .tif, .ppm, .pgm or .raw; - is stdout")
+        ->type_name("FILE")
         ->required()
         ->group(group);
-    command->add_option("--as", o->as, "Kind of file, whatever its name says")->group(group);
+    command->add_option("--as", o->as, "Kind of file, whatever its name says")
+        ->type_name("KIND")
+        ->group(group);
     command->add_flag("--force", o->force, "Replace an existing file")->group(group);
     command->footer(footer);
     command->callback([o] { run_frame(*o); });

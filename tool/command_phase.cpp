@@ -2,15 +2,15 @@
 #include <iostream>
 #include <memory>
 
-#include "tool/balance.h"
 #include "tool/catalogue.h"
 #include "tool/command.h"
-#include "tool/conversion.h"
 #include "tool/error.h"
 #include "tool/input.h"
+#include "tool/json.h"
 #include "tool/naming.h"
 #include "tool/phase.h"
 #include "tool/picture.h"
+#include "tool/preview.h"
 #include "tool/reading.h"
 #include "tool/sheet.h"
 #include "tool/text.h"
@@ -30,10 +30,10 @@ constexpr uint32_t most_width = 640, most_height = 480;
 struct Options {
     Reading reading;
     std::string input, output;
-    bool force = false;
+    bool force = false, json = false;
 };
 
-// Unpacked where it is packed, so that samples can be told apart.
+// Unpacked, so that samples can be told apart.
 Frame read_mosaic(const Options& o) {
     const Geometry g = o.reading.geometry();
     if (g.format->family != Family::bayer)
@@ -41,50 +41,33 @@ Frame read_mosaic(const Options& o) {
                       "check -f");
     if (g.width < 2 || g.height < 2)
         throw Failure(Exit::usage, "a mosaic has at least 2x2 pixels", "", "check -s");
-    Frame frame = read_frame(o.input, g, o.reading.skip);
-    for (const Format* to : reachable(*g.format))
-        if (is_packed(*g.format) && to->family == Family::bayer)
-            return convert(std::move(frame), {g.format, to}, {});
-    return frame;
-}
-
-// A phase that is wrong may leave nothing to balance; the picture is worth seeing all the same.
-Gains gains_for(const Census& census, const SampleLayout& layout) {
-    try {
-        return choose_gains({Tuning::White::grey, {1, 1, 1}, true}, census, layout);
-    } catch (const Failure&) {
-        return choose_gains({Tuning::White::off, {1, 1, 1}, true}, census, layout);
-    }
-}
-
-Frame picture_in(const Frame& mosaic, Phase phase) {
-    const SampleLayout layout = *sample_layout(*mosaic.geometry().format, phase);
-    Frame balanced = mosaic.tightened();
-    apply_gains(gains_for(take_census(mosaic, layout), layout), balanced, layout);
-    const Path path = {mosaic.geometry().format, &format_of(Code::BGR24)};
-    return shrunk(convert(std::move(balanced), path, {default_method, phase}), most_width,
-                  most_height);
+    return unpacked(read_frame(o.input, g, o.reading.skip));
 }
 
 void write_sheet(const Frame& mosaic, const Diagonals& diagonals, const Options& o) {
     const Geometry tile = shrunk_geometry(mosaic.geometry(), most_width, most_height);
-    const Sheet sheet(tile.width, tile.height);
+    const Sheet sheet(tile.width, tile.height, 4);
     Progress progress(1);
     progress.start(o.output);
     for (uint32_t i = 0; i < 4; ++i) {
         const bool fitting = fits(diagonals, phases[i]);
-        sheet.put(i, picture_in(mosaic, phases[i]), text(labels[i], fitting ? "  FITS" : ""),
-                  fitting);
+        sheet.put(i, *preview(mosaic, phases[i], most_width, most_height),
+                  text(labels[i], fitting ? "  FITS" : ""), fitting);
         progress.part(i + 1, 4);
     }
     Output file(o.output, o.force);
     write_picture(sheet.frame(), Kind::png, &file, &progress);
 }
 
-std::string verdict(const Diagonals& d) {
+std::vector<std::string> fitting_names(const Diagonals& d) {
     std::vector<std::string> names;
     for (const Phase phase : phases)
         if (fits(d, phase)) names.emplace_back(phase_name(phase));
+    return names;
+}
+
+std::string verdict(const Diagonals& d) {
+    const std::vector<std::string> names = fitting_names(d);
     const std::string measured = text(" (the diagonals differ by ", std::fixed,
                                       std::setprecision(1), d.up, " and ", d.down, " levels)");
     if (names.empty()) return "cannot tell: the picture has no colour to tell by" + measured;
@@ -94,6 +77,9 @@ std::string verdict(const Diagonals& d) {
 void run_phase(const Options& o) {
     if (!o.output.empty() && kind_of_output(o.output, o.output == "-" ? "png" : "") != Kind::png)
         throw Failure(Exit::usage, "a sheet is a PNG", "", "end the name of the output in .png");
+    if (o.json && o.output == "-")
+        throw Failure(Exit::usage, "stdout cannot take both the sheet and JSON", "",
+                      "give the sheet a file of its own");
     if (!o.output.empty()) {
         name_outputs({o.input}, o.output);
         check_target(o.output, o.force);
@@ -101,6 +87,11 @@ void run_phase(const Options& o) {
     const Frame mosaic = read_mosaic(o);
     const Diagonals diagonals = compare_diagonals(mosaic);
     if (!o.output.empty()) write_sheet(mosaic, diagonals, o);
+    if (o.json)
+        return print_json({{"file", o.input},
+                           {"fitting", fitting_names(diagonals)},
+                           {"difference_up", diagonals.up},
+                           {"difference_down", diagonals.down}});
     (o.output == "-" ? std::cerr : std::cout) << verdict(diagonals) << '\n';
 }
 
@@ -112,10 +103,12 @@ void add_phase(CLI::App* app) {
     const auto o = std::make_shared<Options>();
     add_reading(command, &o->reading);
     command->add_option("input", o->input, "The dump; - is stdin")
+        ->type_name("FILE")
         ->required()
         ->group(reading_group);
-    command->add_option("-o,--output", o->output,
-                        "Sheet of the four, FILE.png; - is stdout [none]");
+    command->add_option("-o,--output", o->output, "Sheet of the four, FILE.png; - is stdout [none]")
+        ->type_name("FILE");
+    add_json_flag(command, &o->json);
     command->add_flag("--force", o->force, "Replace an existing file");
     command->footer(footer);
     command->callback([o] { run_phase(*o); });

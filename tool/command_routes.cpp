@@ -5,6 +5,7 @@
 #include "tool/catalogue.h"
 #include "tool/command.h"
 #include "tool/error.h"
+#include "tool/json.h"
 #include "tool/routes.h"
 #include "tool/text.h"
 
@@ -38,28 +39,55 @@ std::string methods_note(const Format& from, const Format& to) {
     return text(" (", list(words, "; "), ")");
 }
 
-bool describe(const Format& from, const Format& to) {
+// All that is to be said of the ways from one format to another.
+struct Ways {
+    const Format& from;
+    const Format& to;
+    bool direct;
+    const char* spoiled;  // what the direct one does to a picture, or null
+    std::optional<Path> path;
+
+    bool any() const { return direct || path.has_value(); }
+};
+
+Ways find_ways(const Format& from, const Format& to) {
     const bool direct = converts(from, to);
-    const char* what = direct ? spoils(from, to) : nullptr;
-    const auto path = some_way(from, to);
-    if (direct)
-        put_line(to.name, text("direct", methods_note(from, to),
-                               what == nullptr ? "" : text(", but ", what)));
-    if (path && path->size() > 2) put_line(direct ? "" : to.name, path_text(*path));
-    return direct || path.has_value();
+    return {from, to, direct, direct ? spoils(from, to) : nullptr, some_way(from, to)};
 }
 
-void list_from(const Format& from) {
-    bool any = false;
+void describe(const Ways& w) {
+    if (w.direct)
+        put_line(w.to.name, text("direct", methods_note(w.from, w.to),
+                                 w.spoiled == nullptr ? "" : text(", but ", w.spoiled)));
+    if (w.path && w.path->size() > 2) put_line(w.direct ? "" : w.to.name, path_text(*w.path));
+}
+
+Json as_json(const Ways& w) {
+    Json path;
+    if (w.path)
+        for (const Format* step : *w.path) path.push_back(step->name);
+    Json methods;
+    if (w.direct && w.from.family == Family::bayer && w.to.family != Family::bayer)
+        for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
+            methods[phase_name(phase)] = methods_between(w.from, w.to, phase);
+    return {{"from", w.from.name}, {"to", w.to.name},
+            {"direct", w.direct},  {"spoils", w.spoiled == nullptr ? Json() : Json(w.spoiled)},
+            {"path", path},        {"methods_by_phase", methods}};
+}
+
+std::vector<Ways> ways_from(const Format& from) {
+    std::vector<Ways> all;
     for (const Format& to : formats)
-        if (to.code != from.code) any = describe(from, to) || any;
-    if (!any)
+        if (to.code != from.code)
+            if (Ways ways = find_ways(from, to); ways.any()) all.push_back(std::move(ways));
+    if (all.empty())
         throw Failure(Exit::no_route, text("no way from ", from.name, " to anything"), "",
                       "`trvil routes` lists where there is one");
+    return all;
 }
 
-void list_between(const Format& from, const Format& to) {
-    if (describe(from, to)) return;
+std::vector<Ways> ways_between(const Format& from, const Format& to) {
+    if (Ways ways = find_ways(from, to); ways.any()) return {std::move(ways)};
     const std::string why =
         from.code == to.code ? "it is the same format, and this one is not copied" : "";
     throw Failure(Exit::no_route, text("no way from ", from.name, " to ", to.name), why,
@@ -68,13 +96,24 @@ void list_between(const Format& from, const Format& to) {
 
 struct Options {
     std::string from, to;
+    bool json = false;
 };
 
+void print_direct_as_json() {
+    Json list = Json::array();
+    for (const Format& from : formats)
+        for (const Format* to : reachable(from))
+            list.push_back({{"from", from.name}, {"to", to->name}});
+    print_json(list);
+}
+
 void list_routes(const Options& o) {
-    if (o.from.empty()) return list_direct();
+    if (o.from.empty()) return o.json ? print_direct_as_json() : list_direct();
     const Format& from = format_named(o.from);
-    if (o.to.empty()) return list_from(from);
-    list_between(from, format_named(o.to));
+    const auto all = o.to.empty() ? ways_from(from) : ways_between(from, format_named(o.to));
+    Json list = Json::array();
+    for (const Ways& ways : all) o.json ? list.push_back(as_json(ways)) : describe(ways);
+    if (o.json) print_json(list);
 }
 
 }  // namespace
@@ -82,8 +121,10 @@ void list_routes(const Options& o) {
 void add_routes(CLI::App* app) {
     CLI::App* command = app->add_subcommand("routes", "List which format becomes which");
     const auto o = std::make_shared<Options>();
-    command->add_option("from", o->from, "Ways from this format, over several steps too");
-    command->add_option("to", o->to, "Only to this format");
+    command->add_option("from", o->from, "Ways from this format, over several steps too")
+        ->type_name("FORMAT");
+    command->add_option("to", o->to, "Only to this format")->type_name("FORMAT");
+    add_json_flag(command, &o->json);
     command->footer(
         "Without formats: all direct routes. Chains are the shortest on which nothing is lost "
         "before\n"

@@ -81,15 +81,22 @@ void make_sample(const Options& o) {
 void add_sample(CLI::App* app) {
     CLI::App* command = app->add_subcommand("sample", "Make the raw mosaic of a test scene");
     const auto o = std::make_shared<Options>();
-    command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT [1920x1080]");
-    command->add_option("-f,--format", o->format, "BAY8 to BAY16 [BAY10]");
-    command->add_option("--phase", o->phase, "A RGGB, B GRBG, C GBRG, D BGGR [format's, else A]");
-    command->add_option("--tint", o->tint,
-                        "How sensitive the sensor is to R,G,B, each up to 1 [0.55,1,0.7]");
+    command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT [1920x1080]")
+        ->type_name("SIZE");
+    command->add_option("-f,--format", o->format, "BAY8 to BAY16 [BAY10]")->type_name("FORMAT");
+    command->add_option("--phase", o->phase, "A RGGB, B GRBG, C GBRG, D BGGR [format's, else A]")
+        ->type_name("PHASE");
+    command
+        ->add_option("--tint", o->tint,
+                     "How sensitive the sensor is to R,G,B, each up to 1 [0.55,1,0.7]")
+        ->type_name("GAINS");
     command->add_option("--scene", o->scene, "chart, or zone: rings down to two pixels [chart]")
         ->check(CLI::IsMember({"chart", "zone"}));
-    command->add_option("--true", o->picture, "Write the scene itself here, .png, .tif or .ppm");
-    command->add_option("-o,--output", o->output, "Raw file to write; - is stdout")->required();
+    command->add_option("--true", o->picture, "Write the scene itself here, .png, .tif or .ppm")
+        ->type_name("FILE");
+    command->add_option("-o,--output", o->output, "Raw file to write; - is stdout")
+        ->required()
+        ->type_name("FILE");
     command->add_flag("--force", o->force, "Replace existing files");
     command->callback([o] { make_sample(*o); });
 }

@@ -123,6 +123,22 @@ Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t ski
     return frame;
 }
 
+Contents read_contents(const std::string& path, uint64_t most) {
+    constexpr uint64_t block = uint64_t{1} << 20;
+    Input input(path);
+    const auto whole = input.remaining();
+    Contents contents{{}, 0};
+    std::vector<uint8_t> piece(block);
+    for (uint64_t got = block; got == block; contents.length += got) {
+        if (whole && contents.length >= most) break;
+        got = input.read(piece.data(), block);
+        const uint64_t kept = std::min(got, most - std::min<uint64_t>(most, contents.length));
+        contents.bytes.insert(contents.bytes.end(), piece.data(), piece.data() + kept);
+    }
+    if (whole) contents.length = *whole;
+    return contents;
+}
+
 void check_input(const std::string& path) {
     const Input input(path);
 }

@@ -1,8 +1,9 @@
 #include <algorithm>
 #include <new>
 
+#include "tool/application.h"
 #include "tool/cleanup.h"
-#include "tool/command.h"
+#include "tool/error.h"
 #include "tool/report.h"
 #include "tool/streams.h"
 #include "tool/text.h"
@@ -11,26 +12,6 @@ namespace {
 
 using trv::tool::Exit;
 using trv::tool::Failure;
-
-constexpr const char* footer = R"(Examples:
-  trvil convert -s 1920x1080 -f BAY10 --phase RGGB dump.raw -o picture.png
-  trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.tif
-  trvil convert -s 640x480 -f BAY8 --scale auto *.raw -o 'out/{name}.png'
-  camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
-  trvil convert -s 640x480 -f BayerRG12p dump.raw -o picture.png
-  trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png
-  trvil frame -s 720x288 -f BGR24 --field even field.raw -o frame.png
-  trvil sample -s 1280x720 -f BAY12 -o chart.raw
-  trvil routes Mono12P
-  trvil formats --names
-
-Exit codes: 0 done, 1 conversion failed, 2 usage, 3 no way between the formats, 4 input missing or
-too short, 5 output not written.)";
-
-std::string usage_error(const CLI::App* app, const CLI::Error& error) {
-    return std::string("trvil: ") + error.what() + "\n  next: see `" + app->get_name() +
-           " --help`\n";
-}
 
 void check_command(const CLI::App& app, const std::string& word) {
     if (word.empty() || word.front() == '-') return;
@@ -43,17 +24,12 @@ void check_command(const CLI::App& app, const std::string& word) {
 }
 
 int run(int count, char** words) {
-    CLI::App app("Turns raw dumps of image sensors into pictures.", "trvil");
-    app.set_version_flag("--version", "trvil " TRVIL_VERSION);
-    app.require_subcommand(1);
-    app.footer(footer);
-    app.failure_message(usage_error);
-    for (const auto add : trv::tool::commands) add(&app);
-    if (count > 1) check_command(app, words[1]);
+    const auto app = trv::tool::make_application();
+    if (count > 1) check_command(*app, words[1]);
     try {
-        app.parse(count, words);
+        app->parse(count, words);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : static_cast<int>(Exit::usage);
+        return app->exit(error) == 0 ? 0 : static_cast<int>(Exit::usage);
     }
     return 0;
 }

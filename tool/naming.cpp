@@ -1,8 +1,11 @@
 #include "tool/naming.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <map>
-#include <system_error>
+#include <optional>
+#include <set>
 
 #include "tool/error.h"
 #include "tool/text.h"
@@ -33,9 +36,17 @@ void refuse_collision(const std::string& output, const std::string& first,
                   "put {name} into the output's name; inputs of one name go to different folders");
 }
 
-void refuse_input(const std::string& input, const std::string& output) {
-    std::error_code none;
-    if (input != "-" && output != "-" && fs::equivalent(input, output, none))
+// What file a name leads to, however it is spelled; nothing for what does not exist.
+using FileId = std::pair<uint64_t, uint64_t>;
+std::optional<FileId> file_id(const std::string& path) {
+    struct stat status {};
+    if (path == "-" || stat(path.c_str(), &status) != 0) return std::nullopt;
+    return FileId{status.st_dev, status.st_ino};
+}
+
+void refuse_inputs(const std::set<FileId>& inputs, const std::string& output) {
+    const auto id = file_id(output);
+    if (id && inputs.count(*id) != 0)
         throw Failure(Exit::usage, text(output, " is an input"),
                       "the dump would be lost, and --force does not change that",
                       "give the output another name");
@@ -43,16 +54,25 @@ void refuse_input(const std::string& input, const std::string& output) {
 
 }  // namespace
 
+std::string output_template(const std::string& output, const std::string& kind) {
+    if (output.empty() || output == "-" || (output.back() != '/' && !fs::is_directory(output)))
+        return output;
+    return (fs::path(output) / text(placeholder, ".", kind.empty() ? "png" : lower(kind))).string();
+}
+
 std::vector<std::string> name_outputs(const std::vector<std::string>& inputs,
-                                      const std::string& output_template) {
+                                      const std::string& named) {
     std::vector<std::string> outputs;
     std::map<std::string, std::string> input_of;
+    std::set<FileId> files;
+    for (const std::string& input : inputs)
+        if (const auto id = file_id(input)) files.insert(*id);
     for (const std::string& input : inputs) {
-        outputs.push_back(fill(output_template, input));
+        outputs.push_back(fill(named, input));
         const std::string key = fs::path(outputs.back()).lexically_normal().string();
         const auto [place, is_new] = input_of.emplace(key, input);
         if (!is_new) refuse_collision(outputs.back(), place->second, input);
-        for (const std::string& other : inputs) refuse_input(other, outputs.back());
+        refuse_inputs(files, outputs.back());
     }
     return outputs;
 }

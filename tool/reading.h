@@ -19,6 +19,7 @@ struct Reading {
 
 inline constexpr const char* reading_group = "How to read the dump";
 
-void add_reading(CLI::App* command, Reading* reading, const std::string& what = "Pixels");
+void add_reading(CLI::App* command, Reading* reading, const std::string& what = "Pixels",
+                 bool required = true);
 
 }  // namespace trv::tool

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <iostream>
+#include <mutex>
 
 #include "tool/text.h"
 
@@ -15,6 +16,9 @@ using std::chrono::milliseconds;
 constexpr milliseconds first_after{400};  // shorter work needs no progress line
 constexpr milliseconds again_after{100};
 
+// Several threads may have something to say; each says it whole.
+std::recursive_mutex speaking;
+using Speaking = std::lock_guard<std::recursive_mutex>;
 bool line_shown = false;
 
 void clear_line() {
@@ -25,6 +29,7 @@ void clear_line() {
 }  // namespace
 
 void report(const Failure& failure) {
+    const Speaking speaker(speaking);
     clear_line();
     std::cerr << "trvil: " << failure.what() << '\n';
     if (!failure.why().empty()) std::cerr << "  why:  " << failure.why() << '\n';
@@ -32,6 +37,7 @@ void report(const Failure& failure) {
 }
 
 void note(const std::string& message) {
+    const Speaking speaker(speaking);
     clear_line();
     std::cerr << "trvil: note: " << message << '\n';
 }
@@ -40,17 +46,21 @@ Progress::Progress(size_t items)
     : items_(items), watched_(isatty(STDERR_FILENO) != 0), next_(Clock::now() + first_after) {}
 
 Progress::~Progress() {
+    const Speaking speaker(speaking);
     clear_line();
 }
 
 void Progress::start(const std::string& name) {
+    const Speaking speaker(speaking);
     ++item_;
     name_ = name;
     if (items_ > 1) show(0);
 }
 
 void Progress::part(uint64_t done, uint64_t whole) {
-    if (watched_ && Clock::now() >= next_) show(static_cast<unsigned>(done * 100 / whole));
+    if (!watched_) return;
+    const Speaking speaker(speaking);
+    if (Clock::now() >= next_) show(static_cast<unsigned>(done * 100 / whole));
 }
 
 void Progress::show(unsigned percent) {

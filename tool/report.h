@@ -14,7 +14,7 @@ void report(const Failure& failure);
 void note(const std::string& message);
 
 // One line that is written over and over, only on a terminal, and only for several items or when an
-// item takes longer than a moment.
+// item takes longer than a moment. Threads may share one: it shows the item that began last.
 class Progress {
   public:
     explicit Progress(size_t items);

@@ -4,35 +4,20 @@
 #include <array>
 #include <cstring>
 
+#include "tool/font.h"
+
 namespace trv::tool {
 namespace {
 
 constexpr uint32_t margin = 12;
 constexpr uint32_t border = 4;
 constexpr uint32_t letter_scale = 3;
-constexpr uint32_t letter_width = 5, letter_height = 7, letter_step = 6;
-constexpr uint32_t label_height = letter_height * letter_scale + margin;
+constexpr uint32_t most_letters = 12;
+constexpr uint32_t letter_step = (font::width + 1) * letter_scale;
+constexpr uint32_t label_height = font::height * letter_scale + margin;
 
 using Bgr = std::array<uint8_t, 3>;
 constexpr Bgr paper = {48, 48, 48}, ink = {240, 240, 240}, signal = {80, 220, 80};
-
-struct Glyph {
-    char letter;
-    const char* rows[letter_height];
-};
-
-constexpr Glyph glyphs[] = {
-    {'A', {" ### ", "#   #", "#   #", "#####", "#   #", "#   #", "#   #"}},
-    {'B', {"#### ", "#   #", "#   #", "#### ", "#   #", "#   #", "#### "}},
-    {'C', {" ### ", "#   #", "#    ", "#    ", "#    ", "#   #", " ### "}},
-    {'D', {"#### ", "#   #", "#   #", "#   #", "#   #", "#   #", "#### "}},
-    {'F', {"#####", "#    ", "#    ", "#### ", "#    ", "#    ", "#    "}},
-    {'G', {" ### ", "#   #", "#    ", "# ###", "#   #", "#   #", " ####"}},
-    {'I', {" ### ", "  #  ", "  #  ", "  #  ", "  #  ", "  #  ", " ### "}},
-    {'R', {"#### ", "#   #", "#   #", "#### ", "# #  ", "#  # ", "#   #"}},
-    {'S', {" ####", "#    ", "#    ", " ### ", "    #", "    #", "#### "}},
-    {'T', {"#####", "  #  ", "  #  ", "  #  ", "  #  ", "  #  ", "  #  "}},
-};
 
 void fill(const Frame& frame, uint32_t x, uint32_t y, uint32_t width, uint32_t height, Bgr colour) {
     for (uint32_t row = y; row < y + height; ++row)
@@ -41,20 +26,17 @@ void fill(const Frame& frame, uint32_t x, uint32_t y, uint32_t width, uint32_t h
 }
 
 void draw_letter(const Frame& frame, uint32_t x, uint32_t y, char letter, Bgr colour) {
-    for (const Glyph& glyph : glyphs) {
-        if (glyph.letter != letter) continue;
-        for (uint32_t row = 0; row < letter_height; ++row)
-            for (uint32_t column = 0; column < letter_width; ++column)
-                if (glyph.rows[row][column] == '#')
-                    fill(frame, x + column * letter_scale, y + row * letter_scale, letter_scale,
-                         letter_scale, colour);
-    }
+    for (uint32_t row = 0; row < font::height; ++row)
+        for (uint32_t column = 0; column < font::width; ++column)
+            if (font::is_ink(letter, column, row))
+                fill(frame, x + column * letter_scale, y + row * letter_scale, letter_scale,
+                     letter_scale, colour);
 }
 
 void draw_text(const Frame& frame, uint32_t x, uint32_t y, const std::string& words, Bgr colour) {
     for (const char letter : words) {
         draw_letter(frame, x, y, letter, colour);
-        x += letter_step * letter_scale;
+        x += letter_step;
     }
 }
 
@@ -76,8 +58,8 @@ uint32_t shrinking_step(const Geometry& g, uint32_t most_width, uint32_t most_he
     return std::max({1u, across, down});
 }
 
-Geometry sheet_geometry(uint32_t width, uint32_t height) {
-    return tight(format_of(Code::BGR24), 2 * width + margin, 2 * height + margin);
+Geometry sheet_geometry(uint32_t width, uint32_t height, uint32_t places) {
+    return tight(format_of(Code::BGR24), 2 * width + margin, (places + 1) / 2 * height + margin);
 }
 
 }  // namespace
@@ -98,10 +80,10 @@ Frame shrunk(const Frame& picture, uint32_t most_width, uint32_t most_height) {
     return small;
 }
 
-Sheet::Sheet(uint32_t picture_width, uint32_t picture_height)
-    : width_(std::max(picture_width, 12 * letter_step * letter_scale) + margin),
+Sheet::Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places)
+    : width_(std::max(picture_width, most_letters * letter_step) + margin),
       height_(picture_height + label_height + margin),
-      frame_(sheet_geometry(width_, height_)) {
+      frame_(sheet_geometry(width_, height_, places)) {
     fill(frame_, 0, 0, frame_.geometry().width, frame_.geometry().height, paper);
 }
 
@@ -109,7 +91,8 @@ void Sheet::put(uint32_t place, const Frame& picture, const std::string& label,
                 bool emphasised) const {
     const Geometry& g = picture.geometry();
     const uint32_t x = margin + place % 2 * width_, y = margin + place / 2 * height_;
-    draw_text(frame_, x, y, label, emphasised ? signal : ink);
+    draw_text(frame_, x, y, label.substr(0, (width_ - margin) / letter_step),
+              emphasised ? signal : ink);
     const uint32_t top = y + label_height;
     if (emphasised)
         fill(frame_, x - border, top - border, g.width + 2 * border, g.height + 2 * border, signal);

@@ -15,11 +15,10 @@ Frame shrunk(const Frame& picture, uint32_t most_width, uint32_t most_height);
 
 class Sheet {
   public:
-    // Two columns and two rows of pictures of one size.
-    Sheet(uint32_t picture_width, uint32_t picture_height);
+    // Two columns of so many pictures, none larger than this.
+    Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places);
 
-    // Places 0 to 3 line by line. Labels are capital letters and blanks; what is emphasised gets a
-    // frame in green.
+    // Places count line by line. What is emphasised gets a frame in green.
     void put(uint32_t place, const Frame& picture, const std::string& label, bool emphasised) const;
 
     const Frame& frame() const { return frame_; }

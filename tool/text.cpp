@@ -40,6 +40,16 @@ std::string list(const std::vector<std::string>& words, std::string_view separat
     return result;
 }
 
+std::string shell_word(const std::string& word) {
+    constexpr const char* harmless =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./,:=@%+-";
+    if (!word.empty() && word.find_first_not_of(harmless) == std::string::npos) return word;
+    std::string quoted = "'";
+    for (const char letter : word)
+        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    return quoted + "'";
+}
+
 std::vector<std::string> nearest(const std::string& wanted, const std::vector<std::string>& words,
                                  size_t count) {
     std::vector<std::string> sorted = words;

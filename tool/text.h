@@ -20,6 +20,9 @@ std::string lower(std::string_view word);
 
 std::string list(const std::vector<std::string>& words, std::string_view separator = ", ");
 
+// A word as a shell takes it: in quotes where it has to be.
+std::string shell_word(const std::string& word);
+
 // Those of `words` that differ least from `wanted`, nearest first, at most `count`.
 std::vector<std::string> nearest(const std::string& wanted, const std::vector<std::string>& words,
                                  size_t count);

@@ -1,0 +1,31 @@
+// What a dump may be, as far as its bytes tell: packing, pattern, and where lines begin and end.
+#pragma once
+
+#include "tool/guess/texture.h"
+
+namespace trv::tool::guess {
+
+struct Hypothesis {
+    const Packing* packing;
+    Pattern pattern;
+    uint64_t pitch;  // bytes from line to line
+    uint64_t start;  // where some line begins, as far as whole groups of samples need it
+    double cost;     // as Fit has it
+};
+
+// The best ones first, without those that another one explains: twice the pitch of a good one, or a
+// pitch beside it. Empty when the dump is too short to tell.
+std::vector<Hypothesis> likely_hypotheses(const Dump& dump);
+
+struct Lines {
+    uint64_t skip;      // bytes before the first line
+    uint64_t width;     // samples of a line that carry a picture
+    uint64_t height;    // whole lines
+    uint64_t padding;   // bytes behind each line
+    uint64_t trailing;  // bytes behind the last line, which needs no padding
+    bool edge_seen;     // whether the samples show where lines begin, rather than the length
+};
+
+Lines find_lines(const Dump& dump, const Hypothesis& hypothesis);
+
+}  // namespace trv::tool::guess

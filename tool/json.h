@@ -1,0 +1,18 @@
+// Answers for programs.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace trv::tool {
+
+// Keeps its members in the order in which they were put.
+using Json = nlohmann::ordered_json;
+
+void add_json_flag(CLI::App* command, bool* wanted);
+
+// On stdout, on several lines. File names that are no UTF-8 get replacement characters.
+void print_json(const Json& json);
+
+}  // namespace trv::tool

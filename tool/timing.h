@@ -1,0 +1,31 @@
+// How long conversions take, beside memory copies of the same bytes in the same run.
+#pragma once
+
+#include "tool/geometry.h"
+#include "tool/routes.h"
+
+namespace trv::tool {
+
+struct Task {
+    Path path;
+    Demosaic how;
+    Size size;
+    uint32_t threads;  // each converts pictures of its own
+    uint32_t rounds;
+    bool cold;  // pictures out of the caches
+};
+
+struct Timing {
+    double seconds;        // the median of a round, in which every thread converts one picture
+    double copy_seconds;   // the same for the copy
+    double pixels, bytes;  // of a round; bytes read and written
+
+    double ratio() const { return seconds / copy_seconds; }
+    double megapixels() const { return pixels / seconds * 1e-6; }
+    double gigabytes() const { return bytes / seconds * 1e-9; }
+};
+
+// Throws Failure when a conversion is refused.
+Timing race(const Task& task);
+
+}  // namespace trv::tool
