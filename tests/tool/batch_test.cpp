@@ -39,9 +39,9 @@ TEST_F(Batch, GoesOnWhereSomeFailAndSaysWhich) {
 TEST_F(Batch, ThatIsInterruptedLeavesNothingHalfWritten) {
     const Result result = folder.shell(
         "\"" TRVIL_TOOL
-        "\" sample -s 5000x5000 -f BAY8 -o 0.raw --force 2>/dev/null; cp 0.raw "
+        "\" sample -s 3000x3000 -f BAY8 -o 0.raw --force 2>/dev/null; cp 0.raw "
         "1.raw; \"" TRVIL_TOOL
-        "\" convert -s 5000x5000 -f BAY8 --jobs 2 0.raw 1.raw -o out & "
+        "\" convert -s 3000x3000 -f BAY8 --jobs 2 0.raw 1.raw -o out & "
         "pid=$!\nwhile kill -0 $pid && ! ls out/.trvil-* >/dev/null; do sleep 0.02; done\n"
         "kill -TERM $pid; wait $pid");
     EXPECT_GT(result.exit, 128);
