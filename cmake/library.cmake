@@ -1,10 +1,11 @@
 # How the two shared libraries are made: unversioned SONAME, $ORIGIN run path, a version script.
 function(trvil_shared_library name)
-  cmake_parse_arguments(arg "" "EXPORTS" "SOURCES" ${ARGN})
+  cmake_parse_arguments(arg "" "EXPORTS;COMPONENT;EXPORT_NAME" "SOURCES" ${ARGN})
   add_library(${name} SHARED ${arg_SOURCES})
   # No C++ run-time: the C driver links, and CMake adds no libstdc++ of its own accord.
   set_target_properties(${name} PROPERTIES
     OUTPUT_NAME ${name}x64
+    EXPORT_NAME ${arg_EXPORT_NAME}
     LINKER_LANGUAGE C
     BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
     LINK_DEPENDS ${arg_EXPORTS})
@@ -13,5 +14,5 @@ function(trvil_shared_library name)
     -Wl,--version-script=${arg_EXPORTS} -Wl,--enable-new-dtags -Wl,--gc-sections)
   target_include_directories(${name} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  trvil_install(${arg_COMPONENT} ${CMAKE_INSTALL_LIBDIR} TARGETS ${name} EXPORT @TREE@)
 endfunction()

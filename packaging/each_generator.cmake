@@ -1,0 +1,11 @@
+# Read by cpack before each generator starts.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+  set(ENV{SOURCE_DATE_EPOCH} ${CPACK_TRVIL_EPOCH})
+endif()
+if(CPACK_GENERATOR STREQUAL DEB)
+  set(CPACK_COMPONENTS_ALL ${CPACK_TRVIL_DEBIAN_COMPONENTS})
+  set(CPACK_PRE_BUILD_SCRIPTS ${CPACK_TRVIL_SCRIPTS}/debian_tree.cmake)
+  set(CPACK_POST_BUILD_SCRIPTS ${CPACK_TRVIL_SCRIPTS}/debian_repack.cmake)
+else()
+  set(CPACK_POST_BUILD_SCRIPTS ${CPACK_TRVIL_SCRIPTS}/archive_repack.cmake)
+endif()

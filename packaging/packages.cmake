@@ -1,0 +1,96 @@
+# cpack -G DEB makes Debian's packages, cpack -G TGZ a tree to unpack anywhere.
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_PACKAGE_NAME trvil)
+set(CPACK_PACKAGE_VENDOR "")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
+set(CPACK_PACKAGE_FILE_NAME trvil-${PROJECT_VERSION}-x86_64-linux)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/each_generator.cmake)
+set(CPACK_TRVIL_SCRIPTS ${CMAKE_CURRENT_LIST_DIR})
+
+# The changelog says which version this is and when it was made: every file of a package bears that time.
+set(changelog ${CMAKE_CURRENT_LIST_DIR}/debian/changelog)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${changelog})
+file(STRINGS ${changelog} entry REGEX "^trvil \\(|^ -- " LIMIT_COUNT 2)
+if(NOT entry MATCHES "^trvil \\(${PROJECT_VERSION}-([0-9]+)\\).* -- ([^>]*>)  (.*)$")
+  message(FATAL_ERROR "packaging/debian/changelog does not begin with an entry of version "
+                      "${PROJECT_VERSION}-1: add one (dch -v ${PROJECT_VERSION}-1 -c ${changelog})")
+endif()
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${CMAKE_MATCH_2})
+execute_process(COMMAND date -u -d ${CMAKE_MATCH_3} +%s OUTPUT_VARIABLE CPACK_TRVIL_EPOCH
+                OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SOURCE trvil)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# debian_package(COMPONENT NAME SECTION DEPENDS DESCRIPTION): depends on DEPENDS and on what dpkg-shlibdeps
+# finds. DESCRIPTION is one line, then paragraphs; files of debian/NAME other than overrides become
+# control files.
+macro(debian_package component name section depends description)
+  string(TOUPPER debian_${component} id)
+  list(APPEND CPACK_TRVIL_DEBIAN_COMPONENTS debian_${component})
+  set(CPACK_DEBIAN_${id}_PACKAGE_NAME ${name})
+  set(CPACK_DEBIAN_${id}_PACKAGE_SECTION ${section})
+  set(CPACK_DEBIAN_${id}_PACKAGE_DEPENDS "${depends}")
+  set(CPACK_DEBIAN_${id}_DESCRIPTION "${description}")
+  file(GLOB CPACK_DEBIAN_${id}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/${name}/*)
+  list(FILTER CPACK_DEBIAN_${id}_PACKAGE_CONTROL_EXTRA EXCLUDE REGEX "/overrides$")
+  install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${changelog}
+          DESTINATION share/doc/${name} COMPONENT debian_${component} EXCLUDE_FROM_ALL)
+  install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/${name}/overrides OPTIONAL RENAME ${name}
+          DESTINATION share/lintian/overrides COMPONENT debian_${component} EXCLUDE_FROM_ALL)
+endmacro()
+
+set(buffers "libtrvbl (= ${version}) | trvil-buffer-library")
+
+debian_package(lib libtrvil libs "libtrvbl (>= ${PROJECT_VERSION}) | trvil-buffer-library"
+"image processing for frame grabbers and cameras
+Converts pictures among 74 pixel formats, demosaics raw sensor data, makes
+frames of the fields of interlaced pictures and writes TIFF and raw files.
+.
+This package has the shared library libtrvilx64.so.")
+
+debian_package(companion libtrvbl libs ""
+"buffers for trvil's image processing
+Names pictures in memory for the library in libtrvil: where they lie, how
+large they are and how their pixels are stored.
+.
+Another package may take the place of this one: it has a libtrvblx64.so that
+answers TBL_BufferParameterGet, and provides, conflicts with and replaces
+trvil-buffer-library, as this one does.")
+set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_PROVIDES trvil-buffer-library)
+set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_CONFLICTS trvil-buffer-library)
+set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_REPLACES trvil-buffer-library)
+
+debian_package(dev libtrvil-dev libdevel "libtrvil (= ${version}), ${buffers}, libc6-dev"
+"image processing for frame grabbers and cameras - development files
+Headers for C and C++, also for handing pictures to and from OpenCV, and
+files that tell CMake and pkg-config how to link.")
+
+debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+"turn raw dumps of cameras and frame grabbers into pictures
+Converts dumps of 74 pixel formats to PNG, TIFF, PPM or PGM, with white
+balance and stretch; finds out the phase of a mosaic; makes frames of the
+fields of interlaced pictures.")
+
+if(EXISTS ${PROJECT_SOURCE_DIR}/python/trvil)
+  debian_package(python python3-trvil python "python3:any, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+"image processing for frame grabbers and cameras - Python module
+Makes the conversions, demosaicing and file writers of libtrvil available to
+Python, for NumPy arrays too.")
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_RECOMMENDS python3-numpy)
+endif()
+
+# The tree to unpack anywhere says the same about its licence.
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT lib)
+
+include(CPack)
