@@ -12,6 +12,7 @@ foreach(package ${CPACK_PACKAGE_FILES})
       endif()
     endif()
   endforeach()
+  execute_process(COMMAND chmod -R u=rwX,go=rX ${tree} COMMAND_ERROR_IS_FATAL ANY)
   execute_process(COMMAND dpkg-deb --root-owner-group --threads-max=1 -Zxz -b ${tree} ${package}
                   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endforeach()

@@ -64,11 +64,9 @@ Names pictures in memory for the library in libtrvil: where they lie, how
 large they are and how their pixels are stored.
 .
 Another package may take the place of this one: it has a libtrvblx64.so that
-answers TBL_BufferParameterGet, and provides, conflicts with and replaces
-trvil-buffer-library, as this one does.")
+answers TBL_BufferParameterGet, provides trvil-buffer-library, and conflicts
+with and replaces libtrvbl.")
 set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_PROVIDES trvil-buffer-library)
-set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_CONFLICTS trvil-buffer-library)
-set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_REPLACES trvil-buffer-library)
 
 debian_package(dev libtrvil-dev libdevel "libtrvil (= ${version}), ${buffers}, libc6-dev"
 "image processing for frame grabbers and cameras - development files

@@ -143,8 +143,8 @@ class Buffer {
 
 #if __cplusplus >= 202002L
     /* The same for memory that knows its size: std::span(vector), std::span(array). */
-    template <class T>
-    static Buffer wrap(std::span<T> memory, uint32_t width, uint32_t height, Format format,
+    template <class T, size_t extent>
+    static Buffer wrap(std::span<T, extent> memory, uint32_t width, uint32_t height, Format format,
                        uint32_t stride = 0) {
         static_assert(!std::is_const_v<T>, "a buffer's memory may be written");
         return wrap(memory.data(), memory.size_bytes(), width, height, format, stride);

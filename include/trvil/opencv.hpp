@@ -17,9 +17,9 @@ namespace trvil {
    equal bytes (RGB30). Channels stand in the format's own order. */
 inline int matrix_type(Format format) noexcept {
     const FormatFacts known = facts(format);
-    using Family = FormatFacts::Family;
-    const bool packed = known.stored % 8 != 0, fields = known.stored == 32 && known.significant > 8;
-    if (known.family == Family::none || packed || fields) return -1;
+    const bool packed = known.stored % 8 != 0;
+    const bool fields = known.stored == 32 && known.significant == 10;
+    if (known.stored == 0 || packed || fields) return -1;
     if (format == Format::Mono32) return CV_32SC1;
     const int depth = known.significant <= 8 ? CV_8U : CV_16U;
     return CV_MAKETYPE(depth, static_cast<int>(known.stored / 8 / CV_ELEM_SIZE1(depth)));

@@ -1,0 +1,107 @@
+// The C++ face: owners that let go exactly once, and errors where the C calls keep quiet.
+#include "trvil/buffer.hpp"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using trvil::Buffer;
+using trvil::Format;
+
+void count(void* context, void*) {
+    ++*static_cast<int*>(context);
+}
+
+template <class Call>
+uint32_t status_of(Call call) {
+    try {
+        call();
+    } catch (const trvil::Error& error) {
+        EXPECT_EQ(std::string(error.what()).rfind("trvil: cannot ", 0), 0u) << error.what();
+        return error.status();
+    }
+    return TRV_STATUS_OK;
+}
+
+TEST(BufferClass, TheLastOwnerLetsGoOnce) {
+    std::array<uint8_t, 64> memory{};
+    int gone = 0;
+    Buffer kept;
+    {
+        Buffer first =
+            Buffer::wrap(memory.data(), memory.size(), 8, 8, Format::Mono8, 0, count, &gone);
+        Buffer second = first.share();
+        Buffer moved = std::move(first);
+        EXPECT_FALSE(first);
+        kept = moved.view(2, 2, 4, 4);
+        kept = kept.view(1, 1, 2, 2);  // lets go of the view before
+        second = std::move(moved);     // and this of the second owner
+    }
+    EXPECT_EQ(gone, 0);
+    EXPECT_EQ(kept.memory(), reinterpret_cast<std::byte*>(&memory[27]));
+    uint64_t handle = kept.detach();
+    EXPECT_FALSE(kept);
+    Buffer::adopt(handle);
+    EXPECT_EQ(gone, 1);
+}
+
+TEST(BufferClass, DescribesWhatItWraps) {
+    std::vector<uint16_t> memory(10 * 4);
+    Buffer buffer = Buffer::wrap(std::span(memory), 6, 4, Format::BAY12_B, 20);
+    EXPECT_EQ(buffer.width(), 6u);
+    EXPECT_EQ(buffer.height(), 4u);
+    EXPECT_EQ(buffer.stride(), 20u);
+    EXPECT_EQ(buffer.format(), Format::BAY12_B);
+    EXPECT_EQ(buffer.phase(), trvil::Phase::grbg);
+    EXPECT_EQ(buffer.method(), trvil::Method::ave);
+    buffer.method(trvil::Method::dup);
+    buffer.phase(trvil::Phase::bggr);
+    EXPECT_EQ(buffer.method(), trvil::Method::dup);
+    EXPECT_EQ(buffer.phase(), trvil::Phase::bggr);
+    EXPECT_EQ(buffer.memory(3), reinterpret_cast<std::byte*>(&memory[30]));
+}
+
+TEST(BufferClass, ConvertsAsTheLibraryDoes) {
+    std::vector<uint16_t> memory(32 * 16);
+    for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint16_t>(i * 37 % 1024);
+    const Buffer mosaic = Buffer::wrap(std::span(memory), 32, 16, Format::BAY10_A);
+    const Buffer picture = trvil::convert(mosaic, Format::BGR24);
+    Buffer direct = Buffer::create(32, 16, Format::BGR24);
+    ASSERT_EQ(TIL_BAYn_to_BGR24_ave_A(mosaic.handle(), direct.handle(), 10), TRV_STATUS_OK);
+    for (uint32_t y = 0; y < 16; ++y)
+        EXPECT_EQ(std::memcmp(picture.memory(y), direct.memory(y), 32 * 3), 0) << y;
+}
+
+TEST(BufferClass, RefusalsSayWhyAndChangeNothing) {
+    const Buffer grey = Buffer::create(4, 4, Format::Mono16),
+                 one = Buffer::create(4, 1, Format::BAY8);
+    Buffer low = Buffer::create(4, 3, Format::BGRX32),
+           narrow = Buffer::create(3, 4, Format::BGRX32);
+    Buffer none;
+    // The C call answers the first and the third of these with success, and writes nothing or too
+    // far.
+    EXPECT_EQ(status_of([&] { trvil::convert(grey, low); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::convert(grey, narrow); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::convert(one, Format::BGR24); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::convert(none, low); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::convert(grey, none); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::convert(low, Format::YUV422); }), TRV_STATUS_UNSUPPORTED);
+
+    EXPECT_EQ(status_of([] { Buffer::create(0, 4, Format::Mono8); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([] { Buffer::create(4, 4, Format{7}); }), TRV_STATUS_UNSUPPORTED);
+    std::array<uint8_t, 15> small{};
+    EXPECT_EQ(status_of([&] { Buffer::wrap(std::span(small), 4, 4, Format::Mono8); }),
+              TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { grey.view(1, 1, 4, 4); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { none.share(); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { none.width(); }), TRV_STATUS_PARAMETER);
+    EXPECT_EQ(status_of([&] { trvil::write(grey, "/no/such/folder/picture.tif"); }),
+              TRV_STATUS_FILE_OPEN);
+    EXPECT_EQ(status_of([&] { trvil::write(low, "/dev/null"); }), TRV_STATUS_TIFF_FORMAT);
+}
+
+}  // namespace
