@@ -4,15 +4,17 @@
 set(TRVIL_DEBIAN_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
 
 # trvil_install(COMPONENT DIRECTORY WHAT ... [MATCHING ...]): install(WHAT ... DESTINATION DIRECTORY) in
-# both trees. @TREE@ in WHAT is "plain" or "debian". Components: lib, companion, dev, tool, python.
+# both trees. LIBDIR at the beginning of DIRECTORY is where the tree has its libraries, @TREE@ in WHAT is
+# "plain" or "debian". Components: lib, companion, dev, tool, python.
 function(trvil_install component directory)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" "" MATCHING)
   if(arg_MATCHING)
     list(PREPEND arg_MATCHING FILES_MATCHING)
   endif()
   string(REPLACE "@TREE@" plain what "${arg_UNPARSED_ARGUMENTS}")
-  install(${what} DESTINATION ${directory} COMPONENT ${component} ${arg_MATCHING})
+  string(REGEX REPLACE "^LIBDIR" "${CMAKE_INSTALL_LIBDIR}" plain ${directory})
+  install(${what} DESTINATION ${plain} COMPONENT ${component} ${arg_MATCHING})
   string(REPLACE "@TREE@" debian what "${arg_UNPARSED_ARGUMENTS}")
-  string(REGEX REPLACE "^${CMAKE_INSTALL_LIBDIR}(/|$)" "${TRVIL_DEBIAN_LIBDIR}\\1" directory ${directory})
-  install(${what} DESTINATION ${directory} COMPONENT debian_${component} EXCLUDE_FROM_ALL ${arg_MATCHING})
+  string(REGEX REPLACE "^LIBDIR" "${TRVIL_DEBIAN_LIBDIR}" debian ${directory})
+  install(${what} DESTINATION ${debian} COMPONENT debian_${component} EXCLUDE_FROM_ALL ${arg_MATCHING})
 endfunction()

@@ -14,5 +14,5 @@ function(trvil_shared_library name)
     -Wl,--version-script=${arg_EXPORTS} -Wl,--enable-new-dtags -Wl,--gc-sections)
   target_include_directories(${name} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  trvil_install(${arg_COMPONENT} ${CMAKE_INSTALL_LIBDIR} TARGETS ${name} EXPORT @TREE@)
+  trvil_install(${arg_COMPONENT} LIBDIR TARGETS ${name} EXPORT @TREE@)
 endfunction()

@@ -73,13 +73,15 @@ debian_package(dev libtrvil-dev libdevel "libtrvil (= ${version}), ${buffers}, l
 Headers for C and C++, also for handing pictures to and from OpenCV, and
 files that tell CMake and pkg-config how to link.")
 
-debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+if(TARGET trvil_tool)
+  debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
 "turn raw dumps of cameras and frame grabbers into pictures
 Converts dumps of 74 pixel formats to PNG, TIFF, PPM or PGM, with white
 balance and stretch; finds out the phase of a mosaic; makes frames of the
 fields of interlaced pictures.")
+endif()
 
-if(EXISTS ${PROJECT_SOURCE_DIR}/python/trvil)
+if(TARGET trvil_python)
   debian_package(python python3-trvil python "python3:any, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
 "image processing for frame grabbers and cameras - Python module
 Makes the conversions, demosaicing and file writers of libtrvil available to

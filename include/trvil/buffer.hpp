@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -236,9 +237,17 @@ class Buffer {
     uint64_t handle_ = 0;
 };
 
+namespace detail {
+inline void copy_lines(const Buffer& source, Buffer& destination, size_t line) {
+    for (uint32_t y = 0; y < source.height(); ++y)
+        std::memmove(destination.memory(y), source.memory(y), line);
+}
+}  // namespace detail
+
 /* Converts the picture of "source" into the format of "destination", whose upper left corner
    receives it. Mosaics are demosaiced by the source's method and phase. Unlike the C call, it
-   throws wherever nothing would be written:
+   copies pixels of the same format line by line, without the padding, so that rectangles of larger
+   pictures are safe on both sides, and throws wherever nothing would be written:
 
      TRV_STATUS_PARAMETER      an empty buffer, a destination narrower or lower than the source, or
                                a mosaic below 2 x 2 pixels
@@ -252,8 +261,10 @@ inline void convert(const Buffer& source, Buffer& destination) {
         "convert " + detail::picture(width, height, from) + " to " + facts(to).name;
     if (destination.width() < width || destination.height() < height)
         detail::check(TRV_STATUS_PARAMETER, what, "the destination is smaller");
+    if (from == to && facts(from).stored % 8 == 0)
+        return detail::copy_lines(source, destination, size_t{width} * facts(from).stored / 8);
     const bool mosaic = facts(from).family == FormatFacts::Family::bayer;
-    if (mosaic && from != to && (width < 2 || height < 2))
+    if (mosaic && (width < 2 || height < 2))
         detail::check(TRV_STATUS_PARAMETER, what, "a mosaic has at least 2 x 2 pixels");
     const uint32_t status = TIL_Convert(source.handle(), destination.handle());
     const char* why = status == TRV_STATUS_UNSUPPORTED     ? "there is no direct way"

@@ -76,6 +76,21 @@ TEST(BufferClass, ConvertsAsTheLibraryDoes) {
         EXPECT_EQ(std::memcmp(picture.memory(y), direct.memory(y), 32 * 3), 0) << y;
 }
 
+TEST(BufferClass, CopiesIntoARectangleAndNoFurther) {
+    for (const Format format : {Format::Mono8, Format::Mono16, Format::BGRX32, Format::BGR24}) {
+        Buffer whole = Buffer::create(8, 4, format), source = Buffer::create(8, 4, format);
+        const size_t pixel = trvil::facts(format).stored / 8;
+        for (uint32_t y = 0; y < 4; ++y) std::memset(source.memory(y), 1, 8 * pixel);
+        Buffer middle = whole.view(2, 1, 3, 2);
+        trvil::convert(source.view(0, 0, 3, 2), middle);
+        for (uint32_t y = 0; y < 4; ++y)
+            for (size_t x = 0; x < 8 * pixel; ++x) {
+                const bool inside = y >= 1 && y < 3 && x >= 2 * pixel && x < 5 * pixel;
+                ASSERT_EQ(whole.memory(y)[x], std::byte{inside}) << y << " " << x;
+            }
+    }
+}
+
 TEST(BufferClass, RefusalsSayWhyAndChangeNothing) {
     const Buffer grey = Buffer::create(4, 4, Format::Mono16),
                  one = Buffer::create(4, 1, Format::BAY8);
