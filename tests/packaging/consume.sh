@@ -10,6 +10,16 @@ fail() {
     exit 1
 }
 
+# needs PROGRAM ...: the test is skipped where one of them is missing.
+needs() {
+    local program
+    for program in "$@"; do
+        command -v "$program" >/dev/null && continue
+        echo "skipped: install $program"
+        exit 77
+    done
+}
+
 # Runs a command; its output is shown when it fails.
 quietly() {
     "$@" >"$work/log" 2>&1 || {
@@ -18,32 +28,37 @@ quietly() {
     }
 }
 
-# runs PROGRAM LIBDIR: the program runs with the libraries there, not with those of the build.
+# runs PROGRAM LIBDIR SEARCHED: the program runs with the libraries in LIBDIR, not with those of the build,
+# where the loader looks in SEARCHED (may be empty).
 runs() {
-    ldd_of=$(LD_LIBRARY_PATH=$2 ldd "$1")
-    grep -q "libtrvilx64.so => $2/libtrvilx64.so" <<<"$ldd_of" || fail "$1 finds $ldd_of"
-    (cd "$work" && LD_LIBRARY_PATH=$2 quietly "$1")
+    local found library
+    found=$(LD_LIBRARY_PATH=$3 ldd "$1")
+    for library in libtrvilx64.so libtrvblx64.so; do
+        grep -q "$library => $(realpath "$2")/$library" <<<"$found" || fail "$1 finds $found"
+    done
+    (cd "$work" && LD_LIBRARY_PATH=$3 quietly "$1")
 }
 
 # consume TREE LIBDIR [SYSROOT]: the programs of the documentation build and run with what lies in TREE,
 # by CMake and by pkg-config.
 consume() {
-    local tree=$1 libdir=$2 sysroot=${3:-}
+    local tree=$1 libdir=$2 sysroot=${3:-} program
     rm -rf "$work/cmake"
     quietly cmake -G Ninja -S "$source/tests/packaging/consumer" -B "$work/cmake" \
         -DCMAKE_PREFIX_PATH="$tree" -DEXPECTED="$tree" \
         -DEXAMPLES="$source/docs/examples" -DOWN_QUERY="$source/tests/abi/own_query.c"
     quietly cmake --build "$work/cmake"
-    runs "$work/cmake/in_c" "$libdir"
-    runs "$work/cmake/in_cpp" "$libdir"
-    runs "$work/cmake/own_buffers" "$libdir"
+    # CMake's run path and that of the library suffice, but the packages' library has none.
+    for program in in_c in_cpp own_buffers; do
+        runs "$work/cmake/$program" "$libdir" "${sysroot:+$libdir}"
+    done
 
     local flags
     flags=$(PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_SYSROOT_DIR=$sysroot \
         pkg-config --cflags --libs "trvil >= 0.1")
     quietly cc -std=c99 -pedantic-errors "$source/docs/examples/first.c" $flags -o "$work/by_pkg_config"
-    runs "$work/by_pkg_config" "$libdir"
-    # shorts and shortages of a first.c that wrote nothing show here
+    runs "$work/by_pkg_config" "$libdir" "$libdir"
+
     [ -s "$work/first.tif" ] && [ -s "$work/buffer.tif" ] || fail "no picture was written"
     rm "$work/first.tif" "$work/buffer.tif"
 }
