@@ -82,12 +82,11 @@ fields of interlaced pictures.")
 endif()
 
 if(TARGET trvil_python)
-  debian_package(python python3-trvil python "python3:any, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+  debian_package(python python3-trvil python "python3:any, python3-numpy, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
 "image processing for frame grabbers and cameras - Python module
 Makes the conversions, demosaicing and file writers of libtrvil available to
 Python, for NumPy arrays too.")
   set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
-  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_RECOMMENDS python3-numpy)
 endif()
 
 # The tree to unpack anywhere says the same about its licence.
