@@ -132,10 +132,10 @@ typedef struct OBL_ErrInfo {
     uint32_t nErrorCode;             /* status of the last report; 0 when new */
     char szFunction[OBL_TEXT_BYTES]; /* who reported, at most 511 characters; empty when new */
     char szMessage[OBL_TEXT_BYTES]; /* what was said, at most 511 characters; "No Error" when new */
-    OBL_DecodeCallback pfnDecode;
-    OBL_HandlerCallback pfnHandler;
-    OBL_HandlerCallback pfnLogging;
-    OBL_Mutex* psMutex; /* guards all of the above; named "ErrorMutex" */
+    OBL_DecodeCallback pfnDecode;   /* null or kept for the kit's other libraries */
+    OBL_HandlerCallback pfnHandler; /* null or called first with every report */
+    OBL_HandlerCallback pfnLogging; /* null or called second with every report */
+    OBL_Mutex* psMutex;             /* guards all of the above; named "ErrorMutex" */
 } OBL_ErrInfo;
 
 /* ---- Error information ---- */
@@ -176,6 +176,7 @@ TRV_API void OBL_SetErrInfo(OBL_ErrInfo* psErrInfo, const char* function, uint32
      TRV_STATUS_PARAMETER  the record or a required address is null, or the record has no mutex
      TRV_STATUS_TIMEOUT    the mutex was held all the time
      TRV_STATUS_BUSY       the mutex is being destroyed
+
    Except after TRV_STATUS_OK nothing is read or changed. None of them reports. */
 
 /* Stores the last message and status; either address may be null. The message is the record's own

@@ -50,7 +50,7 @@ TRV_API uint32_t OBL_DRV_GetTimeNowNs(uint64_t* pnNs);
 #define OBL_DRV_ERROR_TEXT_BYTES 512
 
 /* Writes the text of this thread's errno into "text", OBL_DRV_ERROR_TEXT_BYTES long, and returns
- * errno. */
+   errno. */
 TRV_API int32_t OBL_DRV_GetLastError(char* text);
 
 /* Store the identifier of the calling thread (its pthread_t) or process. Always TRV_STATUS_OK. */
@@ -89,7 +89,7 @@ TRV_API uint32_t OBL_DRV_MutexCreate(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo)
 /* Acquires the mutex. It is not recursive: a thread that holds it already waits for itself.
 
      TRV_STATUS_OK       this thread holds the mutex
-     TRV_STATUS_SYSTEM   timeout -1: "Failed to Acquire Mutex [%s] with Infinite TimeOut"
+     TRV_STATUS_SYSTEM   timeout -1: "Failed to Acquire Mutex [%s] with Infinite TimeOut";
                          timeout 0: "Failed to Acquire Mutex [%s] with TimeOut %d", also, Note, when
                          the mutex is merely held by another
      TRV_STATUS_TIMEOUT  any other timeout: the time is up; not reported */
@@ -113,7 +113,7 @@ TRV_API uint32_t OBL_DRV_MutexDestroy(OBL_Mutex* psMutex, OBL_ErrInfo* psErrInfo
    thread leaves the processor to the holder. */
 typedef struct OBL_DRV_SpinLock {
     char szName[OBL_NAME_BYTES]; /* set by the caller */
-    pthread_mutex_t sOsMutex;
+    pthread_mutex_t sOsMutex;    /* set by creation */
 } OBL_DRV_SpinLock;
 
 /* Create, acquire (waiting without limit), release, destroy.
@@ -133,12 +133,12 @@ TRV_API uint32_t OBL_DRV_SpinLockDestroy(OBL_DRV_SpinLock* psSpinLock, OBL_ErrIn
 /* A counting semaphore of this process. */
 typedef struct OBL_DRV_Semaphore {
     char szName[OBL_NAME_BYTES]; /* set by the caller */
-    sem_t sSemaphore;
-    uint32_t nInitialCount; /* set by the caller before creation */
+    sem_t sSemaphore;            /* set by creation */
+    uint32_t nInitialCount;      /* set by the caller before creation */
 } OBL_DRV_Semaphore;
 
 /* Note: all four refuse a null record with TRV_STATUS_PARAMETER and, unlike the locks, without a
- * report. */
+   report. */
 
 /* Makes the semaphore with a count of "nInitialCount".
 
@@ -159,7 +159,7 @@ TRV_API uint32_t OBL_DRV_SemaphoreSignal(OBL_DRV_Semaphore* psSemaphore, uint32_
      TRV_STATUS_OK       one was taken
      TRV_STATUS_TIMEOUT  there was none in time, or at once with timeout 0; not reported
      TRV_STATUS_SYSTEM   timeout -1: "Failed to Acquire Semaphore [%s] with Infinite TimeOut", also,
-                         Note, when a signal interrupts the wait
+                         Note, when a signal interrupts the wait;
                          timeout 0: "Failed to Acquire Semaphore [%s] with Zero TimeOut [%d]", the
                          number being errno
 
@@ -180,12 +180,12 @@ TRV_API uint32_t OBL_DRV_SemaphoreDestroy(OBL_DRV_Semaphore* psSemaphore, OBL_Er
 
 /* A thread. The caller sets the name and the last three members. */
 typedef struct OBL_DRV_Thread {
-    char szName[OBL_NAME_BYTES];
-    pthread_t hThread;    /* set by creation */
-    pthread_attr_t sAttr; /* set by creation, never destroyed */
-    struct sched_param sSchedParam;
-    void* (*pfnStart)(void* argument);
-    void* pvArg;             /* handed to "pfnStart" */
+    char szName[OBL_NAME_BYTES];       /* set by the caller */
+    pthread_t hThread;                 /* set by creation */
+    pthread_attr_t sAttr;              /* set by creation, never destroyed */
+    struct sched_param sSchedParam;    /* set by creation: the priority asked for */
+    void* (*pfnStart)(void* argument); /* what the thread runs; its result is dropped */
+    void* pvArg;                       /* handed to "pfnStart" */
     uint32_t nPriorityClass; /* OBL_DRV_PRIORITY_REALTIME, or any other value for no priority */
 } OBL_DRV_Thread;
 
@@ -213,13 +213,13 @@ TRV_API uint32_t OBL_DRV_ThreadDestroy(OBL_DRV_Thread* psThread, OBL_ErrInfo* ps
 /* A one-shot timer. The caller sets the name and the last three members; "pvContext" to the address
    of the record itself. */
 typedef struct OBL_DRV_Timer {
-    char szName[OBL_NAME_BYTES];
-    int32_t nSignal; /* set by start: SIGALRM */
-    timer_t hTimer;
-    struct itimerspec sTimerSpec;
-    struct sigevent sSigEvent;
-    struct sigaction sSigAction;
-    uint32_t nDelayMs; /* time until expiry in milliseconds; see below */
+    char szName[OBL_NAME_BYTES];                      /* set by the caller */
+    int32_t nSignal;                                  /* set by start: SIGALRM */
+    timer_t hTimer;                                   /* set by start */
+    struct itimerspec sTimerSpec;                     /* set by start */
+    struct sigevent sSigEvent;                        /* set by start */
+    struct sigaction sSigAction;                      /* set by start */
+    uint32_t nDelayMs;                                /* milliseconds until expiry; see below */
     void (*pfnCallback)(int32_t zero, void* context); /* may be null */
     void* pvContext; /* names the record whose callback is called */
 } OBL_DRV_Timer;

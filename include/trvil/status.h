@@ -17,8 +17,8 @@
 
 /* Success. */
 #define TRV_STATUS_OK UINT32_C(0)
-/* Caller's duty: set the Bayer method (parameter 9) and phase (parameter 10) to a pair that exists.
- */
+/* No kernel for the Bayer method (parameter 9) and phase (parameter 10) of the source: the caller
+   sets them to a pair that exists. */
 #define TRV_STATUS_BAYER_SETTING UINT32_C(3)
 /* The output file could not be opened; errno tells why. */
 #define TRV_STATUS_FILE_OPEN UINT32_C(5)
@@ -37,8 +37,7 @@
 #define TRV_STATUS_FILE_CLOSE UINT32_C(17)
 /* A named mutex is being destroyed; also a failed thread-priority query. */
 #define TRV_STATUS_BUSY UINT32_C(26)
-/* A mutex or semaphore wait ran into its timeout; an expected outcome, never reported as an error.
- */
+/* A mutex or semaphore wait ran into its timeout; an expected outcome, never reported. */
 #define TRV_STATUS_TIMEOUT UINT32_C(0x8000)
 /* OBL_strncpy and OBL_strncat failed. */
 #define TRV_STATUS_TEXT UINT32_C(0xFFFFFFFF)

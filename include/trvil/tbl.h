@@ -11,6 +11,8 @@
 
 #include "trvil/status.h"
 
+/* ---- Parameters ---- */
+
 /* Ids of the buffer parameters. Ids 3 and 11 are 64 bits wide, all others 32 bits. */
 #define TBL_PARAMETER_WIDTH 1u        /* pixels per line */
 #define TBL_PARAMETER_HEIGHT 2u       /* lines */
@@ -20,9 +22,7 @@
 #define TBL_PARAMETER_BAYER_METHOD 9u /* TBL_BAYER_METHOD_... */
 #define TBL_PARAMETER_BAYER_PHASE 10u /* TBL_BAYER_PHASE_... */
 #define TBL_PARAMETER_PRESENT 11u     /* not zero: the handle names a buffer */
-#define TBL_PARAMETER_PACKING_OFFSET                             \
-    18u /* index of each line's first pixel in its packing group \
-         */
+#define TBL_PARAMETER_PACKING_OFFSET 18u /* place of a line's first pixel in its packing group */
 
 /* How missing colours are found. The low byte repeats the parameter's id; values compare whole. */
 #define TBL_BAYER_METHOD_DUP 0x109u /* nearest: copy a neighbour */
@@ -46,6 +46,8 @@ enum {
 #define TBL_FORMAT(name) (UINT32_C(0xC0022600) + TBL_CODE_##name)
 
 TRV_EXTERN_C_BEGIN
+
+/* ---- Buffers ---- */
 
 /* Reads one parameter of a buffer.
 
@@ -73,6 +75,7 @@ TRV_API uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out)
      TRV_STATUS_PARAMETER    "handle" is null, or a side is zero, or a line exceeds 32 bits
      TRV_STATUS_UNSUPPORTED  no such format
      TRV_STATUS_MEMORY       no memory, or too many buffers at once
+
    On failure *handle is unchanged. */
 TRV_API uint32_t TBS_BufferCreate(uint64_t* handle, uint32_t width, uint32_t height,
                                   uint32_t format);
@@ -88,6 +91,7 @@ TRV_API uint32_t TBS_BufferCreate(uint64_t* handle, uint32_t width, uint32_t hei
      TRV_STATUS_PARAMETER    a null or zero argument, or stride and size cannot hold the picture
      TRV_STATUS_UNSUPPORTED  no such format
      TRV_STATUS_MEMORY       too many buffers at once
+
    On failure *handle is unchanged and "release" is not called. */
 TRV_API uint32_t TBS_BufferWrap(uint64_t* handle, uint32_t width, uint32_t height, uint32_t format,
                                 void* memory, uint64_t size, uint32_t stride,
@@ -102,8 +106,10 @@ TRV_API uint32_t TBS_BufferWrap(uint64_t* handle, uint32_t width, uint32_t heigh
 
      TRV_STATUS_OK         *handle names the view; the caller releases it
      TRV_STATUS_PARAMETER  stale parent, null "handle", an empty rectangle or one that leaves the
-   parent, or an odd x in Mono12MP or YUV422 TRV_STATUS_MEMORY     too many buffers at once On
-   failure *handle is unchanged. */
+                           parent, or an odd x in Mono12MP or YUV422
+     TRV_STATUS_MEMORY     too many buffers at once
+
+   On failure *handle is unchanged. */
 TRV_API uint32_t TBS_BufferView(uint64_t* handle, uint64_t parent, uint32_t x, uint32_t y,
                                 uint32_t width, uint32_t height);
 

@@ -17,6 +17,8 @@
 
 TRV_EXTERN_C_BEGIN
 
+/* ---- Conversion ---- */
+
 /* Converts the picture of "source" into the format of "destination".
 
    Width and height are the source's. The destination must hold them: its stride times its height is
@@ -30,15 +32,19 @@ TRV_EXTERN_C_BEGIN
    same memory when address and stride agree, no destination pixel is wider than a source pixel and
    the source is not a mosaic. Any other overlap is excluded.
 
-     TRV_STATUS_OK             the destination holds the picture. Also returned, with nothing
-   written, when a Bayer kernel declined the buffers TRV_STATUS_PARAMETER      handle, format or
-   address of either buffer is missing, or the destination is too small; nothing is written
+     TRV_STATUS_OK             the destination holds the picture; also returned, with nothing
+                               written, when a Bayer kernel declined the buffers, or when a
+                               4-byte destination is too small for 16-bit grey
+     TRV_STATUS_PARAMETER      handle, format or address of either buffer is missing, or the
+                               destination is too small; nothing is written
      TRV_STATUS_UNSUPPORTED    there is no direct way between these formats; nothing is written
      TRV_STATUS_BAYER_SETTING  no kernel for this method and phase; nothing is written
 
    Note: 4-byte pixels from three-channel sources keep the byte in their fourth (XBGR32, XRGB32:
    first) place. */
 TRV_API uint32_t TIL_Convert(uint64_t source, uint64_t destination);
+
+/* ---- Frames from fields ---- */
 
 /* Interpolation methods of TIL_FieldToFrame. */
 #define TIL_FIELD_LINE_DUP 0u /* repeat the field line above */
@@ -84,6 +90,8 @@ TRV_API uint32_t TIL_FieldToFrame_Median(uint64_t source, uint64_t destination,
 TRV_API uint32_t TRV_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e,
                              uint32_t f);
 
+/* ---- Files ---- */
+
 /* File types of TIL_FileWrite. */
 #define TIL_FILE_RAW 2u  /* the memory image: height times stride bytes, no header */
 #define TIL_FILE_TIFF 3u /* TIL_FileWriteTiff */
@@ -94,11 +102,14 @@ TRV_API uint32_t TRV_median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uin
    the padding between lines too and tells nothing about geometry or format.
 
      TRV_STATUS_OK           the file is complete (a raw write returns the buffer library's own
-   answer to the stride query here, which is 0 from any that knows the handle) TRV_STATUS_PARAMETER
-   missing handle or address; no file is touched TRV_STATUS_UNSUPPORTED  no such file type; no file
-   is touched TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why TRV_STATUS_SYSTEM
-   fewer bytes than the picture has were written, or it has 4 GiB or more; a partial file is left
+                             answer to the stride query here: 0 from any that knows the handle)
+     TRV_STATUS_PARAMETER    missing handle or address; no file is touched
+     TRV_STATUS_UNSUPPORTED  no such file type; no file is touched
+     TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why
+     TRV_STATUS_SYSTEM       fewer bytes than the picture has were written, or it has 4 GiB or
+                             more; a partial file is left
      TRV_STATUS_FILE_CLOSE   the last bytes could not be written; a partial file is left
+
    TIFF files return what TIL_FileWriteTiff returns. */
 TRV_API uint32_t TIL_FileWrite(uint64_t buffer, const char* path, uint32_t type);
 
@@ -128,13 +139,15 @@ TRV_API uint32_t TIL_fput_ui16i(FILE* stream, uint32_t value);
 TRV_API uint32_t TIL_fput_ui32m(FILE* stream, uint32_t value);
 TRV_API uint32_t TIL_fput_ui32i(FILE* stream, uint32_t value);
 
+/* ---- Demosaic kernels ---- */
+
 /* The demosaic kernels: TIL_<input>_to_<layout>_<method>_<phase>.
 
-   input   BAY8  one byte per pixel
-           BAYn  one 16-bit word per pixel, "bits" of it significant (9 to 16); stride rounded down
-   to an even number layout  RGB16, BGR16 (16-bit words), BGR24, BGRX32, RGBX32 (the fourth byte
-   keeps its value) method  dup copies the nearest sample, ave takes means, med takes the median of
-   four samples phase   A RGGB, B GRBG, C GBRG, D BGGR
+     input   BAY8: one byte per pixel; BAYn: one 16-bit word per pixel, "bits" of it
+             significant (9 to 16), stride rounded down to an even number
+     layout  RGB16, BGR16 (16-bit words), BGR24, BGRX32, RGBX32 (the fourth byte keeps its value)
+     method  dup copies the nearest sample, ave takes means, med takes the median of four samples
+     phase   A RGGB, B GRBG, C GBRG, D BGGR
 
    A kernel reads address, stride, width and height of "source" and address and stride of
    "destination", whose size, like the source's, the caller vouches for: at least 2 x 2 pixels,
