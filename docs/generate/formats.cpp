@@ -1,113 +1,11 @@
 // Prints docs/formats.md from the library's own tables. A test compares the page with this output.
 #include <cstdio>
-#include <string>
-#include <vector>
 
-#include "image/api/routes.h"
-#include "image/pixel/format.h"
+#include "docs/generate/bits.h"
 
 namespace {
 
-using trv::Family;
-using trv::Format;
-
-// What a bit of a group holds, bit 0 being the lowest of the first byte in memory.
-using BitName = char (*)(const Format&, unsigned bit);
-
-char channel_letter(char name) {
-    return name == 'X' ? '-' : static_cast<char>(name - 'A' + 'a');
-}
-
-// Channels one after another, each in whole bytes: BGR24, XRGB32, RGBA64_12, ...
-char channel_bit(const Format& f, unsigned bit) {
-    const unsigned channels = f.name[3] == '3' || f.name[3] == '2' || f.name[3] == '4' ? 3 : 4;
-    const unsigned width = f.stored / channels;
-    return bit % width < f.significant ? channel_letter(f.name[bit / width]) : '0';
-}
-
-// Fields of one word, the first letter of the name on top.
-char word_bit(const Format& f, unsigned bit) {
-    const bool thirty = f.stored == 32;
-    const unsigned green = thirty ? 10 : 5;
-    const unsigned top = thirty ? 22 : f.significant == 5 ? 10 : 11;
-    if (!thirty && f.significant == 5 && bit == 15) return '0';
-    return channel_letter(f.name[bit < green ? 2 : bit < top ? 1 : 0]);
-}
-
-char yuv_bit(const Format&, unsigned bit) {
-    return "yuzv"[bit / 8];
-}
-
-char packed_bit(const Format& f, unsigned bit) {
-    return static_cast<char>('a' + bit / f.significant);
-}
-
-char packed_high_first_bit(const Format&, unsigned bit) {
-    const unsigned from_left = bit / 8 * 8 + 7 - bit % 8;
-    return static_cast<char>('a' + from_left / 12);
-}
-
-char sample_bit(const Format& f, unsigned bit) {
-    if (bit >= f.significant) return '0';
-    return f.family == Family::bayer ? 's' : 'm';
-}
-
-BitName bit_name(const Format& f) {
-    if (f.code == trv::Code::Mono12MP) return packed_high_first_bit;
-    if (trv::is_packed(f)) return packed_bit;
-    switch (f.family) {
-        case Family::colour:
-            return channel_bit;
-        case Family::word:
-            return word_bit;
-        case Family::yuv:
-            return yuv_bit;
-        default:
-            return sample_bit;
-    }
-}
-
-// Bytes in memory order, each from its highest bit to its lowest.
-std::string diagram(const Format& f) {
-    const BitName name = bit_name(f);
-    std::string text;
-    for (unsigned byte = 0; byte < f.stored * f.group / 8u; ++byte) {
-        if (byte != 0) text += ' ';
-        for (unsigned bit = 8; bit-- > 0;) text += name(f, 8 * byte + bit);
-    }
-    return text;
-}
-
-const char* family_name(Family family) {
-    switch (family) {
-        case Family::grey:
-            return "grey";
-        case Family::colour:
-            return "colour";
-        case Family::word:
-            return "colour word";
-        case Family::yuv:
-            return "YUV";
-        default:
-            return "Bayer";
-    }
-}
-
-std::string bytes_text(const Format& f) {
-    if (f.stored % 8 == 0) return std::to_string(f.stored / 8);
-    return std::to_string(f.stored / 8) + (f.stored == 10 ? ".25" : f.stored == 12 ? ".5" : ".75");
-}
-
-std::string destinations(const Format& from) {
-    std::string list;
-    for (const Format& to : trv::formats) {
-        if (trv::find_way(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code)) ==
-            trv::Way::none)
-            continue;
-        list += (list.empty() ? "" : ", ") + std::string(to.name);
-    }
-    return list;
-}
+using page::Format;
 
 void print_formats() {
     std::printf(
@@ -116,14 +14,14 @@ void print_formats() {
     std::printf("|---|---|---|---|---|---|\n");
     for (const Format& f : trv::formats)
         std::printf("| 0x%02X | %s | %s | %s | %d | `%s` |\n", static_cast<unsigned>(f.code),
-                    f.name, family_name(f.family), bytes_text(f).c_str(), f.significant,
-                    diagram(f).c_str());
+                    f.name, page::family_name(f.family), page::bytes_text(f).c_str(), f.significant,
+                    page::diagram(f).c_str());
 }
 
 void print_routes() {
     std::printf("| From | To |\n|---|---|\n");
     for (const Format& f : trv::formats) {
-        const std::string list = destinations(f);
+        const std::string list = page::destinations(f);
         if (!list.empty()) std::printf("| %s | %s |\n", f.name, list.c_str());
     }
 }
