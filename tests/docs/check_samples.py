@@ -1,0 +1,84 @@
+"""Runs the code that a page shows, in the order of the page and in one folder.
+
+usage: check_samples.py PAGE BUILD COMPILER...
+
+Blocks of c and cpp are programs: they are compiled, run, and have to end with 0. Blocks of sh and
+python are run; the former stop at the first command that fails. What cannot be run here says why in
+the line above it: "Not run by the tests: REASON". Blocks without a language are output, drawings and
+the like, so a command in one is a fault.
+"""
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+tree = pathlib.Path(__file__).resolve().parents[2]
+page, build, *compilers = sys.argv[1:]
+page, build = pathlib.Path(page), pathlib.Path(build).resolve()
+FENCE = re.compile(r"^```([^\n]*)\n(.*?)^```$", re.M | re.S)
+EXCUSE = re.compile(r"Not run by the tests: *\S")
+COMMAND = re.compile(r"^(\$ |# apt|trvil |build/bin/|cmake |cc |c\+\+ |g\+\+ |\./|pip |python3 |apt)",
+                     re.M)
+LANGUAGES = {"c": ("c99", "c"), "cpp": ("c++20", "cpp")}
+SHOWN = {"", "text", "console", "diff", "cmake", "json", "{toctree}"}
+
+
+def environment():
+    libraries = str(build / "lib")
+    return {**os.environ, "PATH": f"{build / 'bin'}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
+            "LD_LIBRARY_PATH": libraries, "TRVIL_LIBRARY_DIR": libraries,
+            "PYTHONPATH": f"{build / 'python'}:{tree / 'python'}", "PYTHONDONTWRITEBYTECODE": "1"}
+
+
+def run(command, folder):
+    done = subprocess.run(command, cwd=folder, env=environment(), text=True, timeout=120,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT)
+    return "" if done.returncode == 0 else f"ends with {done.returncode}:\n{done.stdout}"
+
+
+def compiled(language, code, folder):
+    standard, suffix = LANGUAGES[language]
+    source = folder / f"sample.{suffix}"
+    source.write_text(code)
+    compiler = compilers[0 if language == "c" else 1]
+    return run([compiler, f"-std={standard}", "-Wall", "-Wextra", "-Werror", source, "-o", "sample",
+                f"-I{tree / 'include'}", f"-L{build / 'lib'}", "-ltrvilx64", "-ltrvblx64"],
+               folder) or run(["./sample"], folder)
+
+
+def judge(language, code, folder):
+    if language in LANGUAGES:
+        return compiled(language, code, folder)
+    if language == "sh":
+        return run(["sh", "-eu", "-c", code], folder)
+    if language == "python":
+        return run(["/usr/bin/python3", "-c", code], folder)
+    if language not in SHOWN:
+        return "is of a language that nobody runs"
+    if language != "console" and COMMAND.search(code):
+        return "shows a command: say ```sh, and see that it can be run"
+    return ""
+
+
+def main():
+    text, ran, excused, faults = page.read_text(), 0, 0, []
+    with tempfile.TemporaryDirectory() as name:
+        for found in FENCE.finditer(text):
+            language, code = found.groups()
+            before = text[:found.start()].rstrip().rsplit("\n", 1)[-1]
+            if EXCUSE.search(before):
+                excused += 1
+                continue
+            fault = judge(language.strip(), code, pathlib.Path(name))
+            ran += language in (*LANGUAGES, "sh", "python")
+            if fault:
+                line = text[:found.start()].count("\n") + 1
+                faults.append(f"{page}:{line}: the block {fault}")
+    print(f"{page.name}: {ran} blocks run, {excused} excused")
+    sys.exit("\n".join(faults) or 0)
+
+
+main()

@@ -1,0 +1,100 @@
+// The drawings of docs/layouts.md are true: what they say of a bit is what conversions do with it.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+#include "docs/generate/bits.h"
+#include "trvil/tbl.h"
+#include "trvil/til.h"
+
+namespace {
+
+using Bytes = std::array<uint8_t, 64>;
+using trv::Format;
+
+const Format& format(const std::string& name) {
+    for (const Format& f : trv::formats)
+        if (name == f.name) return f;
+    throw std::invalid_argument(name);
+}
+
+// One group of pixels with one bit set, converted.
+Bytes convert(const Format& from, const Format& to, unsigned bit) {
+    Bytes in{}, out{};
+    in[bit / 8] = static_cast<uint8_t>(1u << bit % 8);
+    uint64_t source = 0, destination = 0;
+    const auto code = [](const Format& f) { return 0xC0022600u + static_cast<uint32_t>(f.code); };
+    TBS_BufferWrap(&source, from.group, 1, code(from), in.data(), in.size(), 0, nullptr, nullptr);
+    TBS_BufferWrap(&destination, from.group, 1, code(to), out.data(), out.size(), 0, nullptr,
+                   nullptr);
+    EXPECT_EQ(TIL_Convert(source, destination), TRV_STATUS_OK) << from.name << ' ' << to.name;
+    TBS_BufferRelease(&source);
+    TBS_BufferRelease(&destination);
+    return out;
+}
+
+// The bits of a group that are the value's bit `index` of `owner`.
+Bytes expected(const Format& f, char owner, int index) {
+    Bytes bytes{};
+    for (unsigned bit = 0; bit < 8 * page::group_bytes(f); ++bit) {
+        const page::Bit found = page::bit_of(f, bit);
+        if (found.owner == owner && static_cast<int>(found.index) == index)
+            bytes[bit / 8] |= static_cast<uint8_t>(1u << bit % 8);
+    }
+    return bytes;
+}
+
+TEST(Layouts, ColoursStandWhereTheDrawingsSay) {
+    const Format& from = format("BGR24");
+    for (const char* name : {"RGB15", "RGB16", "XBGR32", "BGRX32", "BGR48", "BGR15", "BGR16",
+                             "XRGB32", "RGBX32", "RGB48", "RGB30", "BGR30", "BGR24", "RGB24"}) {
+        const Format& to = format(name);
+        for (unsigned bit = 0; bit < 24; ++bit) {
+            const page::Bit set = page::bit_of(from, bit);
+            const bool is_green = set.owner == 'g';
+            const int lost = to.significant == 5 ? 3 : to.significant == 6 ? (is_green ? 2 : 3) : 0;
+            EXPECT_EQ(convert(from, to, bit),
+                      expected(to, set.owner, static_cast<int>(set.index) - lost))
+                << name << " bit " << bit;
+        }
+    }
+}
+
+// Unpacking to words puts pixel n into word n.
+TEST(Layouts, PackedPixelsStandWhereTheDrawingsSay) {
+    const char* const pairs[][2] = {{"Mono10P", "Mono10"},   {"Mono12P", "Mono12"},
+                                    {"Mono14P", "Mono14"},   {"BAY10P_A", "BAY10_A"},
+                                    {"BAY12P_B", "BAY12_B"}, {"BAY14P_C", "BAY14_C"}};
+    for (const auto& [packed, words] : pairs) {
+        const Format& from = format(packed);
+        for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
+            const page::Bit set = page::bit_of(from, bit);
+            Bytes bytes{};
+            bytes[2 * static_cast<size_t>(set.owner - 'a') + set.index / 8] =
+                static_cast<uint8_t>(1u << set.index % 8);
+            EXPECT_EQ(convert(from, format(words), bit), bytes) << packed << " bit " << bit;
+        }
+    }
+}
+
+// Narrowing keeps the top 8 bits of every sample.
+TEST(Layouts, DeepSamplesNarrowFromWhereTheDrawingsSay) {
+    const char* const pairs[][2] = {
+        {"RGB48", "RGB24"},      {"RGB48_10", "RGB24"},   {"RGB48_12", "RGB24"},
+        {"RGB48_14", "RGB24"},   {"BGR48_10", "RGB24"},   {"BGR48_14", "RGB24"},
+        {"BGR48", "BGR24"},      {"BGR48_12", "BGR24"},   {"RGBA64_10", "RGBA32"},
+        {"RGBA64_12", "RGBA32"}, {"RGBA64_14", "RGBA32"}, {"RGBA64", "RGBA32"}};
+    for (const auto& [deep, bytes] : pairs) {
+        const Format &from = format(deep), &to = format(bytes);
+        for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
+            const page::Bit set = page::bit_of(from, bit);
+            if (set.owner == '0') continue;
+            EXPECT_EQ(convert(from, to, bit),
+                      expected(to, set.owner, static_cast<int>(set.index) - (from.significant - 8)))
+                << deep << " bit " << bit;
+        }
+    }
+}
+
+}  // namespace
