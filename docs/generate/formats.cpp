@@ -38,7 +38,7 @@ How to read the last column: bytes stand in the order of memory, each with its h
 left. A letter says whose bit it is: `r`, `g`, `b`, `a` a colour or alpha, `m` grey, `s` a mosaic
 sample, `a` to `d` the pixels of a packed group, `y u z v` the two luminances (y, z) and the
 chrominance of two pixels. `0` is an unused bit, `-` a pad byte. Words are little-endian, so the low
-byte comes first.
+byte comes first. [The layouts](layouts.md) are drawn bit by bit.
 
 )";
 
@@ -58,13 +58,14 @@ const char* const knowledge = R"(
 - **Mono12P to a 4-byte layout takes the low 8 bits** of each pixel, so the picture is noise. Go by way
   of Mono12. Mono10P and Mono14P take the top 8.
 - **The pad byte** of 4-byte pixels keeps what was there when the source has three channels, takes the
-  alpha of RGBA, and takes the grey value from grey.
+  alpha of RGBA, takes the grey value from grey, and is copied from BGRX32 to BGRX32.
 - **Unpacking writes whole groups**: up to three words (10 and 14 bits) or one (12 bits) behind a width
   that is no multiple of the group. Leave room behind the last line; `TBS_BufferCreate` does. It does
   not look at the packing offset; only the 4-byte routes do.
-- **Size checks that ask for less than is written**: packed sources are measured by their packed size
-  (bits x pixels against 16 or 32 bits per destination pixel's worth of bytes), RGB48 and BGR48_10/14
-  to RGB24 by a third of a byte per pixel, RGBA64 to 4 bytes by two bytes per pixel. On the 16-bit grey
+- **Size checks that ask for less than is written.** From packed sources (all but Mono12MP) of n bits a
+  destination needs n / 16 bytes per pixel for 16-bit words and n / 32 for 4-byte pixels; RGB48, RGB48_10
+  to 14 and BGR48_10 and 14 to RGB24 need a third of a byte per pixel, RGBA64 and RGBA64_10 to 14 two
+  bytes. What is written is still the whole picture, so the caller sees to the room. On the 16-bit grey
   to 4-byte routes a destination that is too small is left alone and the status is 0 all the same.
 - **BGR48 and BGR48_12 to 15- and 16-bit words** keep one channel and a flag, not a picture. Go by way of
   BGR24.
@@ -72,7 +73,7 @@ const char* const knowledge = R"(
   next pixel, so the last pixel reads the word behind its line.
 - **Copies**: Mono8, Mono16 (equal strides and heights) and BGRX32 (equal strides) go as one block,
   padding included; the two grey ones without a size check.
-- **In place** works wherever address and stride are the same and no pixel grows.
+- **In place** works wherever address and stride are the same, no pixel grows and the source is no mosaic.
 
 All deliberate behaviours are listed in [oddities.md](oddities.md).
 )";

@@ -18,8 +18,8 @@ struct Layout {
     std::string names;  // of all formats that are stored so
 };
 
-constexpr unsigned cell = 30, height = 30, bytes_per_row = 4;
-constexpr unsigned byte_width = 8 * cell + 16, row_height = height + 44;
+constexpr unsigned cell = 30, height = 30, bytes_per_row = 2;
+constexpr unsigned byte_width = 8 * cell + 16, row_height = height + 26;
 
 // Mosaics are stored as grey is: one drawing serves both.
 Bit drawn_bit(const Format& f, unsigned bit) {
@@ -136,7 +136,7 @@ being the lowest: `r7` is the highest bit of an 8-bit red.
 | `0` | no value |
 | `-` | a pad byte |
 
-[formats.md](formats.md) has the codes, and which format becomes which.
+[Formats and routes](formats.md) has the codes, and which format becomes which.
 )";
 
 }  // namespace

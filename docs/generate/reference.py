@@ -20,7 +20,7 @@ TITLES = {
 }
 ROLES = {"function": ":c:func:`{}`", "record": ":c:struct:`{}`", "callback": ":c:type:`{}`",
          "macro": ":c:macro:`{}`", "code": "``{}``", "argument": "``{}``",
-         "page": ":doc:`{0} </{0}>`"}
+         "page": ":doc:`/{0}`"}
 MANY = 12  # as many signatures stand behind the text, not in front of it
 
 
@@ -92,7 +92,8 @@ class Page:
     def macros(self, group):
         self.lines += self.comment(group.comment) if len(group.items) > 1 else []
         for item in group.items:
-            words = [f"Value ``{item.text}``" + (f": {self.inline(item.words)}" if item.words
+            value = re.sub(r"^UINT32_C\((\w+)\)$|(?<=[0-9A-F])u$", r"\1", item.text)
+            words = [f"Value ``{value}``" + (f": {self.inline(item.words)}" if item.words
                                                  else ".")]
             if len(group.items) == 1:
                 words += ["", *self.comment(group.comment)]

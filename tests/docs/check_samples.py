@@ -1,4 +1,4 @@
-"""Runs the code that a page shows, in the order of the page and in one folder.
+"""Runs the code that a page shows, in the order of the page and in one folder, which has the examples.
 
 usage: check_samples.py PAGE BUILD COMPILER...
 
@@ -10,6 +10,7 @@ the like, so a command in one is a fault.
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -22,13 +23,14 @@ EXCUSE = re.compile(r"Not run by the tests: *\S")
 COMMAND = re.compile(r"^(\$ |# apt|trvil |build/bin/|cmake |cc |c\+\+ |g\+\+ |\./|pip |python3 |apt)",
                      re.M)
 LANGUAGES = {"c": ("c99", "c"), "cpp": ("c++20", "cpp")}
-SHOWN = {"", "text", "console", "diff", "cmake", "json", "{toctree}"}
+SHOWN = re.compile(r"|text|console|diff|cmake|json|\{\w+\}.*")
 
 
 def environment():
     libraries = str(build / "lib")
     return {**os.environ, "PATH": f"{build / 'bin'}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
-            "LD_LIBRARY_PATH": libraries, "TRVIL_LIBRARY_DIR": libraries,
+            "LD_LIBRARY_PATH": libraries, "LIBRARY_PATH": libraries,
+            "CPATH": str(tree / "include"), "TRVIL_LIBRARY_DIR": libraries,
             "PYTHONPATH": f"{build / 'python'}:{tree / 'python'}", "PYTHONDONTWRITEBYTECODE": "1"}
 
 
@@ -45,8 +47,7 @@ def compiled(language, code, folder):
     source.write_text(code)
     compiler = compilers[0 if language == "c" else 1]
     return run([compiler, f"-std={standard}", "-Wall", "-Wextra", "-Werror", source, "-o", "sample",
-                f"-I{tree / 'include'}", f"-L{build / 'lib'}", "-ltrvilx64", "-ltrvblx64"],
-               folder) or run(["./sample"], folder)
+                "-ltrvilx64", "-ltrvblx64"], folder) or run(["./sample"], folder)
 
 
 def judge(language, code, folder):
@@ -56,7 +57,7 @@ def judge(language, code, folder):
         return run(["sh", "-eu", "-c", code], folder)
     if language == "python":
         return run(["/usr/bin/python3", "-c", code], folder)
-    if language not in SHOWN:
+    if not SHOWN.fullmatch(language):
         return "is of a language that nobody runs"
     if language != "console" and COMMAND.search(code):
         return "shows a command: say ```sh, and see that it can be run"
@@ -66,6 +67,7 @@ def judge(language, code, folder):
 def main():
     text, ran, excused, faults = page.read_text(), 0, 0, []
     with tempfile.TemporaryDirectory() as name:
+        shutil.copytree(tree / "docs/examples", name, dirs_exist_ok=True)
         for found in FENCE.finditer(text):
             language, code = found.groups()
             before = text[:found.start()].rstrip().rsplit("\n", 1)[-1]
