@@ -21,8 +21,12 @@ def escaped(text):
 def commented(text, more=()):
     lines = []
     for kind, content in headers.blocks(text):
-        lines += [escaped(content)] if kind == "text" else \
-            [f"- {escaped(term)}: {escaped(words)}" for term, words in content]
+        if kind == "text":
+            lines.append(escaped(content))
+        elif kind == "list":
+            lines += [f"- {escaped(term)}: {escaped(words)}" for term, words in content]
+        else:
+            lines += ["@verbatim", *content, "@endverbatim"]
         lines.append("")
     return "\n".join(["/** " + "\n".join([*lines, *more]).strip(), "*/"])
 

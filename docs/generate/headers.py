@@ -2,7 +2,8 @@
 
 The headers keep one order. A comment with a blank line behind it is prose of its section; any other
 explains the declarations below it, up to the next comment. "---- Title ----" begins a section.
-Inside a comment, lines that are indented once more are a list of terms, each with an explanation.
+Inside a comment, lines that are indented once more are a list of terms, each with an explanation two
+blanks behind it, or are shown as they are.
 """
 import dataclasses
 import pathlib
@@ -16,6 +17,7 @@ TOKEN = re.compile(
     re.S | re.M)
 DEFINE = re.compile(r"#define\s+(\w+(?:\(\w+\))?)\s+(.*?)\s*(?:/\*\s*(.*?)\s*\*/)?$", re.S)
 MEMBER = re.compile(r"^ {4}(\S.*?);(?:\s*/\*\s*(.*?)\s*\*/)?$", re.M | re.S)
+TERM = re.compile(r"  (\S.*?)  +(\S.*)")
 NOT_FOR_USERS = re.compile(r"\w+_H$|_POSIX|TRV_EXTERN_C|OBL_PRINTF_FORMAT$|TRV_API$")
 
 
@@ -165,24 +167,40 @@ def read_header(path):
     return Header(path.name, plain(first.group()), sections)
 
 
-def blocks(text):
-    """A comment's text as ("text", words) and ("list", [(term, words)])."""
+def chunks(text):
+    """Neighbouring lines that are indented alike, more or not: [(is indented, lines)]."""
     made = []
     for line in text.split("\n"):
-        kind, last = "list" if line.startswith("  ") else "text", made[-1] if made else None
+        is_indented = line.startswith("  ")
         if not line:
-            made.append(None)
-        elif kind == "list":
-            if last is None or last[0] != "list":
-                made.append(last := ("list", []))
-            term = re.match(r"  (\S.*?)  +(\S.*)", line)
-            if term:
-                last[1].append(term.groups())
-            else:
-                before, words = last[1].pop()
-                last[1].append((before, f"{words} {line.strip()}"))
-        elif last is None or last[0] != "text":
-            made.append(("text", line))
+            made.append((None, []))
+        elif made and made[-1][0] == is_indented:
+            made[-1][1].append(line)
         else:
-            made[-1] = ("text", f"{last[1]} {line}")
-    return [block for block in made if block]
+            made.append((is_indented, [line]))
+    return [chunk for chunk in made if chunk[1]]
+
+
+def terms(lines):
+    made = []
+    for line in lines:
+        term = TERM.match(line)
+        if term:
+            made.append(term.groups())
+        else:
+            before, words = made.pop()
+            made.append((before, f"{words} {line.strip()}"))
+    return made
+
+
+def blocks(text):
+    """A comment's text as ("text", words), ("list", [(term, words)]) and ("code", lines)."""
+    made = []
+    for is_indented, lines in chunks(text):
+        if not is_indented:
+            made.append(("text", " ".join(lines)))
+        elif TERM.match(lines[0]):
+            made.append(("list", terms(lines)))
+        else:
+            made.append(("code", [line[2:] for line in lines]))
+    return made

@@ -122,7 +122,11 @@ class Manual(mdoc.Text):
 
     def group(self, group):
         kind = group.items[0].kind if group.items else "prose"
-        if kind == "function":
+        functions = [item for item in group.items if item.kind == "function"]
+        if functions and len(functions) < len(group.items):
+            self.functions(headers.Group(group.comment, functions))
+            self.macros(headers.Group("", [i for i in group.items if i not in functions]))
+        elif kind == "function":
             self.functions(group)
         elif kind == "macro":
             self.macros(group)

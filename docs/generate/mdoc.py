@@ -88,6 +88,8 @@ class Text:
         for kind, content in headers.blocks(text):
             if kind == "list":
                 self.list_of(content)
+            elif kind == "code":
+                self.put(".Bd -literal -offset indent", *map(escaped, content), ".Ed")
             else:
                 if starts_paragraph:
                     self.paragraph()

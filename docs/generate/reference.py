@@ -49,6 +49,9 @@ class Page:
             if kind == "text":
                 lines += [self.inline(content), ""]
                 continue
+            if kind == "code":
+                lines += ["::", "", *indented(content), ""]
+                continue
             lines += [".. list-table::", "   :class: statuses", ""]
             for term, words in content:
                 lines += [f"   * - {self.inline(term)}", f"     - {self.inline(words)}"]
@@ -110,7 +113,11 @@ class Page:
 
     def group(self, group):
         kinds = {item.kind for item in group.items}
-        if not group.items:
+        if kinds == {"function", "macro"}:
+            for kind in ("function", "macro"):
+                items = [item for item in group.items if item.kind == kind]
+                self.group(headers.Group(group.comment if kind == "function" else "", items))
+        elif not group.items:
             self.lines += self.comment(group.comment)
         elif kinds == {"function"}:
             self.functions(group)

@@ -2,8 +2,8 @@
 
 usage: check_samples.py PAGE BUILD COMPILER...
 
-Blocks of c and cpp are programs: they are compiled, run, and have to end with 0. Blocks of sh and
-python are run; the former stop at the first command that fails. What cannot be run here says why in
+Blocks of c and cpp are programs: they are compiled, run, and have to end with 0. Blocks of sh stop at
+the first command that fails. Blocks of python are one session, so each may use what stands above. What cannot be run here says why in
 the line above it: "Not run by the tests: REASON". Blocks without a language are output, drawings and
 the like, so a command in one is a fault.
 """
@@ -55,8 +55,6 @@ def judge(language, code, folder):
         return compiled(language, code, folder)
     if language == "sh":
         return run(["sh", "-eu", "-c", code], folder)
-    if language == "python":
-        return run(["/usr/bin/python3", "-c", code], folder)
     if not SHOWN.fullmatch(language):
         return "is of a language that nobody runs"
     if language != "console" and COMMAND.search(code):
@@ -65,7 +63,7 @@ def judge(language, code, folder):
 
 
 def main():
-    text, ran, excused, faults = page.read_text(), 0, 0, []
+    text, session, ran, excused, faults = page.read_text(), "", 0, 0, []
     with tempfile.TemporaryDirectory() as name:
         shutil.copytree(tree / "docs/examples", name, dirs_exist_ok=True)
         for found in FENCE.finditer(text):
@@ -74,11 +72,17 @@ def main():
             if EXCUSE.search(before):
                 excused += 1
                 continue
-            fault = judge(language.strip(), code, pathlib.Path(name))
+            line = text[:found.start()].count("\n") + 1
             ran += language in (*LANGUAGES, "sh", "python")
+            if language == "python":  # with the lines of the page, for messages
+                session += "\n" * (line - session.count("\n")) + code
+                continue
+            fault = judge(language.strip(), code, pathlib.Path(name))
             if fault:
-                line = text[:found.start()].count("\n") + 1
                 faults.append(f"{page}:{line}: the block {fault}")
+        fault = run(["/usr/bin/python3", "-c", session], name) if session else ""
+        if fault:
+            faults.append(f"{page}: the session in Python {fault}")
     print(f"{page.name}: {ran} blocks run, {excused} excused")
     sys.exit("\n".join(faults) or 0)
 
