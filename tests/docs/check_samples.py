@@ -3,9 +3,11 @@
 usage: check_samples.py PAGE BUILD COMPILER...
 
 Blocks of c and cpp are programs: they are compiled, run, and have to end with 0. Blocks of sh stop at
-the first command that fails. Blocks of python are one session, so each may use what stands above. What cannot be run here says why in
-the line above it: "Not run by the tests: REASON". Blocks without a language are output, drawings and
-the like, so a command in one is a fault.
+the first command that fails. Blocks of python are one session, so each may use what stands above. A piece
+of a program is fine where a program of docs/examples, which other tests build, has all its lines.
+What cannot be run says why in the line above it: "Not run by the tests: REASON". Blocks without a
+language are output, drawings, and commands that build, install or measure trvil itself; a call of
+the tool in one is a fault.
 """
 import os
 import pathlib
@@ -20,8 +22,7 @@ page, build, *compilers = sys.argv[1:]
 page, build = pathlib.Path(page), pathlib.Path(build).resolve()
 FENCE = re.compile(r"^```([^\n]*)\n(.*?)^```$", re.M | re.S)
 EXCUSE = re.compile(r"Not run by the tests: *\S")
-COMMAND = re.compile(r"^(\$ |# apt|trvil |build/bin/|cmake |cc |c\+\+ |g\+\+ |\./|pip |python3 |apt)",
-                     re.M)
+COMMAND = re.compile(r"^(\$ )?(build/bin/)?trvil ", re.M)
 LANGUAGES = {"c": ("c99", "c"), "cpp": ("c++20", "cpp")}
 SHOWN = re.compile(r"|text|console|diff|cmake|json|\{\w+\}.*")
 
@@ -50,7 +51,16 @@ def compiled(language, code, folder):
                 "-ltrvilx64", "-ltrvblx64"], folder) or run(["./sample"], folder)
 
 
+def is_piece(code, folder):
+    """Whether the lines, but for their comments, stand in a program that other tests build."""
+    wanted = [line.partition("//")[0].strip() for line in code.split("\n")]
+    return any(all(line in program.read_text() for line in wanted)
+               for program in folder.glob("*.c*"))
+
+
 def judge(language, code, folder):
+    if language in LANGUAGES and "main(" not in code and is_piece(code, tree / "docs/examples"):
+        return ""
     if language in LANGUAGES:
         return compiled(language, code, folder)
     if language == "sh":
@@ -58,7 +68,7 @@ def judge(language, code, folder):
     if not SHOWN.fullmatch(language):
         return "is of a language that nobody runs"
     if language != "console" and COMMAND.search(code):
-        return "shows a command: say ```sh, and see that it can be run"
+        return "calls trvil: say ```sh, and see that it can be run"
     return ""
 
 
