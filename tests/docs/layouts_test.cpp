@@ -79,6 +79,19 @@ TEST(Layouts, PackedPixelsStandWhereTheDrawingsSay) {
     }
 }
 
+// The top 8 of 12 bits, as grey, in all three bytes of the pixel.
+TEST(Layouts, TheHighestBitFirstIsWhereTheDrawingSays) {
+    const Format& from = format("Mono12MP");
+    for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
+        const page::Bit set = page::bit_of(from, bit);
+        Bytes bytes{};
+        for (size_t i = 0; i < 3; ++i)
+            bytes[3 * static_cast<size_t>(set.owner - 'a') + i] =
+                static_cast<uint8_t>(set.index < 4 ? 0 : 1u << (set.index - 4));
+        EXPECT_EQ(convert(from, format("BGR24"), bit), bytes) << "bit " << bit;
+    }
+}
+
 // Narrowing keeps the top 8 bits of every sample.
 TEST(Layouts, DeepSamplesNarrowFromWhereTheDrawingsSay) {
     const char* const pairs[][2] = {
