@@ -7,7 +7,7 @@ the first command that fails. Blocks of python are one session, so each may use 
 of a program is fine where a program of docs/examples, which other tests build, has all its lines.
 What cannot be run says why in the line above it: "Not run by the tests: REASON". Blocks without a
 language are output, drawings, and commands that build, install or measure trvil itself; a call of
-the tool in one is a fault.
+the tool in one is a fault. Sessions, with $ in front of commands, have a test of their own.
 """
 import os
 import pathlib
@@ -22,7 +22,7 @@ page, build, *compilers = sys.argv[1:]
 page, build = pathlib.Path(page), pathlib.Path(build).resolve()
 FENCE = re.compile(r"^```([^\n]*)\n(.*?)^```$", re.M | re.S)
 EXCUSE = re.compile(r"Not run by the tests: *\S")
-COMMAND = re.compile(r"^(\$ )?(build/bin/)?trvil ", re.M)
+COMMAND = re.compile(r"^(build/bin/)?trvil ", re.M)
 LANGUAGES = {"c": ("c99", "c"), "cpp": ("c++20", "cpp")}
 SHOWN = re.compile(r"|text|console|diff|cmake|json|\{\w+\}.*")
 
@@ -32,7 +32,7 @@ def environment():
     return {**os.environ, "PATH": f"{build / 'bin'}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
             "LD_LIBRARY_PATH": libraries, "LIBRARY_PATH": libraries,
             "CPATH": str(tree / "include"), "TRVIL_LIBRARY_DIR": libraries,
-            "PYTHONPATH": f"{build / 'python'}:{tree / 'python'}", "PYTHONDONTWRITEBYTECODE": "1"}
+            "PYTHONPATH": str(build / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
 
 
 def run(command, folder):
