@@ -1,0 +1,42 @@
+// libdc1394. It writes red first; a mosaic that is called BGGR instead of RGGB comes out blue
+// first.
+#include <dc1394/conversions.h>
+
+#include "bench/peers/contestant.h"
+
+namespace peers {
+namespace {
+
+Near near_of(const Task& task) {
+    const bool deep = task.from().significant > 8;
+    Near near{"border", 4, 2};
+    if (task.method == Method::dup) near = {"neighbours of the other side", 12, 2};
+    if (deep) near.why = "border, 48-bit result";
+    if (deep && task.method == Method::dup) near.why = "other neighbours, 48-bit result";
+    if (deep) near.channels = three_words(task.from().significant - 8u);
+    return near;
+}
+
+}  // namespace
+
+void add_dc1394(const Task& task, Contestants* list) {
+    if (!task.is_mosaic() || task.method == Method::med || task.to_code != Code::BGR24) return;
+    const uint32_t bits = task.from().significant;
+    const auto method =
+        task.method == Method::dup ? DC1394_BAYER_METHOD_NEAREST : DC1394_BAYER_METHOD_BILINEAR;
+    list->push_back({"dc1394", near_of(task), [=](Size size) -> Run {
+                         return [=](const Job& job) {
+                             if (bits == 8)
+                                 dc1394_bayer_decoding_8bit(job.from, job.to, size.width,
+                                                            size.height, DC1394_COLOR_FILTER_BGGR,
+                                                            method);
+                             else
+                                 dc1394_bayer_decoding_16bit(
+                                     reinterpret_cast<const uint16_t*>(job.from),
+                                     reinterpret_cast<uint16_t*>(job.to), size.width, size.height,
+                                     DC1394_COLOR_FILTER_BGGR, method, bits);
+                         };
+                     }});
+}
+
+}  // namespace peers

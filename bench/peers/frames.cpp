@@ -1,0 +1,104 @@
+#include "bench/peers/frames.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace peers {
+namespace {
+
+// What lies behind a picture and may be read or written by contestants that overrun.
+constexpr size_t slack = 256;
+
+uint64_t wrap(const trv::Format& format, Size size, const Memory& memory) {
+    uint64_t handle = 0;
+    const uint32_t code = trv::format_prefix + static_cast<uint32_t>(format.code);
+    const uint32_t line = static_cast<uint32_t>(trv::line_bytes(format, size.width));
+    TBS_BufferWrap(&handle, size.width, size.height, code, memory.data(), memory.bytes(), line,
+                   nullptr, nullptr);
+    return handle;
+}
+
+bool has_words(const trv::Format& format) {
+    return format.significant > 8 && format.stored % 16 == 0 && format.family != trv::Family::word;
+}
+
+void fill_noise(const trv::Format& format, size_t bytes, uint8_t* memory) {
+    const bool words = has_words(format);
+    const uint64_t mask =
+        words ? ((uint64_t{1} << format.significant) - 1) * 0x0001000100010001u : ~uint64_t{0};
+    uint64_t state = 0x9E3779B97F4A7C15u;
+    for (size_t i = 0; i < bytes; i += 8) {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        const uint64_t samples = (state * 0x2545F4914F6CDD1Du) & mask;
+        std::memcpy(memory + i, &samples, std::min<size_t>(8, bytes - i));
+    }
+}
+
+// Slopes whose colours differ, so that an exchange of two channels shows. 8 bits.
+unsigned slope(uint32_t x, uint32_t y, unsigned channel) {
+    static constexpr unsigned base[] = {30, 90, 150, 60};
+    return base[channel] + (x + 2 * y) / 8 % 64;
+}
+
+void fill_smooth(const trv::Format& format, Size size, uint8_t* memory) {
+    const bool words = has_words(format), mosaic = format.family == trv::Family::bayer;
+    const unsigned bytes = words ? 2 : 1, channels = mosaic ? 1 : format.stored / 8u / bytes;
+    for (uint32_t y = 0; y < size.height; ++y)
+        for (uint32_t x = 0; x < size.width; ++x)
+            for (unsigned c = 0; c < channels; ++c) {
+                const unsigned colour = mosaic                              ? x % 2 + y % 2
+                                        : format.family == trv::Family::yuv ? c * (1 + x % 2)
+                                                                            : c;
+                const unsigned value = slope(x, y, colour) << (words ? format.significant - 8 : 0);
+                std::memcpy(memory, &value, bytes);
+                memory += bytes;
+            }
+}
+
+}  // namespace
+
+Memory::Memory(size_t bytes)
+    : bytes_(bytes + slack),
+      data_(static_cast<uint8_t*>(std::aligned_alloc(4096, (bytes_ + 4095) / 4096 * 4096))) {
+    if (data_ == nullptr) std::abort();
+    std::memset(data_.get(), 0x55, bytes_);
+}
+
+void fill(Content content, const trv::Format& format, Size size, uint8_t* memory) {
+    if (content == Content::smooth) return fill_smooth(format, size, memory);
+    fill_noise(format, trv::line_bytes(format, size.width) * size.height, memory);
+}
+
+Frame::Frame(const Task& task, Size size, size_t room, Content content)
+    : from_(from_bytes(task, size)), to_(room) {
+    fill(content, task.from(), task.from_size(size), from_.data());
+    job_ = {from_.data(), to_.data(), wrap(task.from(), task.from_size(size), from_),
+            wrap(task.to(), size, to_)};
+}
+
+Frame::~Frame() {
+    TBS_BufferRelease(&job_.from_handle);
+    TBS_BufferRelease(&job_.to_handle);
+}
+
+size_t from_bytes(const Task& task, Size size) {
+    const Size from = task.from_size(size);
+    return trv::line_bytes(task.from(), from.width) * from.height;
+}
+
+size_t to_bytes(const Task& task, Size size) {
+    return trv::line_bytes(task.to(), size.width) * size.height;
+}
+
+size_t room_for(const Task& task, Size size, const Contestants& contestants) {
+    size_t room = to_bytes(task, size);
+    for (const Contestant& contestant : contestants)
+        if (contestant.near.channels)
+            room = std::max(
+                room, size_t{size.width} * size.height * contestant.near.channels->pixel_bits / 8);
+    return room;
+}
+
+}  // namespace peers

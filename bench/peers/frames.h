@@ -1,0 +1,52 @@
+// The pictures of a contest: one that stays in cache (warm), or a ring that never does (cold).
+// Every contestant works on the same pictures.
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "bench/peers/contestant.h"
+
+namespace peers {
+
+enum class Content { noise, smooth };
+
+class Memory {
+  public:
+    explicit Memory(size_t bytes);
+    uint8_t* data() const { return data_.get(); }
+    size_t bytes() const { return bytes_; }
+
+  private:
+    struct Free {
+        void operator()(uint8_t* memory) const { std::free(memory); }
+    };
+    size_t bytes_;
+    std::unique_ptr<uint8_t, Free> data_;
+};
+
+// Fills a picture with samples of no more than the format's significant bits.
+void fill(Content content, const trv::Format& format, Size size, uint8_t* memory);
+
+class Frame {
+  public:
+    // `room` is the bytes that the largest result of all contestants takes.
+    Frame(const Task& task, Size size, size_t room, Content content);
+    ~Frame();
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    const Job& job() const { return job_; }
+    const Memory& result() const { return to_; }
+
+  private:
+    Memory from_, to_;
+    Job job_{};
+};
+
+size_t from_bytes(const Task& task, Size size);
+size_t to_bytes(const Task& task, Size size);
+size_t room_for(const Task& task, Size size, const Contestants& contestants);
+
+}  // namespace peers

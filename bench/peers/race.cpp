@@ -1,0 +1,106 @@
+#include "bench/peers/race.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "bench/measure.h"
+#include "bench/peers/crew.h"
+
+namespace peers {
+namespace {
+
+// What one thread owns.
+class Lane {
+  public:
+    Lane(const Task& task, const Contestants& contestants, const Rules& rules) {
+        const size_t bytes = from_bytes(task, rules.size) + to_bytes(task, rules.size);
+        const size_t ring = rules.cold ? std::max<size_t>(4, (size_t{400} << 20) / bytes) : 1;
+        const size_t room = room_for(task, rules.size, contestants);
+        for (size_t i = 0; i < ring; ++i) {
+            frames_.push_back(std::make_unique<Frame>(task, rules.size, room, Content::noise));
+            copy_from_.emplace_back(bytes / 2);
+            copy_to_.emplace_back(bytes / 2);
+        }
+        for (const Contestant& contestant : contestants)
+            runs_.push_back(contestant.prepare(task.from_size(rules.size)));
+        copy_bytes_ = bytes / 2;
+    }
+
+    // Contestants by their index; the one behind the last is the memory copy.
+    void call(size_t contestant, size_t times) {
+        for (size_t i = 0; i < times; ++i) {
+            turn_ = (turn_ + 1) % frames_.size();
+            if (contestant == runs_.size())
+                std::memcpy(copy_to_[turn_].data(), copy_from_[turn_].data(), copy_bytes_);
+            else
+                runs_[contestant](frames_[turn_]->job());
+        }
+    }
+
+  private:
+    std::vector<std::unique_ptr<Frame>> frames_;
+    std::vector<Memory> copy_from_, copy_to_;
+    std::vector<Run> runs_;
+    size_t copy_bytes_ = 0, turn_ = 0;
+};
+
+// One contestant's times. One that is much slower than we are sits out after a few rounds, so that
+// it costs a run no more than the others do.
+struct Record {
+    static constexpr size_t enough = 5;
+    std::vector<double> times;
+    size_t calls = 1;  // in one measurement, which takes at least 20 microseconds
+    bool sits_out(double limit) const {
+        return times.size() >= enough && bench::median(times) > limit;
+    }
+};
+
+class Race {
+  public:
+    Race(const Task& task, const Contestants& contestants, const Rules& rules)
+        : crew_(rules.threads), records_(contestants.size() + 1) {
+        for (unsigned i = 0; i < rules.threads; ++i)
+            lanes_.push_back(std::make_unique<Lane>(task, contestants, rules));
+        for (size_t i = 0; i < records_.size(); ++i) warm_up(i);
+    }
+
+    void round() {
+        for (size_t i = 0; i < records_.size(); ++i) {
+            Record& record = records_[i];
+            const bool behind = i > 0 && record.sits_out(8 * bench::median(records_[0].times));
+            if (!behind) record.times.push_back(time(i) / static_cast<double>(record.calls));
+        }
+    }
+
+    std::vector<double> medians() const {
+        std::vector<double> list;
+        for (const Record& record : records_) list.push_back(bench::median(record.times));
+        return list;
+    }
+
+  private:
+    double time(size_t contestant) {
+        const size_t calls = records_[contestant].calls;
+        return bench::seconds(
+            [&] { crew_.all([&](unsigned lane) { lanes_[lane]->call(contestant, calls); }); });
+    }
+    void warm_up(size_t contestant) {
+        time(contestant);
+        const double once = time(contestant);
+        records_[contestant].calls = static_cast<size_t>(std::max(1.0, 20e-6 / once));
+    }
+
+    Crew crew_;
+    std::vector<std::unique_ptr<Lane>> lanes_;
+    std::vector<Record> records_;
+};
+
+}  // namespace
+
+std::vector<double> race(const Task& task, const Contestants& contestants, const Rules& rules) {
+    Race race(task, contestants, rules);
+    for (int i = 0; i < rules.rounds; ++i) race.round();
+    return race.medians();
+}
+
+}  // namespace peers
