@@ -9,9 +9,9 @@ namespace {
 
 Near near_of(const Task& task) {
     const bool deep = task.from().significant > 8;
-    Near near{"border", 4, 2};
-    if (task.method == Method::dup) near = {"neighbours of the other side", 12, 2};
-    if (deep) near.why = "border, 48-bit result";
+    Near near{"rounding, border", 1, 2};
+    if (task.method == Method::dup) near = {"neighbours of the other side", 4, 2};
+    if (deep) near.why = "rounding, border, 48-bit result";
     if (deep && task.method == Method::dup) near.why = "other neighbours, 48-bit result";
     if (deep) near.channels = three_words(task.from().significant - 8u);
     return near;

@@ -36,22 +36,27 @@ void fill_noise(const trv::Format& format, size_t bytes, uint8_t* memory) {
     }
 }
 
-// Slopes whose colours differ, so that an exchange of two channels shows. 8 bits.
-unsigned slope(uint32_t x, uint32_t y, unsigned channel) {
-    static constexpr unsigned base[] = {30, 90, 150, 60};
-    return base[channel] + (x + 2 * y) / 8 % 64;
+// Slopes whose colours differ, so that an exchange of two channels shows; 8 bits and a fraction.
+unsigned slope(uint32_t x, uint32_t y, unsigned channel, unsigned fraction_bits) {
+    static constexpr unsigned base[] = {20, 60, 100, 40};
+    const unsigned fraction = (7 * x + 13 * y) & ((1u << fraction_bits) - 1);
+    return (base[channel] + (x + 2 * y) / 2 % 128) << fraction_bits | fraction;
+}
+
+unsigned channel_at(const trv::Format& format, uint32_t x, uint32_t y, unsigned sample) {
+    if (format.family == trv::Family::bayer) return x % 2 + y % 2;
+    if (format.family == trv::Family::yuv) return sample * (1 + x % 2);
+    return sample;
 }
 
 void fill_smooth(const trv::Format& format, Size size, uint8_t* memory) {
-    const bool words = has_words(format), mosaic = format.family == trv::Family::bayer;
-    const unsigned bytes = words ? 2 : 1, channels = mosaic ? 1 : format.stored / 8u / bytes;
+    const unsigned bytes = has_words(format) ? 2 : 1;
+    const unsigned fraction_bits = has_words(format) ? format.significant - 8u : 0;
     for (uint32_t y = 0; y < size.height; ++y)
         for (uint32_t x = 0; x < size.width; ++x)
-            for (unsigned c = 0; c < channels; ++c) {
-                const unsigned colour = mosaic                              ? x % 2 + y % 2
-                                        : format.family == trv::Family::yuv ? c * (1 + x % 2)
-                                                                            : c;
-                const unsigned value = slope(x, y, colour) << (words ? format.significant - 8 : 0);
+            for (unsigned sample = 0; sample < format.stored / 8u / bytes; ++sample) {
+                const unsigned channel = channel_at(format, x, y, sample);
+                const unsigned value = slope(x, y, channel, fraction_bits);
                 std::memcpy(memory, &value, bytes);
                 memory += bytes;
             }

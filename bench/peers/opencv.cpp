@@ -75,7 +75,7 @@ struct Row {
 
 const std::vector<Row>& direct_rows() {
     const Near pad{"pad byte", 0};
-    const Near range{"limited-range YUV", 24};
+    const Near range{"limited-range YUV", 20};
     static const std::vector<Row> rows = {
         {Code::BGR24, Code::BGRX32, pad, colour(cv::COLOR_BGR2BGRA)},
         {Code::BGRX32, Code::BGR24, {}, colour(cv::COLOR_BGRA2BGR)},
@@ -118,11 +118,11 @@ int demosaic_code(const Task& task) {
 }
 
 Near demosaic_near(const Task& task) {
-    if (task.method == Method::dup) return {"bilinear filter", 12, 2};
+    if (task.method == Method::dup) return {"bilinear filter", 3, 2};
     if (task.method == Method::med && task.to_code == Code::BGR24)
-        return {"edge-aware filter", 8, 2};
-    if (task.method == Method::med) return {"bilinear filter", 8, 2};
-    return {"rounding, border", 4, 2};
+        return {"edge-aware filter", 2, 2};
+    if (task.method == Method::med) return {"bilinear filter", 2, 2};
+    return {"rounding, border", 1, 2};
 }
 
 // Deep samples are narrowed first: its demosaicing of 16-bit samples has no vector code.
@@ -170,7 +170,7 @@ Near field_near(Method method) {
     if (method == Method::line_dup) return {};
     if (method == Method::line_ave) return {"rounding", 1};
     if (method == Method::bilinear) return {"rounding, border", 1, 2};
-    return {"median of nine", 8, 2};
+    return {"median of nine", 2, 2};
 }
 
 // The frame's even lines and its odd lines are two pictures of twice the stride.

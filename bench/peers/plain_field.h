@@ -1,11 +1,25 @@
 // Plain frames from fields: the field's lines are the even lines of the frame.
 #pragma once
 
-#include <algorithm>
-
 #include "bench/peers/plain_direct.h"
 
 namespace peers::plain {
+
+inline uint8_t low(uint8_t a, uint8_t b) {
+    return a < b ? a : b;
+}
+
+inline uint8_t high(uint8_t a, uint8_t b) {
+    return a < b ? b : a;
+}
+
+struct Three {
+    uint8_t least, middle, most;
+    Three(uint8_t a, uint8_t b, uint8_t c)
+        : least(low(low(a, b), c)),
+          middle(high(low(a, b), low(high(a, b), c))),
+          most(high(high(a, b), c)) {}
+};
 
 struct Between {
     const uint8_t *upper, *lower;
@@ -23,34 +37,27 @@ struct Between {
     }
     // The two in the middle of six, from two sorted threes.
     uint8_t middle(size_t k, size_t d) const {
-        const auto sorted = [&](const uint8_t* line, int* three) {
-            const int a = line[k - d], b = line[k], c = line[k + d];
-            const int low = std::min(a, b), high = std::max(a, b);
-            three[0] = std::min(low, c);
-            three[1] = std::max(low, std::min(high, c));
-            three[2] = std::max(high, c);
-        };
-        int u[3], w[3];
-        sorted(upper, u);
-        sorted(lower, w);
-        const int third = std::min({u[2], std::max(u[1], w[0]), std::max(u[0], w[1]), w[2]});
-        const int fourth =
-            std::min({std::max(u[0], w[2]), std::max(u[1], w[1]), std::max(u[2], w[0])});
+        const Three u(upper[k - d], upper[k], upper[k + d]);
+        const Three w(lower[k - d], lower[k], lower[k + d]);
+        const uint8_t third =
+            low(low(u.most, w.most), low(high(u.middle, w.least), high(u.least, w.middle)));
+        const uint8_t fourth =
+            low(high(u.middle, w.middle), low(high(u.least, w.most), high(u.most, w.least)));
         return static_cast<uint8_t>((third + fourth) / 2);
     }
 };
 
 struct Duplicate {
-    static void line(const Between& b) { std::memcpy(b.out, b.upper, b.length); }
+    static void line(Between b) { std::memcpy(b.out, b.upper, b.length); }
 };
 
 struct Mean {
-    static void line(const Between& b) { b.mean(0, b.length); }
+    static void line(Between b) { b.mean(0, b.length); }
 };
 
 template <size_t Distance>
 struct Bilinear {
-    static void line(const Between& b) {
+    static void line(Between b) {
         b.mean(0, Distance);
         for (size_t k = Distance; k + Distance < b.length; ++k) b.out[k] = b.weighted(k, Distance);
         b.mean(b.length - Distance, b.length);
@@ -59,7 +66,7 @@ struct Bilinear {
 
 template <size_t Distance>
 struct Median {
-    static void line(const Between& b) {
+    static void line(Between b) {
         b.mean(0, Distance);
         for (size_t k = Distance; k + Distance < b.length; ++k) b.out[k] = b.middle(k, Distance);
         b.mean(b.length - Distance, b.length);
@@ -68,7 +75,7 @@ struct Median {
 
 // Neighbouring luminance is 2 bytes away, neighbouring chrominance of a kind 4.
 struct MedianYuv {
-    static void line(const Between& b) {
+    static void line(Between b) {
         b.mean(0, 4);
         b.out[2] = b.middle(2, 2);
         for (size_t k = 4; k + 5 < b.length; k += 2) {

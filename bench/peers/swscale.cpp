@@ -61,14 +61,15 @@ Context context_for(const Task& task, Size size) {
 }
 
 Near near_of(const Task& task) {
-    if (task.is_mosaic()) return {"border, rounding", 4, 2};
-    if (task.from_code == Code::YUV422) return {"coefficients", 8};
+    if (task.from().stored == 32 && task.to().stored == 32) return {};
+    if (task.is_mosaic()) return {"rounding, border", 1, 2};
+    if (task.from_code == Code::YUV422) return {"coefficients", 3};
     if (task.to_code == Code::BGR48)
         return {"scales to 16 bits", 1, 0, Channels{48, {{8, 8, 0}, {24, 8, 0}, {40, 8, 0}}}};
     if (task.to_code == Code::Mono16) return {"scales to 16 bits", 1, 0, Channels{16, {{8, 8, 0}}}};
-    if (task.from().significant > 8) return {"rounding, pad byte", 2};
-    if (task.to_code == Code::BGRX32) return {"pad byte", 1};
-    if (task.to_code == Code::RGB16 && task.from_code == Code::Mono8) return {"dithering", 2};
+    if (task.from().significant > 8) return {"rounding", 1};
+    if (task.to_code == Code::BGRX32) return {"pad byte", 0};
+    if (task.to_code == Code::RGB16 && task.from_code == Code::Mono8) return {"dithering", 1};
     return {};
 }
 

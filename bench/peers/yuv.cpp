@@ -79,8 +79,8 @@ using namespace libyuv;
 
 const std::vector<Row>& rows() {
     const Near pad{"pad byte", 0};
-    const Near range{"limited-range YUV", 24};
-    const Near thirty{"fields of 2:10:10:10", 1, 0,
+    const Near range{"limited-range YUV", 20};
+    const Near thirty{"fields of 10, 10, 10 and 2 bits", 0, 0,
                       Channels{32, {{0, 10, 2}, {10, 10, 2}, {20, 10, 2}}}};
     static const std::vector<Row> table = {
         {Code::BGR24, Code::BGRX32, pad, one<RGB24ToARGB, 3, 4>},

@@ -1,0 +1,39 @@
+#include "bench/peers/contestant.h"
+#include "image/api/convert.h"
+#include "image/api/field_to_frame.h"
+
+namespace peers {
+namespace {
+
+uint32_t bayer_method(Method method) {
+    return method == Method::dup   ? TBL_BAYER_METHOD_DUP
+           : method == Method::med ? TBL_BAYER_METHOD_MED
+                                   : TBL_BAYER_METHOD_AVE;
+}
+
+uint32_t field_method(Method method) {
+    return static_cast<uint32_t>(method) - static_cast<uint32_t>(Method::line_dup);
+}
+
+}  // namespace
+
+Contestant ours(const Task& task, unsigned level, const std::string& name) {
+    const trv::Level& table = trv::levels[level];
+    if (task.is_field()) {
+        const uint32_t method = field_method(task.method);
+        return {name, {}, [&table, method](Size) -> Run {
+                    return [&table, method](const Job& job) {
+                        trv::field_to_frame(table, job.from_handle, job.to_handle, method, 1);
+                    };
+                }};
+    }
+    const uint32_t method = bayer_method(task.method);
+    return {name, {}, [&table, method](Size) -> Run {
+                return [&table, method](const Job& job) {
+                    TBS_BufferParameterSet(job.from_handle, TBL_PARAMETER_BAYER_METHOD, method);
+                    trv::convert(table, job.from_handle, job.to_handle);
+                };
+            }};
+}
+
+}  // namespace peers
