@@ -47,7 +47,7 @@ std::string compare(const Task& task, const Near& near, const uint8_t* own, cons
 }
 
 std::string compare_bytes(const Task& task, const Frame& own, const Frame& theirs) {
-    const uint8_t *a = own.result().data(), *b = theirs.result().data();
+    const uint8_t *a = own.job().to, *b = theirs.job().to;
     const size_t bytes = to_bytes(task, check_size);
     const size_t at = static_cast<size_t>(std::mismatch(a, a + bytes, b).first - a);
     if (at == bytes) return "";
@@ -65,7 +65,7 @@ std::string check(const Task& task, const Contestant& own, const Contestant& con
     own.prepare(size)(ours.job());
     contestant.prepare(size)(theirs.job());
     if (exact) return compare_bytes(task, ours, theirs);
-    return compare(task, contestant.near, ours.result().data(), theirs.result().data());
+    return compare(task, contestant.near, ours.job().to, theirs.job().to);
 }
 
 Channels channels_of(const trv::Format& format) {

@@ -9,12 +9,16 @@ namespace {
 // What lies behind a picture and may be read or written by contestants that overrun.
 constexpr size_t slack = 256;
 
-uint64_t wrap(const trv::Format& format, Size size, const Memory& memory) {
+constexpr size_t pages(size_t bytes) {
+    return (bytes + 4095) / 4096 * 4096;
+}
+
+uint64_t wrap(const trv::Format& format, Size size, uint8_t* memory) {
     uint64_t handle = 0;
     const uint32_t code = trv::format_prefix + static_cast<uint32_t>(format.code);
     const uint32_t line = static_cast<uint32_t>(trv::line_bytes(format, size.width));
-    TBS_BufferWrap(&handle, size.width, size.height, code, memory.data(), memory.bytes(), line,
-                   nullptr, nullptr);
+    TBS_BufferWrap(&handle, size.width, size.height, code, memory,
+                   uint64_t{line} * size.height + 64, line, nullptr, nullptr);
     return handle;
 }
 
@@ -65,10 +69,9 @@ void fill_smooth(const trv::Format& format, Size size, uint8_t* memory) {
 }  // namespace
 
 Memory::Memory(size_t bytes)
-    : bytes_(bytes + slack),
-      data_(static_cast<uint8_t*>(std::aligned_alloc(4096, (bytes_ + 4095) / 4096 * 4096))) {
+    : data_(static_cast<uint8_t*>(std::aligned_alloc(4096, pages(bytes)))) {
     if (data_ == nullptr) std::abort();
-    std::memset(data_.get(), 0x55, bytes_);
+    std::memset(data_.get(), 0x55, bytes);
 }
 
 void fill(Content content, const trv::Format& format, Size size, uint8_t* memory) {
@@ -77,10 +80,17 @@ void fill(Content content, const trv::Format& format, Size size, uint8_t* memory
 }
 
 Frame::Frame(const Task& task, Size size, size_t room, Content content)
-    : from_(from_bytes(task, size)), to_(room) {
-    fill(content, task.from(), task.from_size(size), from_.data());
-    job_ = {from_.data(), to_.data(), wrap(task.from(), task.from_size(size), from_),
-            wrap(task.to(), size, to_)};
+    : to_at_(pages(from_bytes(task, size) + 64)),
+      copy_bytes_((from_bytes(task, size) + to_bytes(task, size)) / 2),
+      memory_(to_at_ + room + slack) {
+    uint8_t *const from = memory_.data(), *const to = from + to_at_;
+    fill(content, task.from(), task.from_size(size), from);
+    job_ = {from, to, wrap(task.from(), task.from_size(size), from), wrap(task.to(), size, to)};
+}
+
+void Frame::copy() const {
+    const size_t to = (copy_bytes_ + 63) / 64 * 64;
+    std::memcpy(memory_.data() + to, memory_.data(), copy_bytes_);
 }
 
 Frame::~Frame() {

@@ -16,19 +16,18 @@ class Memory {
   public:
     explicit Memory(size_t bytes);
     uint8_t* data() const { return data_.get(); }
-    size_t bytes() const { return bytes_; }
 
   private:
     struct Free {
         void operator()(uint8_t* memory) const { std::free(memory); }
     };
-    size_t bytes_;
     std::unique_ptr<uint8_t, Free> data_;
 };
 
 // Fills a picture with samples of no more than the format's significant bits.
 void fill(Content content, const trv::Format& format, Size size, uint8_t* memory);
 
+// Source and result in one piece of memory, one behind the other.
 class Frame {
   public:
     // `room` is the bytes that the largest result of all contestants takes.
@@ -38,10 +37,13 @@ class Frame {
     Frame& operator=(const Frame&) = delete;
 
     const Job& job() const { return job_; }
-    const Memory& result() const { return to_; }
+    // A memory copy of half the bytes that the task moves, inside the same memory, so that it finds
+    // in the caches what the contestants find there. Samples stay samples.
+    void copy() const;
 
   private:
-    Memory from_, to_;
+    size_t to_at_, copy_bytes_;
+    Memory memory_;
     Job job_{};
 };
 

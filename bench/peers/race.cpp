@@ -3,7 +3,6 @@
 #include <time.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "bench/measure.h"
 #include "bench/peers/crew.h"
@@ -30,14 +29,10 @@ class Lane {
         const size_t bytes = from_bytes(task, rules.size) + to_bytes(task, rules.size);
         const size_t ring = rules.cold ? std::max<size_t>(4, (size_t{400} << 20) / bytes) : 1;
         const size_t room = room_for(task, rules.size, contestants);
-        for (size_t i = 0; i < ring; ++i) {
+        for (size_t i = 0; i < ring; ++i)
             frames_.push_back(std::make_unique<Frame>(task, rules.size, room, Content::noise));
-            copy_from_.emplace_back(bytes / 2);
-            copy_to_.emplace_back(bytes / 2);
-        }
         for (const Contestant& contestant : contestants)
             runs_.push_back(contestant.prepare(task.from_size(rules.size)));
-        copy_bytes_ = bytes / 2;
     }
 
     // Contestants by their index; the one behind the last is the memory copy.
@@ -45,7 +40,7 @@ class Lane {
         for (size_t i = 0; i < times; ++i) {
             turn_ = (turn_ + 1) % frames_.size();
             if (contestant == runs_.size())
-                std::memcpy(copy_to_[turn_].data(), copy_from_[turn_].data(), copy_bytes_);
+                frames_[turn_]->copy();
             else
                 runs_[contestant](frames_[turn_]->job());
         }
@@ -53,9 +48,8 @@ class Lane {
 
   private:
     std::vector<std::unique_ptr<Frame>> frames_;
-    std::vector<Memory> copy_from_, copy_to_;
     std::vector<Run> runs_;
-    size_t copy_bytes_ = 0, turn_ = 0;
+    size_t turn_ = 0;
 };
 
 // One contestant's times. One that is much slower than we are sits out after a few rounds, so that
@@ -64,8 +58,8 @@ struct Record {
     static constexpr size_t enough = 5;
     std::vector<double> times;
     size_t calls = 1;  // in one measurement, which takes at least 50 microseconds
-    bool sits_out(double limit) const {
-        return times.size() >= enough && bench::median(times) > limit;
+    bool sits_out(const Record& own) const {
+        return times.size() >= enough && bench::median(times) > 8 * bench::median(own.times);
     }
 };
 
@@ -78,10 +72,12 @@ class Race {
         for (size_t i = 0; i < records_.size(); ++i) warm_up(i);
     }
 
-    void round() {
-        for (size_t i = 0; i < records_.size(); ++i) {
+    // Everyone begins a round once in a while.
+    void round(size_t number) {
+        for (size_t k = 0; k < records_.size(); ++k) {
+            const size_t i = (k + number) % records_.size();
             Record& record = records_[i];
-            const bool behind = i > 0 && record.sits_out(8 * bench::median(records_[0].times));
+            const bool behind = i > 0 && record.sits_out(records_[0]);
             if (!behind) record.times.push_back(time(i) / static_cast<double>(record.calls));
         }
     }
@@ -114,7 +110,7 @@ class Race {
 
 std::vector<double> race(const Task& task, const Contestants& contestants, const Rules& rules) {
     Race race(task, contestants, rules);
-    for (int i = 0; i < rules.rounds; ++i) race.round();
+    for (int i = 0; i < rules.rounds; ++i) race.round(static_cast<size_t>(i));
     return race.medians();
 }
 
