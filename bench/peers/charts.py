@@ -16,6 +16,7 @@ import sys
 from svg import dots_chart, bars_chart
 
 RUNS = ["warm", "cold", "small", "tiny", "threads"]
+PEERS = ["plain", "plain pdep", "OpenCV", "libyuv", "swscale", "dc1394"]
 LEVELS = ["trvil", "trvil v3", "trvil v2", "trvil scalar"]
 
 
@@ -119,7 +120,8 @@ def task_part(runs):
 
 def peers_part(runs):
     tasks = runs["warm"].tasks.values()
-    names = list(dict.fromkeys(c["name"] for t in tasks for c in t.peers))
+    present = {c["name"] for t in tasks for c in t.peers}
+    names = [n for n in PEERS if n in present] + sorted(present - set(PEERS))
     rows = []
     for task in tasks:
         by_name = {c["name"]: c for c in task.peers}
