@@ -1,9 +1,9 @@
 #include "bench/peers/contestant.h"
 
-#if TRV_PEER_OPENCV
+#ifdef TRV_PEER_OPENCV
 #include <opencv2/core/version.hpp>
 #endif
-#if TRV_PEER_YUV
+#ifdef TRV_PEER_YUV
 #include <libyuv/version.h>
 #endif
 
@@ -12,16 +12,16 @@ namespace peers {
 Contestants peers_of(const Task& task) {
     Contestants list;
     add_plain(task, &list);
-#if TRV_PEER_OPENCV
+#ifdef TRV_PEER_OPENCV
     add_opencv(task, &list);
 #endif
-#if TRV_PEER_YUV
+#ifdef TRV_PEER_YUV
     add_yuv(task, &list);
 #endif
-#if TRV_PEER_SWSCALE
+#ifdef TRV_PEER_SWSCALE
     add_swscale(task, &list);
 #endif
-#if TRV_PEER_DC1394
+#ifdef TRV_PEER_DC1394
     add_dc1394(task, &list);
 #endif
     return list;
@@ -31,16 +31,16 @@ std::vector<Version> versions() {
     std::vector<Version> list;
     list.push_back(
         {"plain", std::string(TRV_COMPILER) + " " + __VERSION__ + ", -O3 -march=native"});
-#if TRV_PEER_OPENCV
+#ifdef TRV_PEER_OPENCV
     list.push_back({"OpenCV", CV_VERSION});
 #endif
-#if TRV_PEER_YUV
+#ifdef TRV_PEER_YUV
     list.push_back({"libyuv", std::to_string(LIBYUV_VERSION)});
 #endif
-#if TRV_PEER_SWSCALE
+#ifdef TRV_PEER_SWSCALE
     list.push_back({"swscale", TRV_PEER_SWSCALE_VERSION});
 #endif
-#if TRV_PEER_DC1394
+#ifdef TRV_PEER_DC1394
     list.push_back({"dc1394", TRV_PEER_DC1394_VERSION});
 #endif
     return list;
