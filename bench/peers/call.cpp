@@ -111,9 +111,9 @@ const Task tasks[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool rounds_given = argc >= 2 && std::atoi(argv[1]) > 0;
-    if (!rounds_given || argc > 3) {
-        std::fprintf(stderr, "usage: bench_call ROUNDS [JSON-FILE]\n");
+    const int rounds = argc >= 2 ? std::atoi(argv[1]) : 200;
+    if (rounds < 1 || argc > 3) {
+        std::fprintf(stderr, "usage: bench_call [ROUNDS [JSON-FILE]]\n");
         return 2;
     }
     std::vector<Cost> costs;
@@ -121,7 +121,7 @@ int main(int argc, char** argv) {
                 "the rest");
     for (const Size size : {Size{2, 2}, Size{16, 16}, Size{64, 48}})
         for (const Task& task : tasks) {
-            const Cost cost = measure(task, size, std::atoi(argv[1]));
+            const Cost cost = measure(task, size, rounds);
             const std::string side = std::to_string(size.width) + "x" + std::to_string(size.height);
             std::printf("%-24s %8s %9zu %8.0f %8.0f %8.0f\n", cost.name.c_str(), side.c_str(),
                         cost.queries, cost.call_ns, cost.queries_ns, cost.rest_ns());

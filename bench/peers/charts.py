@@ -161,7 +161,17 @@ def thread_part(runs):
         together = mean(t.speed() for t in tasks)
         rows.append([family, f"{alone:.0f}", f"{together:.0f}", f"{together / alone:.2f}",
                      spread([t.of_best() for t in tasks])])
-    return table(["Family", "1 thread, Mpx/s:", f"{threads} threads, Mpx/s:", "gain:", "x best peer:"], rows)
+    text = table(["Family", "1 thread, Mpx/s:", f"{threads} threads, Mpx/s:", "gain:", "x best peer:"], rows)
+    return busy_note(runs["threads"]) + text
+
+
+def busy_note(run):
+    """What to say of a run of several threads that had not the machine for itself."""
+    load, cores = run.machine["load"], run.machine["processors"]
+    if load < run.rules["threads"] + 0.5:
+        return ""
+    return (f"Other programs ran meanwhile (load {load:.1f} on {cores} cores): these speeds are too low, and the\n"
+            "gain says nothing. On an idle machine this remark goes away.\n\n")
 
 
 def call_part(calls):

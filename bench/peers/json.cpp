@@ -1,7 +1,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <sstream>
@@ -36,6 +36,13 @@ std::string today() {
     return text;
 }
 
+// Of the last minute; negative where the system does not tell.
+double load() {
+    double average = -1;
+    getloadavg(&average, 1);
+    return average;
+}
+
 void write_machine(std::ostream& out) {
     utsname system{};
     uname(&system);
@@ -45,8 +52,8 @@ void write_machine(std::ostream& out) {
         << ", \"l2_bytes\": " << sysconf(_SC_LEVEL2_CACHE_SIZE)
         << ", \"l3_bytes\": " << sysconf(_SC_LEVEL3_CACHE_SIZE)
         << ", \"compiler\": " << quoted(std::string(TRV_COMPILER) + " " + __VERSION__)
-        << ", \"level\": " << quoted(trv::current_level().name) << ", \"date\": " << quoted(today())
-        << "},\n\"versions\": {";
+        << ", \"level\": " << quoted(trv::current_level().name) << ", \"load\": " << load()
+        << ", \"date\": " << quoted(today()) << "},\n\"versions\": {";
     const char* comma = "";
     for (const Version& version : versions()) {
         out << comma << quoted(version.name) << ": " << quoted(version.version);

@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "bench/options.h"
 #include "bench/peers/check.h"
@@ -32,7 +31,7 @@ const char usage[] =
     "  --list        names the tasks and who takes part, and measures nothing\n";
 
 [[noreturn]] void give_up(const std::string& what) {
-    std::fprintf(stderr, "bench_peers: %s\n%s", what.c_str(), usage);
+    std::fprintf(stderr, "bench_peers: %s; --help lists the options\n", what.c_str());
     std::exit(2);
 }
 
@@ -56,7 +55,10 @@ Size size_of(const char* value) {
 }
 
 void take_flag(const std::string& word, Options* options) {
-    if (word == "--levels") {
+    if (word == "--help") {
+        std::fputs(usage, stdout);
+        std::exit(0);
+    } else if (word == "--levels") {
         options->all_levels = true;
     } else if (word == "--list") {
         options->list = true;
@@ -145,7 +147,8 @@ std::vector<const Task*> chosen(const std::string& only) {
     for (const Task& task : all_tasks())
         if ((task.name() + "\n" + task.family).find(only) != std::string::npos)
             tasks.push_back(&task);
-    if (tasks.empty()) give_up("no task contains \"" + only + "\"; --list names them");
+    if (tasks.empty())
+        give_up("no name or family of a task contains \"" + only + "\"; --list names them all");
     return tasks;
 }
 

@@ -3,6 +3,9 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
+#include <memory>
+
 #include "bench/peers/contestant.h"
 
 namespace peers {

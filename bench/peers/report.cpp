@@ -1,8 +1,6 @@
 #include "bench/peers/report.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace peers {
 
