@@ -65,7 +65,7 @@ Cost measure(const Task& task, Size size, int rounds) {
     const auto call = [&] { run(frame.job()); };
     // Both go through the setting of the method, which is no part of a call.
     const auto ask = [&] {
-        if (!task.is_field())
+        if (task.is_mosaic())
             TBS_BufferParameterSet(frame.job().from_handle, TBL_PARAMETER_BAYER_METHOD,
                                    TBL_BAYER_METHOD_AVE);
         uint64_t value = 0;

@@ -170,8 +170,8 @@ def busy_note(run):
     load, cores = run.machine["load"], run.machine["processors"]
     if load < run.rules["threads"] + 0.5:
         return ""
-    return (f"Other programs ran meanwhile (load {load:.1f} on {cores} cores): these speeds are too low, and the\n"
-            "gain says nothing. On an idle machine this remark goes away.\n\n")
+    return (f"Other programs ran meanwhile (load {load:.1f} on {cores} cores): these speeds are too low, and\n"
+            "gain and ratios say little. Measured on an idle machine, this remark goes away.\n\n")
 
 
 def call_part(calls):

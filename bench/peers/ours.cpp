@@ -27,10 +27,12 @@ Contestant ours(const Task& task, unsigned level, const std::string& name) {
                     };
                 }};
     }
+    const bool mosaic = task.is_mosaic();
     const uint32_t method = bayer_method(task.method);
-    return {name, {}, [&table, method](Size) -> Run {
-                return [&table, method](const Job& job) {
-                    TBS_BufferParameterSet(job.from_handle, TBL_PARAMETER_BAYER_METHOD, method);
+    return {name, {}, [&table, mosaic, method](Size) -> Run {
+                return [&table, mosaic, method](const Job& job) {
+                    if (mosaic)
+                        TBS_BufferParameterSet(job.from_handle, TBL_PARAMETER_BAYER_METHOD, method);
                     trv::convert(table, job.from_handle, job.to_handle);
                 };
             }};
