@@ -40,6 +40,7 @@ void compare_direct(Input& in) {
     if (trv::levels[0].direct->get(reader, writer) == nullptr) return;
     const uint32_t end = 1 + (in.one_in(4) ? in.below(400) : in.below(70));
     direct::Line line{};
+    line.fetch_ahead = in.one_in(2);
     line.end = writer == direct::Writer::word ? (end + group - 1) / group * group : end;
     line.shift = 2 * in.between(1, 4);  // 10, 12, 14 or 16 bits
     line.flag = in.below(5);
@@ -70,8 +71,9 @@ void compare_bayer(Input& in) {
     const auto line_at = [&](unsigned y) { return m.source + y * stride; };
     // On an edge line both neighbours are the same.
     const unsigned below = rule == bayer::edge_means || lines & 1 ? 0 : 2;
-    const bayer::Line line{line_at(0), line_at(1), line_at(below),
-                           m.out,      pairs,      depth == bayer::depth8 ? 0 : in.between(1, 8)};
+    const bayer::Line line{line_at(0),  line_at(1), line_at(below),
+                           m.out,       pairs,      depth == bayer::depth8 ? 0 : in.between(1, 8),
+                           in.one_in(2)};
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
         level.bayer->get(depth, layout, rule, kind)(line);
         return 0u;

@@ -55,7 +55,9 @@ void refuse_inputs(const std::set<FileId>& inputs, const std::string& output) {
 }  // namespace
 
 std::string output_template(const std::string& output, const std::string& kind) {
-    if (output.empty() || output == "-" || (output.back() != '/' && !fs::is_directory(output)))
+    std::error_code not_there;  // a name that cannot be is refused when it is opened
+    if (output.empty() || output == "-" ||
+        (output.back() != '/' && !fs::is_directory(output, not_there)))
         return output;
     return (fs::path(output) / text(placeholder, ".", kind.empty() ? "png" : lower(kind))).string();
 }

@@ -1,6 +1,8 @@
 #include "tool/picture.h"
 
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -49,7 +51,30 @@ void check_limits(const Geometry& g, Kind kind, const Output& output) {
         throw not_written(output, "a TIFF has at most 65535 pixels a side");
 }
 
-// The library does not look at every byte it writes, but a full disk shows in the file's length.
+bool same_bytes(const std::string& a, const std::string& b) {
+    const File first(std::fopen(a.c_str(), "rb")), second(std::fopen(b.c_str(), "rb"));
+    if (first == nullptr || second == nullptr) return false;
+    std::vector<char> x(1 << 16), y(x.size());
+    while (true) {
+        const size_t got = std::fread(x.data(), 1, x.size(), first.get());
+        if (std::fread(y.data(), 1, y.size(), second.get()) != got) return false;
+        if (std::memcmp(x.data(), y.data(), got) != 0) return false;
+        if (got < x.size()) return true;
+    }
+}
+
+// The library does not look at every byte of a TIFF that it writes, so the tool writes another in
+// memory and compares: a disk that was full for a moment leaves a file of the right length.
+bool arrived(const Frame& frame, const std::string& path) {
+    const int memory = memfd_create("trvil", MFD_CLOEXEC);
+    if (memory < 0) return true;
+    const std::string copy = text("/proc/self/fd/", memory);
+    const bool same = TIL_FileWrite(frame.handle(), copy.c_str(), TIL_FILE_TIFF) == TRV_STATUS_OK &&
+                      same_bytes(path, copy);
+    close(memory);
+    return same;
+}
+
 void write_by_library(const Frame& frame, Kind kind, const Output& output) {
     const Geometry& g = frame.geometry();
     check_limits(g, kind, output);
@@ -62,6 +87,8 @@ void write_by_library(const Frame& frame, Kind kind, const Output& output) {
         static_cast<uint64_t>(written.st_size) != wanted)
         throw not_written(output, text("only ", written.st_size, " of ", wanted,
                                        " bytes arrived: the disk may be full"));
+    if (kind == Kind::tif && !arrived(frame, output.path()))
+        throw not_written(output, "some bytes did not arrive: the disk may have been full");
 }
 
 void write_by_tool(const Frame& frame, Kind kind, const Output& output, Progress* progress) {

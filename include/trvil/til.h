@@ -116,12 +116,13 @@ TRV_API uint32_t TIL_FileWrite(uint64_t buffer, const char* path, uint32_t type)
 /* Writes a Mono8, Mono16, BGR24 or RGB24 picture as an uncompressed, big-endian baseline TIFF file
    of one strip, without the padding of its lines.
 
-     TRV_STATUS_OK           the whole picture was written and the file closed
+     TRV_STATUS_OK           the file was closed; single writes are not checked, so compare what
+                             must not be lost
      TRV_STATUS_PARAMETER    missing handle or format (no file is touched), or a file position
                              cannot be had, as in a pipe; a partial file is left
      TRV_STATUS_FILE_OPEN    the file cannot be opened; errno tells why
      TRV_STATUS_TIFF_FORMAT  another pixel format; the file was created or cut to nothing
-     TRV_STATUS_FILE_CLOSE   some bytes could not be written; a partial file is left
+     TRV_STATUS_FILE_CLOSE   the last bytes could not be written; a partial file is left
 
    Notes: after TRV_STATUS_TIFF_FORMAT, and after TRV_STATUS_PARAMETER for a file position, the
    stream stays open for the life of the process. RGB24 pixels are stored with red and blue
