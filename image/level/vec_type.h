@@ -62,6 +62,17 @@ struct alignas(Count * sizeof(T)) Lanes {
     T v[Count];
 };
 
+// Where word i of source `offset` of three goes in each 16 bytes when the three take turns.
+template <size_t Bytes>
+consteval Lanes<uint8_t, Bytes> word_order(int offset) {
+    Lanes<uint8_t, Bytes> lanes{};
+    for (int i = 0; i < static_cast<int>(Bytes); ++i) {
+        const int word = i % 16 / 2, to = i / 16 * 16 + (3 * word + offset) % 8 * 2 + i % 2;
+        lanes.v[to] = static_cast<uint8_t>(i % 16);
+    }
+    return lanes;
+}
+
 template <typename V, typename L>
 TRV_INLINE V lanes(const L& constant) {
     static_assert(sizeof(V) == sizeof constant);

@@ -6,16 +6,6 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// Where word i of source `offset` of three goes in each 16 bytes when the three take turns.
-consteval Lanes<uint8_t, sizeof(U8)> word_order(int offset) {
-    Lanes<uint8_t, sizeof(U8)> lanes{};
-    for (int i = 0; i < static_cast<int>(sizeof(U8)); ++i) {
-        const int word = i % 16 / 2, to = i / 16 * 16 + (3 * word + offset) % 8 * 2 + i % 2;
-        lanes.v[to] = static_cast<uint8_t>(i % 16);
-    }
-    return lanes;
-}
-
 // Words of a and b in turn: a0 b0 a1 b1 ...
 TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store(out, as<U8>(_mm_unpacklo_epi16(reg(a), reg(b))));
@@ -37,7 +27,8 @@ TRV_INLINE void in_turn(U16 a, U16 b, U32* first, U32* second) {
 // Words of a, b and c in turn. Each goes through one shuffle that serves all three results (8 and 3
 // share no factor), then two blends choose per result: word t of the output is of source t mod 3.
 TRV_INLINE void store_three_words(uint8_t* out, U16 a, U16 b, U16 c) {
-    static constexpr auto order_a = word_order(0), order_b = word_order(1), order_c = word_order(2);
+    static constexpr auto order_a = word_order<sizeof(U8)>(0), order_b = word_order<sizeof(U8)>(1),
+                          order_c = word_order<sizeof(U8)>(2);
     const __m128i sa = _mm_shuffle_epi8(reg(a), reg(lanes<U8>(order_a)));
     const __m128i sb = _mm_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
     const __m128i sc = _mm_shuffle_epi8(reg(c), reg(lanes<U8>(order_c)));

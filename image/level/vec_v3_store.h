@@ -6,16 +6,6 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-// Where word i of source `offset` of three goes in each 16 bytes when the three take turns.
-consteval Lanes<uint8_t, sizeof(U8)> word_order(int offset) {
-    Lanes<uint8_t, sizeof(U8)> lanes{};
-    for (int i = 0; i < static_cast<int>(sizeof(U8)); ++i) {
-        const int word = i % 16 / 2, to = i / 16 * 16 + (3 * word + offset) % 8 * 2 + i % 2;
-        lanes.v[to] = static_cast<uint8_t>(i % 16);
-    }
-    return lanes;
-}
-
 // Two results whose 128-bit halves are low a, low b and high a, high b of the memory order.
 TRV_INLINE void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
     store(out, as<U8>(_mm256_permute2x128_si256(a, b, 0x20)));
@@ -53,7 +43,8 @@ TRV_INLINE void store_thirds(uint8_t* out, __m256i first, __m256i second, __m256
 // 3 share no factor) and two blends choose per result: word t of a half's output is of source t mod
 // 3.
 TRV_INLINE void store_three_words(uint8_t* out, U16 a, U16 b, U16 c) {
-    static constexpr auto order_a = word_order(0), order_b = word_order(1), order_c = word_order(2);
+    static constexpr auto order_a = word_order<sizeof(U8)>(0), order_b = word_order<sizeof(U8)>(1),
+                          order_c = word_order<sizeof(U8)>(2);
     const __m256i sa = _mm256_shuffle_epi8(reg(a), reg(lanes<U8>(order_a)));
     const __m256i sb = _mm256_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
     const __m256i sc = _mm256_shuffle_epi8(reg(c), reg(lanes<U8>(order_c)));
