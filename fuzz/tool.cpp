@@ -69,13 +69,15 @@ class Folder {
 };
 
 constexpr const char* words[] = {
-    "convert", "formats",    "frame",   "phase",   "routes",  "sample",   "-s",        "-f",
-    "-o",      "-m",         "-t",      "--phase", "--wb",    "--scale",  "--via",     "--as",
-    "--force", "--stride",   "--skip",  "--field", "--names", "--help",   "--version", "--pattern",
-    "in.raw",  "short.raw",  "no.raw",  "-",       "out.png", "out.tif",  "out.ppm",   "out.pgm",
-    "out.raw", "{name}.png", "8x4",     "16x9",    "40x20",   "0x5",      "1x1",       "RGGB",
-    "grey",    "auto",       "1,2,1.5", "never",   "dup",     "ave",      "med",       "BayerRG12p",
-    "png",     "tif",        "raw",     "odd",     "even",    "bilinear", "median",    "--method"};
+    "convert", "formats",   "frame",     "phase",    "routes",      "sample",     "-s",
+    "-f",      "-o",        "-m",        "-t",       "--phase",     "--wb",       "--scale",
+    "--via",   "--as",      "--force",   "--stride", "--skip",      "--field",    "--names",
+    "--help",  "--version", "--pattern", "in.raw",   "short.raw",   "no.raw",     "-",
+    "out.png", "out.tif",   "out.ppm",   "out.pgm",  "out.raw",     "{name}.png", "8x4",
+    "16x9",    "40x20",     "0x5",       "1x1",      "RGGB",        "grey",       "auto",
+    "1,2,1.5", "never",     "dup",       "ave",      "med",         "BayerRG12p", "png",
+    "tif",     "raw",       "odd",       "even",     "bilinear",    "median",     "--method",
+    "info",    "guess",     "help",      "--json",   "--histogram", "--build"};
 
 // Numbers stay short, so that pictures stay small; folders are not for the taking.
 std::string any_word(Input& in) {
