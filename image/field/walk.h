@@ -8,7 +8,7 @@
 //   ...                   ...
 //   F(h-1)                copy of F(h-1)
 //
-// Lines are copied by the level: with both lines fetched ahead, cold frames take a fifth less time
+// Lines are copied by the level: with both lines fetched ahead, cold frames take a sixth less time
 // than by the C library's copy.
 //
 // F are the field's lines, X what is synthesised between two of them. All lines are written at the

@@ -130,8 +130,6 @@ struct EightBits {
         : count(as<U16>(splat<U32>(first | second << 16))),
           place(count * splat<U16>(0x0101) + lanes<U16>(word_bits)) {}
 
-    // With what stands above them.
-    TRV_INLINE U16 of(U16 v) const { return as<U16>(_mm512_srlv_epi16(reg(v), reg(count))); }
     // In even bytes those of a, in odd bytes those of b.
     TRV_INLINE static __m512i merged(U16 a, const EightBits& in_a, U16 b, const EightBits& in_b) {
         const __m512i even =
