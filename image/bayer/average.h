@@ -13,6 +13,7 @@ namespace {
 // half, the whole is one too large, once.
 template <typename V>
 struct ExactMean {
+    using Vector = V;
     static constexpr unsigned bits_of_two = 0, bits_of_four = 0;
     V up, lost;
 
@@ -31,6 +32,7 @@ struct ExactMean {
 // Sums in 16 bits that may wrap: enough where only 8 bits are kept and these lie below bit 16.
 template <typename V>
 struct WrappingMean {
+    using Vector = V;
     static constexpr unsigned bits_of_two = 1, bits_of_four = 2;
     V sum;
 
@@ -45,21 +47,44 @@ struct WrappingMean {
     TRV_INLINE static V of_sorted(V low, V high) { return low + high; }
 };
 
+// Exact in the upper byte of 16-bit samples, which is all that is kept of them; what the lower byte
+// holds is no more than 1. A rounded-up mean is at most one too large, and the lower bits of the
+// mean are those of the sum, which may wrap: less them, only that one is left.
+template <typename V, unsigned Bits>
+struct UpperByteMean {
+    using Vector = V;
+    static constexpr unsigned bits_of_two = 0, bits_of_four = 0;
+    V up, sum;
+
+    TRV_INLINE static UpperByteMean of(V a, V b) { return {ceil_mean(a, b), a + b}; }
+    TRV_INLINE static UpperByteMean<V, 2> both(const UpperByteMean& p, const UpperByteMean& q) {
+        return {ceil_mean(p.up, q.up), p.sum + q.sum};
+    }
+    TRV_INLINE V value() const {
+        if constexpr (Bits == 1) return up - (sum & splat<V>(1));
+        return up - (sum >> Bits & splat<V>(0xFF));
+    }
+    TRV_INLINE static V of_sorted(V low, V high) { return ceil_mean(low, less_one(high)); }
+};
+
 // The two middle ones of four samples, in no order, and their mean by another kind of mean.
-template <typename V, typename Mean>
+template <typename Mean>
 struct MiddleOfFour {
+    using V = typename Mean::Vector;
     V low, high;
     TRV_INLINE V value() const { return Mean::of(low, high).value(); }
 };
 
 // Of two samples, which are sorted.
-template <typename V, typename Mean>
+template <typename Mean>
 struct Median {
+    using Vector = typename Mean::Vector;
+    using V = Vector;
     static constexpr unsigned bits_of_two = Mean::bits_of_two, bits_of_four = Mean::bits_of_two;
     V low, high;
 
     TRV_INLINE static Median of(V a, V b) { return {min(a, b), max(a, b)}; }
-    TRV_INLINE static MiddleOfFour<V, Mean> both(const Median& p, const Median& q) {
+    TRV_INLINE static MiddleOfFour<Mean> both(const Median& p, const Median& q) {
         return {max(p.low, q.low), min(p.high, q.high)};
     }
     TRV_INLINE static Median between(const Median& l, const Median& r) {

@@ -35,7 +35,9 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     // 16-bit samples and 16-bit pixels are stepped in whole words.
     if (kernel.input == Input::BAYn) image.source_step &= ~1u;
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
-    image.fetch_ahead = outgrows_cache(uint64_t{image.destination_step} * image.height);
+    const uint64_t bytes = uint64_t{image.destination_step} * image.height;
+    image.fetch_ahead = outgrows_cache(bytes);
+    image.outgrows_core = trv::outgrows_core(bytes);
     return image;
 }
 

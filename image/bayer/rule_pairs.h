@@ -114,7 +114,8 @@ TRV_INLINE U8 joined(U16 first, U16 second) {
 template <bayer::SpanRule M, bool GreenFirst>
 struct PairStep {
     template <bayer::SpanLayout L, bool RowIsRed>
-    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out) {
+    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out,
+                                const Turns<GreenFirst>&) {
         using Rule = PairRule<M, GreenFirst>;
         const auto channels_of = [](const auto& c) TRV_INLINE_LAMBDA {
             return channels<RowIsRed>(c.green, c.row, c.other);

@@ -18,22 +18,72 @@ struct Sites {
     V own, beside, vertical, plus, cross;
 };
 
-// The first pixel of a vector is a green site where the one before it is none.
-template <bool GreenFirst, typename T>
-TRV_INLINE T first_of(const T& green_site, const T& colour_site) {
-    return GreenFirst ? colour_site : green_site;
-}
+// Green sites and the others take turns. Which comes first in a vector depends on the line and on
+// whether the vector begins at an odd or an even place; below v4 all begin at odd ones.
+#ifdef TRV_LEVEL_v4
+template <bool>
+struct Turns {
+    TRV_INLINE Turns(bool green_first, size_t x)
+        : green_site_first(green_first == (x % 2 == 0)),
+          colour_sites(green_site_first ? 0xAAAAAAAAAAAAAAAA : 0x5555555555555555) {}
 
-template <bool GreenFirst, typename V>
-TRV_INLINE V in_place(V green_site, V colour_site) {
-    return alternate(first_of<GreenFirst>(green_site, colour_site),
-                     first_of<!GreenFirst>(green_site, colour_site));
-}
+    template <typename T>
+    TRV_INLINE T first_of(const T& green_site, const T& colour_site) const {
+        return green_site_first ? green_site : colour_site;
+    }
+    template <typename T>
+    TRV_INLINE T second_of(const T& green_site, const T& colour_site) const {
+        return green_site_first ? colour_site : green_site;
+    }
+    template <typename V>
+    TRV_INLINE V in_place(V green_site, V colour_site) const {
+        return select(colour_sites, colour_site, green_site);
+    }
+
+    bool green_site_first;
+    uint64_t colour_sites;
+};
+#else
+template <bool GreenFirst>
+struct Turns {
+    TRV_INLINE Turns(bool, size_t) {}
+
+    template <typename T>
+    TRV_INLINE static T first_of(const T& green_site, const T& colour_site) {
+        return GreenFirst ? colour_site : green_site;
+    }
+    template <typename T>
+    TRV_INLINE static T second_of(const T& green_site, const T& colour_site) {
+        return GreenFirst ? green_site : colour_site;
+    }
+    template <typename V>
+    TRV_INLINE static V in_place(V green_site, V colour_site) {
+        return alternate(first_of(green_site, colour_site), second_of(green_site, colour_site));
+    }
+};
+#endif
 
 // Which of the three kinds of colours of a mosaic line a channel of the picture is.
 template <bool RowIsRed, typename C>
 TRV_INLINE Bgr<C> channels(C green, C row, C other) {
     return RowIsRed ? Bgr<C>{other, green, row} : Bgr<C>{row, green, other};
+}
+
+// Colours of the pixels that are green sites, and of those that are not.
+template <bool RowIsRed, typename V>
+TRV_INLINE Bgr<V> green_sites(const Sites<V>& s) {
+    return channels<RowIsRed>(s.own, s.beside, s.vertical);
+}
+template <bool RowIsRed, typename V>
+TRV_INLINE Bgr<V> colour_sites(const Sites<V>& s) {
+    return channels<RowIsRed>(s.plus, s.own, s.cross);
+}
+
+template <bool RowIsRed, typename V, typename T>
+TRV_INLINE Bgr<V> joined(const Sites<V>& s, const T& turns) {
+    const Bgr<V> green = green_sites<RowIsRed>(s), colour = colour_sites<RowIsRed>(s);
+    return {turns.in_place(green.b, colour.b), turns.in_place(green.g, colour.g),
+            turns.in_place(green.r, colour.r)};
 }
 
 // How many bits above the sample's own its averages are: sums are not divided yet.
@@ -68,13 +118,14 @@ struct Row {
     V left, right, own;
 };
 
-template <bayer::SpanRule M, typename V, bool GreenFirst, typename Averages>
+template <bayer::SpanRule M, typename V, typename Averages>
 struct Rule;
 
-template <typename V, bool GreenFirst, typename Averages>
-struct Rule<bayer::nearest, V, GreenFirst, Averages> {
+template <typename V, typename Averages>
+struct Rule<bayer::nearest, V, Averages> {
     static constexpr SumBits bits{0, 0, 0, 0};
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+    template <typename T>
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
         const V left = samples<V>(l.line, x - 1);
         return {samples<V>(l.line, x), left, samples<V>(l.above, x), left,
                 samples<V>(l.above, x - 1)};
@@ -100,7 +151,8 @@ struct MiddleRule {
     static constexpr SumBits bits{Beside::bits_of_two, Other::bits_of_two, Green::bits_of_four,
                                   Other::bits_of_four};
 
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+    template <typename T>
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
         const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const auto plus =
             Green::both(Green::of(line.left, line.right), upright<Green>(above, below));
@@ -111,57 +163,67 @@ struct MiddleRule {
     }
 };
 
-template <typename V, bool GreenFirst, typename Averages>
-struct Rule<bayer::means, V, GreenFirst, Averages> : MiddleRule<V, Averages> {};
+template <typename V, typename Averages>
+struct Rule<bayer::means, V, Averages> : MiddleRule<V, Averages> {};
 
 // Where lanes can be chosen at no cost, the means of two and of four middle samples are made in one
 // step for all sites: at a green site `beside` holds, at the others `plus`, likewise above and
 // below.
-template <typename V, bool GreenFirst, typename Mean>
+template <typename V, typename Mean>
 struct MixedMedians {
-    using Two = Median<V, Mean>;
-    using Four = MiddleOfFour<V, Mean>;
+    using Two = Median<Mean>;
+    using Four = MiddleOfFour<Mean>;
     static constexpr SumBits bits{Two::bits_of_two, Two::bits_of_two, Two::bits_of_four,
                                   Two::bits_of_four};
 
-    TRV_INLINE static V mean(const Two& at_green, const Four& at_colour) {
-        return Four{in_place<GreenFirst>(at_green.low, at_colour.low),
-                    in_place<GreenFirst>(at_green.high, at_colour.high)}
+    template <typename T>
+    TRV_INLINE static V mean(const Two& at_green, const Four& at_colour, const T& turns) {
+        return Four{turns.in_place(at_green.low, at_colour.low),
+                    turns.in_place(at_green.high, at_colour.high)}
             .value();
     }
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+    template <typename T>
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T& turns) {
         const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const Two beside = Two::of(line.left, line.right), upright_ = upright<Two>(above, below);
         const Two left = Two::of(above.left, below.left), right = Two::of(above.right, below.right);
-        const V near = mean(beside, Two::both(beside, upright_));
-        const V other = mean(upright_, Two::both(left, right));
+        const V near = mean(beside, Two::both(beside, upright_), turns);
+        const V other = mean(upright_, Two::both(left, right), turns);
         return {line.own, near, other, near, other};
     }
 };
 
-template <typename V, bool GreenFirst, typename Averages>
+template <typename V, typename Averages>
 struct MediansRule : MiddleRule<V, Averages> {};
-template <typename V, bool GreenFirst, typename Mean>
-struct MediansRule<V, GreenFirst, All<Median<V, Mean>>>
-    : std::conditional_t<has_lane_masks, MixedMedians<V, GreenFirst, Mean>,
-                         MiddleRule<V, All<Median<V, Mean>>>> {};
+template <typename V, typename Mean>
+struct MediansRule<V, All<Median<Mean>>>
+    : std::conditional_t<has_lane_masks, MixedMedians<V, Mean>, MiddleRule<V, All<Median<Mean>>>> {
+};
 
-template <typename V, bool GreenFirst, typename Averages>
-struct Rule<bayer::medians, V, GreenFirst, Averages> : MediansRule<V, GreenFirst, Averages> {};
+template <typename V, typename Averages>
+struct Rule<bayer::medians, V, Averages> : MediansRule<V, Averages> {};
 
-template <typename V, bool GreenFirst, typename Averages>
-struct Rule<bayer::edge_means, V, GreenFirst, Averages> {
+template <typename V, typename Averages>
+struct Rule<bayer::edge_means, V, Averages> {
     using Green = typename Averages::Green;
     using Beside = typename Averages::RowColour;
     using Other = typename Averages::Other;
     static constexpr SumBits bits{Beside::bits_of_two, 0, Green::bits_of_two, Other::bits_of_two};
 
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x) {
+    template <typename T>
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
         const Row<V> line(l.line, x), near(l.above, x);
         return {line.own, Beside::of(line.left, line.right).value(), near.own,
                 Green::of(line.left, line.right).value(), Other::of(near.left, near.right).value()};
     }
 };
+
+// The average that a rule's colours are, by a kind of mean.
+template <bayer::SpanRule M, typename Mean>
+using Average = std::conditional_t<M == bayer::medians, Median<Mean>, Mean>;
+
+template <bayer::SpanRule M, typename V>
+using Exact = Average<M, ExactMean<V>>;
 
 }  // namespace
 }  // namespace trv::TRV_LEVEL

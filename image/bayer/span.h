@@ -28,8 +28,9 @@ struct Line {
     const uint8_t* below;
     uint8_t* out;
     size_t pairs;
-    unsigned shift;    // bits per sample - 8
-    bool fetch_ahead;  // whether the picture outgrows the nearest cache
+    unsigned shift;      // bits per sample - 8
+    bool fetch_ahead;    // whether the picture outgrows the nearest cache
+    bool outgrows_core;  // and the caches of its core
 };
 
 using Span = void (*)(const Line&);

@@ -34,6 +34,11 @@ constexpr bool outgrows_cache(uint64_t bytes) {
     return bytes > 32 * 1024;
 }
 
+// Whether most of them are gone from the caches of the core when the picture is done.
+constexpr bool outgrows_core(uint64_t bytes) {
+    return bytes > 2 * 1024 * 1024;
+}
+
 // The level that the exported functions use: levels[best_level()].
 const Level& current_level();
 

@@ -87,12 +87,12 @@ TRV_INLINE U16 between(U16 left, U16 right, const uint8_t* = nullptr) {
     return as<U16>(_mm512_shrdi_epi32(reg(left), reg(right), 16));
 }
 
-// Even lanes of the first, odd lanes of the second.
-TRV_INLINE U8 alternate(U8 first, U8 second) {
-    return as<U8>(_mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, reg(first), reg(second)));
+// Lanes of a where the mask has them, lanes of b elsewhere.
+TRV_INLINE U8 select(uint64_t mask, U8 a, U8 b) {
+    return as<U8>(_mm512_mask_blend_epi8(mask, reg(b), reg(a)));
 }
-TRV_INLINE U16 alternate(U16 first, U16 second) {
-    return as<U16>(_mm512_mask_blend_epi16(0xAAAAAAAA, reg(first), reg(second)));
+TRV_INLINE U16 select(uint64_t mask, U16 a, U16 b) {
+    return as<U16>(_mm512_mask_blend_epi16(static_cast<uint32_t>(mask), reg(b), reg(a)));
 }
 
 // Bits of a where the mask has them, bits of b elsewhere.

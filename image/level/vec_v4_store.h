@@ -26,12 +26,10 @@ TRV_INLINE void store_in_turn(uint8_t* out, U8 a, U8 b) {
     store(out + 64, as<U8>(_mm512_permutex2var_epi64(first, reg(lanes<U8>(high)), second)));
 }
 
-// 5-6-5 words of pixels that come from two vectors in turn: the upper byte is made for all pixels,
-// then the lower one.
-TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
-    const U8 blue = alternate(even.b, odd.b), green = alternate(even.g, odd.g);
-    const U8 upper = select(splat<U8>(0xF8), alternate(even.r, odd.r), bits_up<-5>(green));
-    store_in_turn(out, select(splat<U8>(0xE0), bits_up<3>(green), bits_up<-3>(blue)), upper);
+// 5-6-5 words: the upper byte is made for all pixels, then the lower one.
+TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& c) {
+    const U8 upper = select(splat<U8>(0xF8), c.r, bits_up<-5>(c.g));
+    store_in_turn(out, select(splat<U8>(0xE0), bits_up<3>(c.g), bits_up<-3>(c.b)), upper);
 }
 
 // Bytes i of a vector's part of a picture that belong to channel `Channel`.
@@ -79,11 +77,6 @@ TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
     store(out, as<U8>(in_turn<0, 3>(b, g, r)));
     store(out + 64, as<U8>(in_turn<1, 3>(b, g, r)));
     store(out + 128, as<U8>(in_turn<2, 3>(b, g, r)));
-}
-
-// The same of pixels that come from two vectors in turn.
-TRV_INLINE void store_three(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
-    store_three(out, alternate(even.b, odd.b), alternate(even.g, odd.g), alternate(even.r, odd.r));
 }
 
 // The same of 32 and 32 pixels of words.

@@ -43,7 +43,20 @@ struct EightBits {
         return words_of<true>(bits.r.of(c.r), bits.g.of(c.g), bits.b.of(c.b));
     }
 
+    TRV_INLINE U16 lower(U16 v) const { return of(v) & splat<U16>(0xFF); }
+    TRV_INLINE U16 upper(U16 v) const { return of(v) << 8; }
+
     U16 factor;
+};
+
+// The upper bytes of words, as they are.
+struct UpperByte {
+    TRV_INLINE static U16 of(U16 v) { return v >> 8; }
+    TRV_INLINE static U16 lower(U16 v) { return v >> 8; }
+    TRV_INLINE static U16 upper(U16 v) { return v & splat<U16>(0xFF00); }
+    TRV_INLINE static U16 word(const Bgr<U16>& c, const Bgr<UpperByte>&) {
+        return (c.r & splat<U16>(0xF800)) | (c.g >> 5 & splat<U16>(0x07E0)) | c.b >> 11;
+    }
 };
 
 // Bytes of b, g and r in turn, of pixels that come from two vectors in turn: the bytes of a pair
@@ -66,21 +79,23 @@ TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& od
 }
 
 // Pixels of words as dwords; above its three bytes a dword has what stood above those of red.
-TRV_INLINE void dwords_of(const Bgr<U16>& c, const Bgr<EightBits>& bits, U32* first, U32* second) {
-    const U16 blue = bits.b.of(c.b) & splat<U16>(0xFF);
-    in_turn(blue | bits.g.of(c.g) << 8, bits.r.of(c.r), first, second);
+template <typename Bits>
+TRV_INLINE void dwords_of(const Bgr<U16>& c, const Bgr<Bits>& bits, U32* first, U32* second) {
+    in_turn(bits.b.lower(c.b) | bits.g.upper(c.g), bits.r.of(c.r), first, second);
 }
 
+template <typename Bits>
 TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
-                            const Bgr<EightBits>& bits) {
+                            const Bgr<Bits>& bits) {
     U32 pixels[4];
     dwords_of(low, bits, &pixels[0], &pixels[1]);
     dwords_of(high, bits, &pixels[2], &pixels[3]);
     store_three(out, pixels);
 }
 
+template <typename Bits>
 TRV_INLINE void store_three_of_four(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
-                                    const Bgr<EightBits>& bits) {
+                                    const Bgr<Bits>& bits) {
     U32 pixels[4];
     dwords_of(low, bits, &pixels[0], &pixels[1]);
     dwords_of(high, bits, &pixels[2], &pixels[3]);

@@ -79,12 +79,13 @@ void fill_samples(const test::Picture& p, unsigned bits, Random& random) {
 struct Case {
     Kernel kernel;
     uint32_t width, height, bits;
+    uint32_t line_gap = 0;  // bytes added to the destination's stride
 };
 
 ::testing::AssertionResult check(const trv::Level& level, const Case& c,
                                  const test::Picture& source, Random& random) {
     const trv::Format& format = output_format(c.kernel);
-    const uint32_t stride = test::any_stride(random, trv::line_bytes(format, c.width));
+    const uint32_t stride = test::any_stride(random, trv::line_bytes(format, c.width)) + c.line_gap;
     test::Picture destination(format, c.width, c.height, stride, 0, test::any_side(random));
     destination.fill(random);
     std::vector<uint8_t> expected = destination.bytes();
@@ -171,6 +172,18 @@ int times_found(Output output) {
     int found = 0;
     for (int i = 0; i < 20; ++i) found += !check(level, c, source, random);
     return found;
+}
+
+// Pictures of more than 2 MiB are stored from cache line to cache line. One with few long lines is
+// as large as one with many, and lines begin anywhere in a cache line.
+TEST(Bayer, LargePicturesEqualTheReference) {
+    test::machine_levels();
+    Random random(test::seed());
+    for (const Kernel& kernel : kernels) {
+        const uint32_t gap = (2 * 1024 * 1024) / 4 + random.below(64);
+        compare({kernel, random.between(100, 500), 4, any_bits(kernel, random), gap}, random);
+        ASSERT_FALSE(HasFatalFailure());
+    }
 }
 
 TEST(Bayer, PlantedFaultsAreFound) {
