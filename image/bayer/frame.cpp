@@ -20,7 +20,7 @@ Line line_at(const Image& image, uint32_t y) {
             image.destination + size_t{image.destination_step} * y,
             (image.width - 1) / 2,
             image.shift,
-            image.fetch_ahead,
+            image.fetch_distance,
             image.outgrows_core};
 }
 

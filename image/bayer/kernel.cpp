@@ -36,7 +36,7 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     if (kernel.input == Input::BAYn) image.source_step &= ~1u;
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
     const uint64_t bytes = uint64_t{image.destination_step} * image.height;
-    image.fetch_ahead = outgrows_cache(bytes);
+    image.fetch_distance = fetch_distance(bytes);
     image.outgrows_core = trv::outgrows_core(bytes);
     return image;
 }

@@ -28,9 +28,9 @@ struct Line {
     const uint8_t* below;
     uint8_t* out;
     size_t pairs;
-    unsigned shift;      // bits per sample - 8
-    bool fetch_ahead;    // whether the picture outgrows the nearest cache
-    bool outgrows_core;  // and the caches of its core
+    unsigned shift;           // bits per sample - 8
+    uint32_t fetch_distance;  // bytes ahead of their use that memory is fetched, 0 for not at all
+    bool outgrows_core;       // whether the picture outgrows the caches of its core
 };
 
 using Span = void (*)(const Line&);

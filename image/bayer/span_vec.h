@@ -71,9 +71,9 @@ TRV_SHARED void make_vectors(const bayer::Line& line, bool green_first) {
         const Step step(lines, typename Step::Place(green_first, first));
         for (size_t x = first;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
             uint8_t* out = lines.out + x * pixel;
-            if (lines.fetch_ahead) [[likely]] {
-                prefetch_ahead<sizeof(U8) * pixel>(out);
-                prefetch_ahead<sizeof(U8) * sample>(new_line + x * sample);
+            if (lines.fetch_distance != 0) [[likely]] {
+                prefetch_ahead<sizeof(U8) * pixel>(out, lines.fetch_distance);
+                prefetch_ahead<sizeof(U8) * sample>(new_line + x * sample, lines.fetch_distance);
             }
             step(x, out);
             if (x == last) break;

@@ -87,15 +87,15 @@ struct Bgr {
     C b, g, r;
 };
 
-// Memory is fetched this far ahead of its use, the destination as well as the source: where each
+// Memory is fetched so many bytes ahead of its use, the destination as well as the source: where each
 // pixel takes many steps, the processor does not look far enough ahead by itself. Fetching beyond
 // the picture is harmless.
 constexpr size_t prefetch_distance = 1024;
 
 template <size_t Bytes>
-TRV_INLINE void prefetch_ahead(const uint8_t* from) {
+TRV_INLINE void prefetch_ahead(const uint8_t* from, size_t distance = prefetch_distance) {
 #pragma GCC unroll 16
-    for (size_t at = 0; at < Bytes; at += 64) __builtin_prefetch(from + prefetch_distance + at);
+    for (size_t at = 0; at < Bytes; at += 64) __builtin_prefetch(from + distance + at);
 }
 
 }  // namespace
