@@ -121,17 +121,18 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
     constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
+    // Where turns vary, lines of both kinds have one loop.
+    constexpr bool first = has_lane_masks || GreenFirst;
     // The first and the last line of a picture are not worth code of the wider levels.
     if constexpr (M == bayer::edge_means && sizeof(U8) > 16)
         narrower::bayer_spans.get(D, L, M, kind.line)(line);
     else if constexpr (D == bayer::depth16)
-        make_line(line, kind, maker16 < L, M, has_lane_masks || GreenFirst,
-                  RowIsRed > (line.shift));
+        make_line(line, kind, maker16<L, M, first, RowIsRed>(line.shift));
     // Loads and blends bring pixels of four bytes into the core sooner than stores under a mask.
     else if (has_lane_masks && L == bayer::bgrx32 && line.outgrows_core)
         make_line(line, kind, nullptr);
     else
-        make_line(line, kind, make_vectors<Step8<L, M, has_lane_masks || GreenFirst, RowIsRed>>);
+        make_line(line, kind, make_vectors<Step8<L, M, first, RowIsRed>>);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Pixels x to x + sizeof(U8) - 1 of 8-bit samples, x odd unless turns vary.
+// Pixels x to x + sizeof(U8) - 1 of 8-bit samples.
 #pragma once
 
 #include "image/bayer/rule_vec.h"

@@ -18,12 +18,6 @@ TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
                  _mm256_unpackhi_epi16(reg(a), reg(b)));
 }
 
-// Bytes of a and b in turn.
-TRV_INLINE void store_in_turn(uint8_t* out, U8 a, U8 b) {
-    store_halves(out, 32, _mm256_unpacklo_epi8(reg(a), reg(b)),
-                 _mm256_unpackhi_epi8(reg(a), reg(b)));
-}
-
 // Words of a and b in turn, as dwords.
 TRV_INLINE void in_turn(U16 a, U16 b, U32* first, U32* second) {
     const __m256i low = _mm256_unpacklo_epi16(reg(a), reg(b));

@@ -134,6 +134,16 @@ TEST_F(ExplainWords, WarnsOfWhatTheStatusHides) {
          "the odd stride of the source"},
         {TBL_FORMAT(Mono10P), {8, 4, 10}, TBL_FORMAT(Mono10), {8, 4, 5}, "31 bytes are written"},
         {TBL_FORMAT(Mono10P), {6, 4, 10}, TBL_FORMAT(Mono10), {6, 4, 12}, "52 bytes are written"},
+        {TBL_FORMAT(Mono10P),
+         {6, 4, 10},
+         TBL_FORMAT(Mono10),
+         {6, 4, 12},
+         "a stride of at least 16 bytes and 4 lines"},
+        {TBL_FORMAT(BAY8),
+         {8, 4, 8},
+         TBL_FORMAT(RGB16),
+         {8, 4, 17},
+         "the odd stride of the destination"},
         {TBL_FORMAT(Mono8),
          {8, 4, 8},
          TBL_FORMAT(Mono8),
@@ -157,6 +167,31 @@ TEST_F(ExplainWords, WarnsOfWhatTheStatusHides) {
     EXPECT_TRUE(explain().says("share memory"));
     fake().set(destination_handle, 3, reinterpret_cast<uintptr_t>(source_.data() + middle + 32));
     EXPECT_FALSE(explain().says("share memory"));
+}
+
+TEST_F(ExplainWords, WarnsOfNothingElse) {
+    const struct {
+        uint32_t from;
+        Shape s;
+        uint32_t to;
+        Shape d;
+        const char* words;
+    } cases[] = {
+        {TBL_FORMAT(BAY8), {8, 4, 9}, TBL_FORMAT(BGR24), {8, 4, 25}, "odd stride"},
+        {TBL_FORMAT(BAY8), {8, 4, 9}, TBL_FORMAT(RGB16), {8, 4, 16}, "odd stride"},
+        {TBL_FORMAT(BAY12), {8, 4, 16}, TBL_FORMAT(BGRX32), {8, 4, 33}, "odd stride"},
+        {TBL_FORMAT(Mono8), {8, 4, 9}, TBL_FORMAT(Mono16), {8, 4, 17}, "odd stride"},
+        {TBL_FORMAT(BGR48), {8, 4, 48}, TBL_FORMAT(BGR30), {8, 4, 32}, "one channel"},
+        {TBL_FORMAT(Mono12P), {8, 4, 12}, TBL_FORMAT(Mono12), {8, 4, 16}, "low 8 bits"},
+    };
+    for (const auto& c : cases) {
+        set_pair(c.from, c.s, c.to, c.d);
+        fake().set(source_handle, 9, TBL_BAYER_METHOD_AVE);
+        fake().set(source_handle, 10, TBL_BAYER_PHASE_A);
+        const Explained explained = explain();
+        EXPECT_EQ(explained.status, 0u) << explained.text;
+        EXPECT_FALSE(explained.says(c.words)) << explained.text;
+    }
 }
 
 TEST_F(ExplainWords, CutsTextToItsRoom) {

@@ -41,10 +41,12 @@ ROOMS = {  # the test programs of a room, those that fail soonest first
     "image/api/file_write": ["file_test", "fault_test"],
     "image/api/field_to_frame": ["field_entry_test"],
     "image/api/direct": ["direct_test", "pad_test", "entry_test"],
-    "image/api": ["entry_test", "direct_test", "bayer_test"],
+    "image/api/decision": ["explain_test", "entry_test", "direct_test", "bayer_test"],
+    "image/api/spoiling": ["explain_test"],
+    "image/api": ["entry_test", "direct_test", "bayer_test", "explain_test"],
     "image": ["entry_test", "direct_test", "bayer_test", "field_entry_test", "field_test", "file_test"],
     "support": ["test_support", "fault_test"],
-    "companion": ["companion_test", "fault_test"],
+    "companion": ["explain_test", "companion_test", "fault_test"],
 }
 
 
