@@ -13,9 +13,8 @@ struct Reach {
     uint64_t step;
     uint64_t lines;
 
-    constexpr uint64_t bytes() const {
-        return lines == 0 || line == 0 ? 0 : step * (lines - 1) + line + behind;
-    }
+    // Of a picture that has pixels.
+    constexpr uint64_t bytes() const { return step * (lines - 1) + line + behind; }
     constexpr bool lines_overlap() const { return lines > 1 && step < line; }
 };
 

@@ -88,7 +88,7 @@ void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count)
     U8 odd = as<U8>(splat<U16>(0xFF00));
     for (size_t k = 0;; k += sizeof(U8)) {
         if (k >= last) {
-            if ((last - k) % 2 != 0) odd = ~odd;
+            if (last % 2 != k % 2) odd = ~odd;
             k = last;
         }
         prefetch_ahead<sizeof(U8)>(out + k);
