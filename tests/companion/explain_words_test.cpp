@@ -169,6 +169,29 @@ TEST_F(ExplainWords, WarnsOfWhatTheStatusHides) {
     EXPECT_FALSE(explain().says("share memory"));
 }
 
+TEST_F(ExplainWords, KnowsWhatWorksInPlace) {
+    const auto warns = [&](uint32_t from, const Shape& s, uint32_t to, const Shape& d) {
+        set_pair(from, s, to, d);
+        fake().set(destination_handle, 3, reinterpret_cast<uintptr_t>(source_.data() + middle));
+        return explain().says("share memory");
+    };
+    EXPECT_FALSE(warns(TBL_FORMAT(BGR24), {8, 4, 24}, TBL_FORMAT(RGB24), {8, 4, 24}));
+    EXPECT_FALSE(warns(TBL_FORMAT(BGR24), {8, 4, 24}, TBL_FORMAT(RGB16), {8, 4, 24}));
+    EXPECT_TRUE(warns(TBL_FORMAT(BGR24), {8, 4, 24}, TBL_FORMAT(RGB24), {8, 4, 25}));
+    EXPECT_TRUE(warns(TBL_FORMAT(BGR24), {8, 4, 32}, TBL_FORMAT(BGRX32), {8, 4, 32}));
+    EXPECT_TRUE(warns(TBL_FORMAT(BAY12), {8, 4, 16}, TBL_FORMAT(RGB16), {8, 4, 16}));
+}
+
+TEST_F(ExplainWords, NamesACodeThatIsNoFormat) {
+    set_pair(0x105'00FE, {8, 4, 8}, TBL_FORMAT(BGR24), {8, 4, 24});
+    EXPECT_EQ(explain().text,
+              "status 10: the source's format 0x010500FE is no pixel format\n"
+              "why: only its low byte counts, and 0xFE is none of the 74 codes\n"
+              "next: give the buffer the code of a format by its name, such as TBL_FORMAT(BGR24)");
+    set_pair(TBL_FORMAT(BAY8), {8, 4, 8}, 0xFF, {8, 4, 24});
+    EXPECT_TRUE(explain().says("the destination's format 0x000000FF is no pixel format"));
+}
+
 TEST_F(ExplainWords, WarnsOfNothingElse) {
     const struct {
         uint32_t from;
