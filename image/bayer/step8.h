@@ -28,8 +28,8 @@ struct ByteStep {
     }
 };
 
-// Which way a step is made. Below v4, means, and medians as words, are made in pairs of pixels;
-// three-way logic makes them cheaper in bytes.
+// Which way a step is made. Below v4, means and medians are made in pairs of pixels; three-way
+// logic makes them cheaper in bytes.
 template <bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst>
 struct Way8 {
     using Type = ByteStep<Rule<M, U8, All<Exact<M, U8>>>>;
@@ -43,8 +43,8 @@ template <bayer::SpanLayout L, bool GreenFirst>
 struct Way8<L, bayer::edge_means, GreenFirst> {
     using Type = PairStep<bayer::edge_means, GreenFirst>;
 };
-template <bool GreenFirst>
-struct Way8<bayer::rgb16, bayer::medians, GreenFirst> {
+template <bayer::SpanLayout L, bool GreenFirst>
+struct Way8<L, bayer::medians, GreenFirst> {
     using Type = PairMedians<GreenFirst>;
 };
 #endif
