@@ -44,13 +44,15 @@ class Folder {
         fs::remove_all(path_);
     }
 
-    // Removes what was made and returns whether all of it was whole files under their names.
+    // Removes what was made and returns whether all of it was whole files under their names. Words
+    // have no number as long as a process has, so no output has a temporary file's name.
     bool tidy() {
+        const std::string unfinished = ".trvil-" + std::to_string(getpid()) + "-";
         bool whole = true;
         for (const auto& entry : fs::directory_iterator(path_)) {
             const std::string name = entry.path().filename().string();
             if (name == "in.raw" || name == "short.raw") continue;
-            whole = whole && name.find(".tmp") == std::string::npos;
+            whole = whole && !name.starts_with(unfinished);
             fs::remove_all(entry.path());
         }
         if (fs::file_size("in.raw") != dump_bytes || fs::file_size("short.raw") != 10) restore();
