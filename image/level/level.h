@@ -39,8 +39,8 @@ constexpr bool outgrows_core(uint64_t bytes) {
     return bytes > 2 * 1024 * 1024;
 }
 
-// How far ahead of its use the memory of such a picture is worth fetching where each pixel takes many
-// steps, 0 for not at all: a large one may come from main memory, which takes longer.
+// How far ahead of its use the memory of such a picture is worth fetching where each pixel takes
+// many steps, 0 for not at all: a large one may come from main memory, which takes longer.
 constexpr uint32_t fetch_distance(uint64_t bytes) {
     if (!outgrows_cache(bytes)) return 0;
     return bytes > 16 * 1024 * 1024 ? 3072 : 1024;

@@ -87,9 +87,9 @@ struct Bgr {
     C b, g, r;
 };
 
-// Memory is fetched so many bytes ahead of its use, the destination as well as the source: where each
-// pixel takes many steps, the processor does not look far enough ahead by itself. Fetching beyond
-// the picture is harmless.
+// Memory is fetched so many bytes ahead of its use, the destination as well as the source: where
+// each pixel takes many steps, the processor does not look far enough ahead by itself. Fetching
+// beyond the picture is harmless.
 constexpr size_t prefetch_distance = 1024;
 
 template <size_t Bytes>
