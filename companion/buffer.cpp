@@ -14,43 +14,31 @@ struct Picture {
     uint64_t width, height, format, address, stride, method, phase, packing_offset;
 };
 
-bool value_of(uint32_t id, Value* value) {
-    switch (id) {
-        case TBL_PARAMETER_WIDTH:
-            *value = Value::width;
-            return true;
-        case TBL_PARAMETER_HEIGHT:
-            *value = Value::height;
-            return true;
-        case TBL_PARAMETER_ADDRESS:
-            *value = Value::address;
-            return true;
-        case TBL_PARAMETER_STRIDE:
-            *value = Value::stride;
-            return true;
-        case TBL_PARAMETER_FORMAT:
-            *value = Value::format;
-            return true;
-        case TBL_PARAMETER_BAYER_METHOD:
-            *value = Value::method;
-            return true;
-        case TBL_PARAMETER_BAYER_PHASE:
-            *value = Value::phase;
-            return true;
-        case TBL_PARAMETER_PRESENT:
-            *value = Value::present;
-            return true;
-        case TBL_PARAMETER_PACKING_OFFSET:
-            *value = Value::packing_offset;
-            return true;
-        default:
-            return false;
-    }
-}
+// What a parameter's number stands for: in a table, as conversions ask for a dozen of them each.
+struct Parameter {
+    Value value;
+    bool known, wide;
+};
 
-bool is_wide(uint32_t id) {
-    return id == TBL_PARAMETER_ADDRESS || id == TBL_PARAMETER_PRESENT;
-}
+constexpr uint32_t parameter_count = TBL_PARAMETER_PACKING_OFFSET + 1;
+
+struct Parameters {
+    Parameter at[parameter_count];
+
+    consteval Parameters() : at{} {
+        at[TBL_PARAMETER_WIDTH] = {Value::width, true, false};
+        at[TBL_PARAMETER_HEIGHT] = {Value::height, true, false};
+        at[TBL_PARAMETER_ADDRESS] = {Value::address, true, true};
+        at[TBL_PARAMETER_STRIDE] = {Value::stride, true, false};
+        at[TBL_PARAMETER_FORMAT] = {Value::format, true, false};
+        at[TBL_PARAMETER_BAYER_METHOD] = {Value::method, true, false};
+        at[TBL_PARAMETER_BAYER_PHASE] = {Value::phase, true, false};
+        at[TBL_PARAMETER_PRESENT] = {Value::present, true, true};
+        at[TBL_PARAMETER_PACKING_OFFSET] = {Value::packing_offset, true, false};
+    }
+};
+
+constinit const Parameters parameters;
 
 uint64_t phase_value(Phase phase) {
     const uint64_t index = phase == Phase::none ? 0 : static_cast<uint64_t>(phase);
@@ -120,15 +108,21 @@ bool has_packing_offset(const Format& format) {
     return is_packed(format) && format.code != Code::Mono12MP;
 }
 
+bool read_into(uint64_t handle, Value value, uint64_t* out) {
+    const Read read = read_value(handle, value);
+    if (read.live) *out = read.value;
+    return read.live;
+}
+
 bool read_picture(uint64_t handle, Picture* picture) {
-    return read_value(handle, Value::width, &picture->width) &&
-           read_value(handle, Value::height, &picture->height) &&
-           read_value(handle, Value::format, &picture->format) &&
-           read_value(handle, Value::address, &picture->address) &&
-           read_value(handle, Value::stride, &picture->stride) &&
-           read_value(handle, Value::method, &picture->method) &&
-           read_value(handle, Value::phase, &picture->phase) &&
-           read_value(handle, Value::packing_offset, &picture->packing_offset);
+    return read_into(handle, Value::width, &picture->width) &&
+           read_into(handle, Value::height, &picture->height) &&
+           read_into(handle, Value::format, &picture->format) &&
+           read_into(handle, Value::address, &picture->address) &&
+           read_into(handle, Value::stride, &picture->stride) &&
+           read_into(handle, Value::method, &picture->method) &&
+           read_into(handle, Value::phase, &picture->phase) &&
+           read_into(handle, Value::packing_offset, &picture->packing_offset);
 }
 
 bool inside(uint64_t start, uint64_t length, uint64_t whole) {
@@ -148,14 +142,15 @@ using trv::Format;
 using namespace trv::companion;  // this file is its C face
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
-    Value value{};
-    uint64_t read = 0;
-    if (out == nullptr || !value_of(id, &value) || !read_value(handle, value, &read))
-        return TRV_STATUS_PARAMETER;
-    if (is_wide(id))
-        *static_cast<uint64_t*>(out) = read;
+    if (out == nullptr || id >= parameter_count) return TRV_STATUS_PARAMETER;
+    const Parameter& parameter = parameters.at[id];
+    if (!parameter.known) return TRV_STATUS_PARAMETER;
+    const Read read = read_value(handle, parameter.value);
+    if (!read.live) return TRV_STATUS_PARAMETER;
+    if (parameter.wide)
+        *static_cast<uint64_t*>(out) = read.value;
     else
-        *static_cast<uint32_t*>(out) = static_cast<uint32_t>(read);
+        *static_cast<uint32_t*>(out) = static_cast<uint32_t>(read.value);
     return TRV_STATUS_OK;
 }
 

@@ -4,26 +4,16 @@
 #include <stdlib.h>
 
 namespace trv::companion {
+
+std::atomic<Slot*> chunks[chunk_count];
+
 namespace {
 
-constexpr uint32_t chunk_size = 256;
-constexpr uint32_t chunk_count = 256;
 constexpr uint32_t no_slot = UINT32_MAX;
 
 pthread_mutex_t table_lock = PTHREAD_MUTEX_INITIALIZER;
-std::atomic<Slot*> chunks[chunk_count];
 uint32_t chunks_made = 0;       // under the lock
 uint32_t first_free = no_slot;  // under the lock
-
-Slot* slot_at(uint32_t index) {
-    if (index >= chunk_size * chunk_count) return nullptr;
-    Slot* chunk = chunks[index / chunk_size].load(std::memory_order_acquire);
-    return chunk == nullptr ? nullptr : chunk + index % chunk_size;
-}
-
-uint32_t handle_generation(uint64_t handle) {
-    return static_cast<uint32_t>(handle >> 32);
-}
 
 // Chunks stay until the process ends, because a query may look at any slot at any time.
 bool make_chunk() {
@@ -45,24 +35,6 @@ Lock::Lock() {
 }
 Lock::~Lock() {
     pthread_mutex_unlock(&table_lock);
-}
-
-Slot* find_slot(uint64_t handle) {
-    const uint32_t generation = handle_generation(handle);
-    Slot* slot = generation % 2 == 0 ? nullptr : slot_at(slot_index(handle));
-    if (slot == nullptr || slot->generation.load(std::memory_order_acquire) != generation)
-        return nullptr;
-    return slot;
-}
-
-bool read_value(uint64_t handle, Value value, uint64_t* out) {
-    Slot* slot = find_slot(handle);
-    if (slot == nullptr) return false;
-    // Acquire keeps the second look at the generation behind the read.
-    const uint64_t read = slot->at(value).load(std::memory_order_acquire);
-    if (slot->generation.load(std::memory_order_relaxed) != handle_generation(handle)) return false;
-    *out = read;
-    return true;
 }
 
 Slot* take_slot(const Lock&, uint32_t* index) {

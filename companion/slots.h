@@ -50,11 +50,48 @@ struct Lock {
     Lock& operator=(const Lock&) = delete;
 };
 
-// The slot a live handle names, or null. Without the lock the answer may be stale at once.
-Slot* find_slot(uint64_t handle);
+// The table. What queries do with it is here, because a conversion asks a dozen of them.
+inline constexpr uint32_t chunk_size = 256;
+inline constexpr uint32_t chunk_count = 256;
+extern std::atomic<Slot*> chunks[chunk_count];
 
-// Value of a live handle; false for a stale one.
-bool read_value(uint64_t handle, Value value, uint64_t* out);
+inline uint32_t slot_index(uint64_t handle) {
+    return static_cast<uint32_t>(handle);
+}
+
+inline uint32_t handle_generation(uint64_t handle) {
+    return static_cast<uint32_t>(handle >> 32);
+}
+
+inline Slot* slot_at(uint32_t index) {
+    if (index >= chunk_size * chunk_count) return nullptr;
+    Slot* chunk = chunks[index / chunk_size].load(std::memory_order_acquire);
+    return chunk == nullptr ? nullptr : chunk + index % chunk_size;
+}
+
+// The slot a live handle names, or null. Without the lock the answer may be stale at once.
+inline Slot* find_slot(uint64_t handle) {
+    const uint32_t generation = handle_generation(handle);
+    Slot* slot = generation % 2 == 0 ? nullptr : slot_at(slot_index(handle));
+    if (slot == nullptr || slot->generation.load(std::memory_order_acquire) != generation)
+        return nullptr;
+    return slot;
+}
+
+// The value of a live handle, or that it is not one.
+struct Read {
+    bool live;
+    uint64_t value;
+};
+
+inline Read read_value(uint64_t handle, Value value) {
+    Slot* slot = find_slot(handle);
+    if (slot == nullptr) return {};
+    // Acquire keeps the second look at the generation behind the read.
+    const uint64_t read = slot->at(value).load(std::memory_order_acquire);
+    if (slot->generation.load(std::memory_order_relaxed) != handle_generation(handle)) return {};
+    return {true, read};
+}
 
 // A slot taken from the free list with all values zero, not yet alive; null when none is left.
 Slot* take_slot(const Lock&, uint32_t* index);
@@ -64,9 +101,5 @@ uint64_t bring_to_life(const Lock&, Slot& slot, uint32_t index);
 
 // Makes every handle of the slot stale and gives the slot back.
 void end_life(const Lock&, Slot& slot, uint32_t index);
-
-inline uint32_t slot_index(uint64_t handle) {
-    return static_cast<uint32_t>(handle);
-}
 
 }  // namespace trv::companion
