@@ -77,7 +77,7 @@ void compare_bayer(Input& in) {
                            m.out,
                            pairs,
                            depth == bayer::depth8 ? 0 : in.between(1, 8),
-                           in.below(2) * 1024,
+                           in.below(4) * 1024,
                            in.one_in(2)};
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
         level.bayer->get(depth, layout, rule, kind)(line);

@@ -118,6 +118,15 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
         return shift == 8 ? by.template operator()<Sums::upper_byte>() : nullptr;
 }
 
+// Whether 8-bit samples of a picture so large are made sooner by the next level: half of its loads
+// and stores lie within a cache line, and where pad bytes are kept its loads bring the destination
+// into the core.
+template <bayer::SpanLayout L>
+TRV_INLINE bool is_faster_narrower(const bayer::Line& line) {
+    if constexpr (!has_lane_masks || L == bayer::bgr24) return false;
+    return L == bayer::bgrx32 ? line.outgrows_core : line.fetch_distance > prefetch_distance;
+}
+
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
     constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
@@ -128,8 +137,7 @@ void span(const bayer::Line& line) {
         narrower::bayer_spans.get(D, L, M, kind.line)(line);
     else if constexpr (D == bayer::depth16)
         make_line(line, kind, maker16<L, M, first, RowIsRed>(line.shift));
-    // Loads and blends bring pixels of four bytes into the core sooner than stores under a mask.
-    else if (has_lane_masks && L == bayer::bgrx32 && line.outgrows_core)
+    else if (is_faster_narrower<L>(line))
         make_line(line, kind, nullptr);
     else
         make_line(line, kind, make_vectors<Step8<L, M, first, RowIsRed>>);
