@@ -35,9 +35,9 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     // 16-bit samples and 16-bit pixels are stepped in whole words.
     if (kernel.input == Input::BAYn) image.source_step &= ~1u;
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
-    const uint64_t bytes = uint64_t{image.destination_step} * image.height;
-    image.fetch_distance = fetch_distance(bytes);
-    image.outgrows_core = trv::outgrows_core(bytes);
+    const uint64_t written = uint64_t{image.destination_step} * image.height;
+    image.fetch_distance = fetch_distance(written + uint64_t{image.source_step} * image.height);
+    image.outgrows_core = trv::outgrows_core(written);
     return image;
 }
 

@@ -123,7 +123,7 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
 // into the core.
 template <bayer::SpanLayout L>
 TRV_INLINE bool is_faster_narrower(const bayer::Line& line) {
-    if constexpr (!has_lane_masks || L == bayer::bgr24) return false;
+    if constexpr (!has_lane_masks) return false;
     return L == bayer::bgrx32 ? line.outgrows_core : line.fetch_distance > prefetch_distance;
 }
 

@@ -39,11 +39,11 @@ constexpr bool outgrows_core(uint64_t bytes) {
     return bytes > 2 * 1024 * 1024;
 }
 
-// How far ahead of its use the memory of such a picture is worth fetching where each pixel takes
-// many steps, 0 for not at all: a large one may come from main memory, which takes longer.
+// How far ahead of its use memory is worth fetching where each pixel takes many steps and so many
+// bytes are read and written, 0 for not at all: many may come from main memory, which takes longer.
 constexpr uint32_t fetch_distance(uint64_t bytes) {
     if (!outgrows_cache(bytes)) return 0;
-    return bytes > 16 * 1024 * 1024 ? 3072 : 1024;
+    return bytes > 32 * 1024 * 1024 ? 3072 : 1024;
 }
 
 // The level that the exported functions use: levels[best_level()].
