@@ -64,7 +64,7 @@ struct UpperByteMean {
         if constexpr (Bits == 1) return up - (sum & splat<V>(1));
         return up - (sum >> Bits & splat<V>(0xFF));
     }
-    TRV_INLINE static V of_sorted(V low, V high) { return ceil_mean(low, less_one(high)); }
+    TRV_INLINE static V of_sorted(V low, V high) { return ExactMean<V>::of_sorted(low, high); }
 };
 
 // The two middle ones of four samples, in no order, and their mean by another kind of mean.

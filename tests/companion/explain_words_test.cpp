@@ -10,6 +10,15 @@ using namespace test;
 
 using ExplainWords = Explaining;
 
+// Words about a pair of pictures.
+struct Remark {
+    uint32_t from;
+    Shape s;
+    uint32_t to;
+    Shape d;
+    const char* words;
+};
+
 TEST_F(ExplainWords, NamesTheFirstThingMissing) {
     const struct {
         uint64_t handle;
@@ -118,13 +127,7 @@ TEST_F(ExplainWords, ReadsLikeADiagnosis) {
 }
 
 TEST_F(ExplainWords, WarnsOfWhatTheStatusHides) {
-    const struct {
-        uint32_t from;
-        Shape s;
-        uint32_t to;
-        Shape d;
-        const char* words;
-    } cases[] = {
+    const Remark cases[] = {
         {TBL_FORMAT(BAY8), {7, 4, 8}, TBL_FORMAT(BGR24), {7, 4, 24}, "the width is odd, so ave"},
         {TBL_FORMAT(BAY8), {1, 4, 8}, TBL_FORMAT(BGR24), {1, 4, 24}, "refusal is not passed on"},
         {TBL_FORMAT(BAY12),
@@ -193,13 +196,7 @@ TEST_F(ExplainWords, NamesACodeThatIsNoFormat) {
 }
 
 TEST_F(ExplainWords, WarnsOfNothingElse) {
-    const struct {
-        uint32_t from;
-        Shape s;
-        uint32_t to;
-        Shape d;
-        const char* words;
-    } cases[] = {
+    const Remark cases[] = {
         {TBL_FORMAT(BAY8), {8, 4, 9}, TBL_FORMAT(BGR24), {8, 4, 25}, "odd stride"},
         {TBL_FORMAT(BAY8), {8, 4, 9}, TBL_FORMAT(RGB16), {8, 4, 16}, "odd stride"},
         {TBL_FORMAT(BAY12), {8, 4, 16}, TBL_FORMAT(BGRX32), {8, 4, 33}, "odd stride"},
