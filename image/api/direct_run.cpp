@@ -97,8 +97,8 @@ Writer writer_of(const Format& format) {
     }
 }
 
-// The flag bit of the 48-bit to word routes, as it has always been: none or bit 0 from 16 bits, bit
-// 3 or 4 from 12 bits.
+// Mask of the flag in the 48-bit to word routes, for 15- and for 16-bit words: none or bit 0 from
+// 16 bits, bit 3 or bit 4 from 12 bits.
 unsigned flag_of(const Format& source, Writer writer) {
     const bool fifteen = writer == Writer::rgb15 || writer == Writer::bgr15;
     if (source.significant == 16) return fifteen ? 0 : 1;

@@ -1,4 +1,4 @@
-// Routes that do what programs have come to expect of them, which is not what a picture needs.
+// Routes that do what programs expect of them, which is not what a picture needs.
 #pragma once
 
 #include "image/pixel/format.h"

@@ -61,7 +61,7 @@ size_t make_line(const Between& line, Row row, Neighbour n) {
 //   13 pixels, 52 bytes were made: the next field line is read from byte 52 of this one instead of
 //   byte 64, and the next frame line is written right behind the 52 bytes.
 //
-// Programs have come to rely on the frames that this gives; it is not to be repaired.
+// Programs rely on the frames that this gives; it is not to be repaired.
 inline size_t make_short_median_line(const Between& line, Row row) {
     constexpr size_t pixel = 4;
     const size_t whole = line.stride < pixel ? 0 : (line.stride - pixel) / pixel;

@@ -40,8 +40,8 @@ struct Bgrx32 {
     static void store(uint8_t* out, const Rgb& c) { Bgr24::store(out, c); }
 };
 
-// Deliberate: blue is not masked. A sample with bits above its depth spills from blue into green,
-// as it always has; red and green are masked.
+// Deliberate: red and green are masked and blue is not, so a sample with bits above its depth
+// spills from blue into green.
 struct Rgb16 {
     static constexpr size_t bytes = 2;
     static void store(uint8_t* out, const Rgb& c) {
