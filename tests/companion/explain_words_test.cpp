@@ -1,6 +1,8 @@
 // What TBS_Explain says.
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "tests/companion/explaining.h"
 #include "trvil/til.h"
 
@@ -211,6 +213,38 @@ TEST_F(ExplainWords, WarnsOfNothingElse) {
         const Explained explained = explain();
         EXPECT_EQ(explained.status, 0u) << explained.text;
         EXPECT_FALSE(explained.says(c.words)) << explained.text;
+    }
+}
+
+TEST_F(ExplainWords, NamesTheRoutesThatMakeNoPicture) {
+    const auto says = [&](uint32_t from, uint32_t to) {
+        set_pair(0xC0022600 + from, {8, 4, 64}, 0xC0022600 + to, {8, 4, 64});
+        return explain().says("so the result is no picture");
+    };
+    std::set<std::pair<uint32_t, uint32_t>> named;
+    for (uint32_t from = 1; from < TBL_CODE_END; ++from)
+        for (uint32_t to = 1; to < TBL_CODE_END; ++to)
+            if (says(from, to)) named.insert({from, to});
+    std::set<std::pair<uint32_t, uint32_t>> expected = {{TBL_CODE_RGB30, TBL_CODE_RGB48}};
+    for (const uint32_t to : {TBL_CODE_XBGR32, TBL_CODE_BGRX32, TBL_CODE_XRGB32, TBL_CODE_RGBX32})
+        expected.insert({TBL_CODE_Mono12P, to});
+    for (const uint32_t to : {TBL_CODE_RGB15, TBL_CODE_BGR15, TBL_CODE_RGB16, TBL_CODE_BGR16})
+        for (const uint32_t from : {TBL_CODE_BGR48, TBL_CODE_BGR48_12}) expected.insert({from, to});
+    EXPECT_EQ(named, expected);
+}
+
+TEST_F(ExplainWords, TellsOfBlocksWherePaddingIsCopied) {
+    const struct {
+        uint32_t format, source_stride, stride, height;
+        bool block;
+    } cases[] = {{TBL_FORMAT(Mono8), 9, 9, 4, true},    {TBL_FORMAT(Mono8), 8, 8, 4, false},
+                 {TBL_FORMAT(Mono8), 9, 9, 5, false},   {TBL_FORMAT(Mono8), 9, 10, 4, false},
+                 {TBL_FORMAT(Mono16), 17, 17, 4, true}, {TBL_FORMAT(Mono16), 16, 16, 4, false},
+                 {TBL_FORMAT(BGRX32), 33, 33, 5, true}, {TBL_FORMAT(BGRX32), 32, 32, 4, false},
+                 {TBL_FORMAT(BGRX32), 33, 34, 4, false}};
+    for (const auto& c : cases) {
+        set_pair(c.format, {8, 4, c.source_stride}, c.format, {8, c.height, c.stride});
+        EXPECT_EQ(explain().says("as one block"), c.block) << explain().text;
     }
 }
 

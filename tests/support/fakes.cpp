@@ -41,7 +41,6 @@ TRV_API void* malloc(size_t size) {
         return call.Fails() ? failure : __real_##name arguments; \
     }
 
-WRAP(clock_gettime, (clockid_t id, timespec* out), (id, out), BY_ERRNO)
 WRAP(sigaction, (int n, const struct sigaction* to, struct sigaction* was), (n, to, was), BY_ERRNO)
 WRAP(timer_settime, (timer_t id, int flags, const itimerspec* to, itimerspec* was),
      (id, flags, to, was), BY_ERRNO)
@@ -72,11 +71,21 @@ int __wrap_gettimeofday(timeval* now, void* zone) {
     return 0;
 }
 
+int __real_clock_gettime(clockid_t id, timespec* out);
+int __wrap_clock_gettime(clockid_t id, timespec* out) {
+    Call& call = calls.clock_gettime;
+    if (call.Fails()) return BY_ERRNO;
+    if (!calls.clock_stands) return __real_clock_gettime(id, out);
+    *out = id == CLOCK_MONOTONIC ? calls.monotonic : timespec{};
+    return 0;
+}
+
 int __real_nanosleep(const timespec* time, timespec* rest);
 int __wrap_nanosleep(const timespec* time, timespec* rest) {
     Call& call = calls.nanosleep;
     if (call.Fails()) return BY_ERRNO;
     if (!calls.clock_stands) return __real_nanosleep(time, rest);
+    calls.slept = *time;
     calls.now_us += static_cast<uint64_t>(time->tv_sec * 1000000 + time->tv_nsec / 1000);
     return 0;
 }

@@ -26,6 +26,8 @@ struct Calls {
     Call pthread_create, pthread_join, pthread_getschedparam, sem_trywait, sem_post, sem_destroy;
     bool clock_stands = false;  // time passes only by sleeping
     uint64_t now_us = 0;
+    timespec monotonic = {};  // where that clock stands
+    timespec slept = {};      // what the last sleep was asked for
 };
 extern Calls calls;  // NOLINT(bugprone-dynamic-static-initializers): no definition
 
