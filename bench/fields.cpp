@@ -1,7 +1,7 @@
 // Frames from fields by all four methods; a frame has the size of the options, its field half the
 // lines.
 #include "bench/contest.h"
-#include "image/api/field_to_frame.h"
+#include "image/exports/field_to_frame.h"
 
 int main(int argc, char** argv) {
     const bench::Options options = bench::parse(argc, argv);

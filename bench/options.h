@@ -6,7 +6,7 @@
 #include <string>
 
 #include "bench/ring.h"
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
 
 namespace bench {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace bench {

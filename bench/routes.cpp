@@ -1,7 +1,7 @@
 // Every route of TIL_Convert, every method of the mosaics.
-#include "image/api/routes.h"
+#include "image/format/routes.h"
 #include "bench/contest.h"
-#include "image/api/convert.h"
+#include "image/exports/convert.h"
 
 namespace {
 

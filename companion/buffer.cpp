@@ -1,7 +1,7 @@
 #include <stdlib.h>
 
 #include "companion/slots.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace trv::companion {

@@ -1,7 +1,7 @@
 // Which bytes a conversion touches, padding and what lies behind a line included.
 #pragma once
 
-#include "image/api/decision.h"
+#include "image/format/decision.h"
 
 namespace trv::companion {
 

@@ -5,7 +5,7 @@
 
 #include "companion/reach.h"
 #include "companion/words.h"
-#include "image/api/spoiling.h"
+#include "image/format/lossy.h"
 
 namespace trv::companion {
 namespace {

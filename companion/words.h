@@ -3,7 +3,7 @@
 #pragma once
 
 #include "companion/writer.h"
-#include "image/api/decision.h"
+#include "image/format/decision.h"
 
 namespace trv::companion {
 

@@ -1,7 +1,7 @@
 // A buffer library that answers what a fuzz target wants it to.
 #pragma once
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace fuzz {

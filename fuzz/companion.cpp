@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "fuzz/input.h"
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
 #include "tests/geometry/arena.h"
 
 namespace fuzz {

@@ -1,11 +1,11 @@
 // TIL_Convert on any two buffers that are valid by themselves, at every level.
-#include "image/api/convert.h"
+#include "image/exports/convert.h"
 
 #include <algorithm>
 
 #include "fuzz/buffers.h"
 #include "fuzz/compare.h"
-#include "image/api/routes.h"
+#include "image/format/routes.h"
 #include "trvil/til.h"
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {

@@ -1,5 +1,5 @@
 // TIL_FieldToFrame and its four methods on any field of whole pixels, at every level.
-#include "image/api/field_to_frame.h"
+#include "image/exports/field_to_frame.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // The inner loops themselves: every table entry of every level against the scalar one, on any part
 // of a line, between guard pages.
 #include "fuzz/compare.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 
 namespace {
 

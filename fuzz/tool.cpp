@@ -13,7 +13,7 @@
 #undef main
 
 #include "fuzz/input.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "image/level/level.h"
-#include "image/pixel/format.h"
+#include "image/dispatch/level.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace test {

@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "image/level/machine.h"
+#include "image/dispatch/machine.h"
 #include "trvil/tbl.h"
 #include "trvil/til.h"
 

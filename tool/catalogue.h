@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace trv::tool {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 
 namespace trv::tool {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 
 namespace trv::tool {

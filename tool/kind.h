@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 
 namespace trv::tool {
 

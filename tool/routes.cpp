@@ -1,6 +1,6 @@
 #include "tool/routes.h"
 
-#include "image/api/routes.h"
+#include "image/format/routes.h"
 #include "tool/catalogue.h"
 #include "tool/error.h"
 #include "tool/frame.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "image/api/spoiling.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
+#include "image/format/lossy.h"
 #include "tool/catalogue.h"
 #include "tool/kind.h"
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "tool/frame.h"
 
 namespace trv::tool {

@@ -12,7 +12,7 @@
 
 #include "bench/measure.h"
 #include "bench/peers/frames.h"
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "bench/peers/report.h"
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
 
 namespace peers {
 namespace {

@@ -1,6 +1,6 @@
 #include "bench/peers/contestant.h"
-#include "image/api/convert.h"
-#include "image/api/field_to_frame.h"
+#include "image/exports/convert.h"
+#include "image/exports/field_to_frame.h"
 
 namespace peers {
 namespace {

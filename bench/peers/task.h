@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bench/ring.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 
 namespace peers {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "image/api/routes.h"
-#include "image/pixel/format.h"
+#include "image/format/format.h"
+#include "image/format/routes.h"
 
 namespace page {
 

@@ -28,7 +28,7 @@ void print_routes() {
 
 const char* const introduction = R"(# Pixel formats and routes
 
-<!-- Made by docs/generate/formats.cpp from include/trvil/formats.inc and image/api/routes.inc. -->
+<!-- Made by docs/generate/formats.cpp from include/trvil/formats.inc and image/format/routes.inc. -->
 
 A format code is 0xC0022600 plus the code below. Conversions look at this low byte alone;
 `TIL_FieldToFrame` and `TIL_FileWriteTiff` compare the whole code. In C the code of a format is

@@ -4,7 +4,7 @@
 //   value()        the average; below it stand bits_of_two, or bits_of_four, bits of the sum
 #pragma once
 
-#include "image/level/vec.h"
+#include "image/simd/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {

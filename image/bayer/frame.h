@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "image/bayer/members.h"
 #include "image/bayer/span.h"
+#include "image/format/members.h"
 
 namespace trv::bayer {
 

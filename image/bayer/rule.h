@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "image/bayer/span.h"
-#include "image/pixel/layout.h"
+#include "image/format/layout.h"
 
 namespace trv::bayer {
 

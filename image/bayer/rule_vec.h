@@ -6,7 +6,7 @@
 
 #include "image/bayer/average.h"
 #include "image/bayer/span.h"
-#include "image/level/vec.h"
+#include "image/simd/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {

@@ -9,7 +9,7 @@
 #include "image/bayer/span.h"
 #include "image/bayer/step16.h"
 #include "image/bayer/step8.h"
-#include "image/level/vec.h"
+#include "image/simd/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "image/buffer.h"
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
+#include "image/exports/buffer.h"
 
 namespace trv::field {
 

@@ -3,7 +3,7 @@
 
 #include "image/field/line.h"
 #include "image/field/median6.h"
-#include "image/level/vec.h"
+#include "image/simd/vec.h"
 
 namespace trv::TRV_LEVEL {
 namespace {

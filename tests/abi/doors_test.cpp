@@ -9,7 +9,7 @@
 #include <map>
 #include <regex>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "trvil/tbl.h"
 #include "trvil/til.h"
 

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <functional>
 
-#include "image/api/convert.h"
-#include "image/bayer/kernel.h"
+#include "image/exports/convert.h"
+#include "image/exports/kernel.h"
 #include "image/field/field.h"
 #include "tests/reference/routes.h"
 #include "trvil/tbl.h"

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "image/level/level.h"
+#include "image/dispatch/level.h"
 
 namespace {
 

@@ -92,7 +92,7 @@ static const struct Kernel kernels[] = {
     {"TIL_" #input "_to_" #output "_" #method "_" #phase,                         \
      (AnyFunction)TIL_##input##_to_##output##_##method##_##phase, KERNEL_##input, \
      KERNEL_##output},
-#include "image/bayer/members.inc"
+#include "image/format/members.inc"
 };
 
 static uint32_t format_stored_as(uint32_t bits) {

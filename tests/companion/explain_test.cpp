@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "tests/companion/explaining.h"
 #include "tests/harness.h"
 #include "trvil/til.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/image/api/fake_buffers.h"
+#include "tests/image/exports/fake_buffers.h"
 
 namespace test {
 

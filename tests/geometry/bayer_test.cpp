@@ -1,6 +1,6 @@
 // Every demosaic kernel at many random geometries.
 #include "tests/reference/bayer.h"
-#include "image/bayer/kernel.h"
+#include "image/exports/kernel.h"
 #include "tests/geometry/check.h"
 
 namespace {

@@ -4,8 +4,8 @@
 // are pieces of it. What a piece cannot know, the pixels at the end of a line, is asked of the
 // reference each time.
 #include "tests/reference/direct.h"
-#include "image/api/convert.h"
-#include "image/api/routes.h"
+#include "image/exports/convert.h"
+#include "image/format/routes.h"
 #include "tests/geometry/check.h"
 
 namespace {

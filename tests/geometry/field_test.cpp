@@ -1,6 +1,6 @@
 // Every field method in every format it takes, at many random geometries.
 #include "tests/reference/field.h"
-#include "image/api/field_to_frame.h"
+#include "image/exports/field_to_frame.h"
 #include "tests/geometry/check.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Which formats of this library say what a hypothesis says.
 #pragma once
 
-#include "image/pixel/format.h"
+#include "image/format/format.h"
 #include "tool/guess/hypothesis.h"
 
 namespace trv::tool::guess {

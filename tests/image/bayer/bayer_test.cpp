@@ -1,7 +1,7 @@
 // Every demosaic kernel at every level against the reference.
 #include "tests/reference/bayer.h"
-#include "image/api/convert.h"
-#include "image/bayer/kernel.h"
+#include "image/exports/convert.h"
+#include "image/exports/kernel.h"
 #include "tests/harness.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Every field method at every level against the reference.
 #include "tests/reference/field.h"
-#include "image/api/field_to_frame.h"
+#include "image/exports/field_to_frame.h"
 #include "image/field/rule.h"
 #include "tests/harness.h"
 #include "trvil/til.h"
