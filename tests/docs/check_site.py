@@ -47,7 +47,7 @@ for path in site.rglob("*.css"):
         faults.append(f"{path}: loads {found}")
 
 places = set().union(*(page.places for page in pages.values()))
-for room in ("image", "companion"):
+for room in ("image/exports", "companion"):
     for name in re.findall(r"^\s+(\w+);", (tree / room / "exports.map").read_text(), re.M):
         if f"c.{name}" not in places:
             faults.append(f"{name} has no entry")
