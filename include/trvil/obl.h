@@ -64,8 +64,8 @@ TRV_API int32_t OBL_strncmp(const char* first, uint64_t limit, const char* secon
      0                "destination" holds the text, cut to "size" - 1 characters
      TRV_STATUS_TEXT  "source" is null; nothing is written
 
-   Notes: "destination" must not be null. A "size" of 0 is no limit at all: the whole source is
-   copied. */
+   Notes: "destination" must not be null. "source" is read up to its terminator, whatever "size" is.
+   A "size" of 0 is no limit at all: the whole source is copied. */
 TRV_API uint32_t OBL_strncpy(char* destination, uint64_t size, const char* source);
 
 /* Stores in "*ppOut" a copy of the first "limit" characters of "source", or of all if it has fewer.
@@ -74,7 +74,9 @@ TRV_API uint32_t OBL_strncpy(char* destination, uint64_t size, const char* sourc
      TRV_STATUS_OK         "*ppOut" is the copy, or still null when "source" is empty
      TRV_STATUS_PARAMETER  an argument is null, or "*ppOut" is not null; "*ppOut" is left alone
      TRV_STATUS_MEMORY     no memory; "*ppOut" is null
-     TRV_STATUS_SYSTEM     the copy failed; "*ppOut" is null */
+     TRV_STATUS_SYSTEM     the copy failed; "*ppOut" is null
+
+   Note: "source" is read up to its terminator, so it needs one behind "limit" characters too. */
 TRV_API uint32_t OBL_strnclone(char** ppOut, uint64_t limit, const char* source);
 
 /* Returns the length of "text", or "limit" if no terminator stands in its first "limit" bytes. */
@@ -160,7 +162,7 @@ TRV_API uint32_t OBL_ErrInfoDestroy(OBL_ErrInfo** ppsErrInfo);
 
 /* Reports: stores "status", the name "function" (null keeps the former one) and the formatted
    message, each over what was there, then calls the handler and after it the logging handler, if
-   there are such, on this thread and without the lock. Nothing is allocated.
+   there are such, on this thread and without the lock.
 
    The report is dropped without a trace when the record is null or its mutex cannot be had within
    100 milliseconds; a thread that holds that mutex itself waits as long and in vain.

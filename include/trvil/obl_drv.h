@@ -183,7 +183,7 @@ typedef struct OBL_DRV_Thread {
     char szName[OBL_NAME_BYTES];       /* set by the caller */
     pthread_t hThread;                 /* set by creation */
     pthread_attr_t sAttr;              /* set by creation, never destroyed */
-    struct sched_param sSchedParam;    /* set by creation: the priority asked for */
+    struct sched_param sSchedParam;    /* set by creation if a priority is asked for */
     void* (*pfnStart)(void* argument); /* what the thread runs; its result is dropped */
     void* pvArg;                       /* handed to "pfnStart" */
     uint32_t nPriorityClass; /* OBL_DRV_PRIORITY_REALTIME, or any other value for no priority */
@@ -233,7 +233,7 @@ TRV_API uint32_t OBL_DRV_TimerCreate(OBL_DRV_Timer* psTimer);
 /* Starts the timer. When it expires, SIGALRM comes to some thread of the process, and there, inside
    the signal handler, the callback of the record that "pvContext" names is called with 0 and that
    record's "pvContext". The callback may do only what is allowed in a signal handler. May be called
-   again after expiry; before that, stop the timer, or the running one is lost.
+   again; stop the timer before, expired or not, or the system keeps it and nobody can delete it.
 
      TRV_STATUS_OK         the timer runs
      TRV_STATUS_PARAMETER  "psTimer is NULL"
@@ -247,7 +247,7 @@ TRV_API uint32_t OBL_DRV_TimerStart(OBL_DRV_Timer* psTimer, OBL_ErrInfo* psErrIn
 
 /* Deletes the running or expired timer.
 
-     TRV_STATUS_OK         the callback will not be called again, unless it is running
+     TRV_STATUS_OK         the timer will not expire; a signal that is on its way may still come
      TRV_STATUS_PARAMETER  "psTimer is NULL"
      TRV_STATUS_SYSTEM     "Failed to Stop Timer [%s]" */
 TRV_API uint32_t OBL_DRV_TimerStop(OBL_DRV_Timer* psTimer, OBL_ErrInfo* psErrInfo);

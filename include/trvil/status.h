@@ -1,4 +1,4 @@
-/* Status codes of every trvil call, and the two macros that mark an exported function. */
+/* Status codes of every trvil call, and the macros that mark an exported function. */
 #ifndef TRVIL_STATUS_H
 #define TRVIL_STATUS_H
 
