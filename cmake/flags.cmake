@@ -9,9 +9,11 @@ target_compile_options(trvil_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wformat=2 -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
   $<$<BOOL:${TRVIL_WERROR}>:-Werror>
-  -fstack-protector-strong -fcf-protection=full
+  -fstack-protector-strong
+  $<$<STREQUAL:${TRVIL_ARCHITECTURE},x86>:-fcf-protection=full>
   # The same bytes wherever the sources lie.
   $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>)
+target_include_directories(trvil_flags INTERFACE ${TRVIL_GENERATED})
 target_link_options(trvil_flags INTERFACE -Wl,-z,relro,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
 
 if(TRVIL_SANITIZE)

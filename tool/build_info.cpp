@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstdlib>
 
-#include "image/dispatch/machine.h"
+#include "image/simd/levels.h"
 #include "trvil/tbl.h"
 #include "trvil/til.h"
 

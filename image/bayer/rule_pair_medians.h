@@ -109,7 +109,7 @@ template <bool GreenFirst>
 struct PairMedians {
     template <bayer::SpanLayout L, bool RowIsRed>
     TRV_INLINE static void step(const bayer::Line& l, size_t x, uint8_t* out,
-                                const Turns<GreenFirst>&) {
+                                const SiteParity<GreenFirst>&) {
         const U8 left = samples<U8>(l.line, x - 1), right = samples<U8>(l.line, x + 1);
         const SecondByte own_p{as<U16>(left)};
         const FirstByte own_q{as<U16>(right)};

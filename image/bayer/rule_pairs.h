@@ -78,14 +78,14 @@ struct PairRule<bayer::edge_means, GreenFirst> {
                                    GreenFirst ? green_site : colour_site};
 
     TRV_INLINE static Pairs sums(const bayer::Line& l, size_t x) {
-        const PairLine line(l.line, x), near(l.above, x);
+        const PairLine line(l.line, x), beyond(l.above, x);
         const U16 beside_p = line.before_p() + line.q(), beside_q = line.p() + line.behind_q();
         if constexpr (GreenFirst)
-            return {{beside_p, line.p(), near.before_p() + near.q()},
-                    {line.q(), beside_q, near.q()}};
+            return {{beside_p, line.p(), beyond.before_p() + beyond.q()},
+                    {line.q(), beside_q, beyond.q()}};
         else
-            return {{line.p(), beside_p, near.p()},
-                    {beside_q, line.q(), near.p() + near.behind_q()}};
+            return {{line.p(), beside_p, beyond.p()},
+                    {beside_q, line.q(), beyond.p() + beyond.behind_q()}};
     }
 };
 
@@ -115,7 +115,7 @@ template <bayer::SpanRule M, bool GreenFirst>
 struct PairStep {
     template <bayer::SpanLayout L, bool RowIsRed>
     TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out,
-                                const Turns<GreenFirst>&) {
+                                const SiteParity<GreenFirst>&) {
         using Rule = PairRule<M, GreenFirst>;
         const auto channels_of = [](const auto& c) TRV_INLINE_LAMBDA {
             return channels<RowIsRed>(c.green, c.row, c.other);

@@ -1,5 +1,5 @@
 // The rules of image/bayer/rule.h for a vector of pixels x, x + 1, ...: every lane
-// computes what it would be as a green site and as a red or blue site, and the sites take turns.
+// computes what it would be as a green site and as a red or blue site, and the two kinds alternate.
 #pragma once
 
 #include <type_traits>
@@ -18,12 +18,10 @@ struct Sites {
     V own, beside, vertical, plus, cross;
 };
 
-// Green sites and the others take turns. Which comes first in a vector depends on the line and on
-// whether the vector begins at an odd or an even place; below v4 all begin at odd ones.
-#ifdef TRV_LEVEL_v4
-template <bool>
-struct Turns {
-    TRV_INLINE Turns(bool green_first, size_t x)
+// Green sites and the others alternate. Which comes first in a vector depends on the line and on
+// whether the vector begins at an odd or an even place.
+struct MaskedParity {
+    TRV_INLINE MaskedParity(bool green_first, size_t x)
         : green_site_first(green_first == (x % 2 == 0)),
           colour_sites(green_site_first ? 0xAAAAAAAAAAAAAAAA : 0x5555555555555555) {}
 
@@ -43,10 +41,10 @@ struct Turns {
     bool green_site_first;
     uint64_t colour_sites;
 };
-#else
+// For vectors that all begin at odd places.
 template <bool GreenFirst>
-struct Turns {
-    TRV_INLINE Turns(bool, size_t) {}
+struct FixedParity {
+    TRV_INLINE FixedParity(bool, size_t) {}
 
     template <typename T>
     TRV_INLINE static T first_of(const T& green_site, const T& colour_site) {
@@ -61,7 +59,9 @@ struct Turns {
         return alternate(first_of(green_site, colour_site), second_of(green_site, colour_site));
     }
 };
-#endif
+
+template <bool GreenFirst>
+using SiteParity = std::conditional_t<has_lane_masks, MaskedParity, FixedParity<GreenFirst>>;
 
 // Which of the three kinds of colours of a mosaic line a channel of the picture is.
 template <bool RowIsRed, typename C>
@@ -80,10 +80,10 @@ TRV_INLINE Bgr<V> colour_sites(const Sites<V>& s) {
 }
 
 template <bool RowIsRed, typename V, typename T>
-TRV_INLINE Bgr<V> joined(const Sites<V>& s, const T& turns) {
+TRV_INLINE Bgr<V> joined(const Sites<V>& s, const T& parity) {
     const Bgr<V> green = green_sites<RowIsRed>(s), colour = colour_sites<RowIsRed>(s);
-    return {turns.in_place(green.b, colour.b), turns.in_place(green.g, colour.g),
-            turns.in_place(green.r, colour.r)};
+    return {parity.in_place(green.b, colour.b), parity.in_place(green.g, colour.g),
+            parity.in_place(green.r, colour.r)};
 }
 
 // How many bits above the sample's own its averages are: sums are not divided yet.
@@ -104,13 +104,13 @@ using All = Each<A, A, A>;
 
 template <typename V>
 TRV_INLINE V samples(const uint8_t* line, size_t column) {
-    return held(load<V>(line + column * sizeof(V{}[0])));
+    return keep_in_register(load<V>(line + column * sizeof(V{}[0])));
 }
 
 // The samples of one line around the pixels of a vector.
 template <typename V>
-struct Row {
-    TRV_INLINE Row(const uint8_t* line, size_t x)
+struct LineSamples {
+    TRV_INLINE LineSamples(const uint8_t* line, size_t x)
         : left(samples<V>(line, x - 1)),
           right(samples<V>(line, x + 1)),
           own(between(left, right, line + x * sizeof(V{}[0]))) {}
@@ -135,7 +135,7 @@ struct Rule<bayer::nearest, V, Averages> {
 // The average of the samples above and below each pixel, out of those to its left and right where
 // that is cheaper than from the lines.
 template <typename A, typename V>
-TRV_INLINE A upright(const Row<V>& above, const Row<V>& below) {
+TRV_INLINE A upright(const LineSamples<V>& above, const LineSamples<V>& below) {
     if constexpr (has_double_shift)
         return A::between(A::of(above.left, below.left), A::of(above.right, below.right));
     else
@@ -153,7 +153,7 @@ struct MiddleRule {
 
     template <typename T>
     TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
-        const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
+        const LineSamples<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const auto plus =
             Green::both(Green::of(line.left, line.right), upright<Green>(above, below));
         const auto cross =
@@ -167,8 +167,7 @@ template <typename V, typename Averages>
 struct Rule<bayer::means, V, Averages> : MiddleRule<V, Averages> {};
 
 // Where lanes can be chosen at no cost, the means of two and of four middle samples are made in one
-// step for all sites: at a green site `beside` holds, at the others `plus`, likewise above and
-// below.
+// step for all sites.
 template <typename V, typename Mean>
 struct MixedMedians {
     using Two = Median<Mean>;
@@ -177,19 +176,19 @@ struct MixedMedians {
                                   Two::bits_of_four};
 
     template <typename T>
-    TRV_INLINE static V mean(const Two& at_green, const Four& at_colour, const T& turns) {
-        return Four{turns.in_place(at_green.low, at_colour.low),
-                    turns.in_place(at_green.high, at_colour.high)}
+    TRV_INLINE static V mean(const Two& at_green, const Four& at_colour, const T& parity) {
+        return Four{parity.in_place(at_green.low, at_colour.low),
+                    parity.in_place(at_green.high, at_colour.high)}
             .value();
     }
     template <typename T>
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T& turns) {
-        const Row<V> line(l.line, x), above(l.above, x), below(l.below, x);
+    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T& parity) {
+        const LineSamples<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const Two beside = Two::of(line.left, line.right), upright_ = upright<Two>(above, below);
         const Two left = Two::of(above.left, below.left), right = Two::of(above.right, below.right);
-        const V near = mean(beside, Two::both(beside, upright_), turns);
-        const V other = mean(upright_, Two::both(left, right), turns);
-        return {line.own, near, other, near, other};
+        const V beside_or_plus = mean(beside, Two::both(beside, upright_), parity);
+        const V vertical_or_cross = mean(upright_, Two::both(left, right), parity);
+        return {line.own, beside_or_plus, vertical_or_cross, beside_or_plus, vertical_or_cross};
     }
 };
 
@@ -212,9 +211,10 @@ struct Rule<bayer::edge_means, V, Averages> {
 
     template <typename T>
     TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
-        const Row<V> line(l.line, x), near(l.above, x);
-        return {line.own, Beside::of(line.left, line.right).value(), near.own,
-                Green::of(line.left, line.right).value(), Other::of(near.left, near.right).value()};
+        const LineSamples<V> line(l.line, x), beyond(l.above, x);
+        return {line.own, Beside::of(line.left, line.right).value(), beyond.own,
+                Green::of(line.left, line.right).value(),
+                Other::of(beyond.left, beyond.right).value()};
     }
 };
 

@@ -47,17 +47,10 @@ struct Spans {
 
 }  // namespace bayer
 
-namespace scalar {
-extern const bayer::Spans bayer_spans;
-}
-namespace v2 {
-extern const bayer::Spans bayer_spans;
-}
-namespace v3 {
-extern const bayer::Spans bayer_spans;
-}
-namespace v4 {
-extern const bayer::Spans bayer_spans;
-}
+#define TRV_LEVEL_ROW(level)               \
+    namespace level {                      \
+    extern const bayer::Spans bayer_spans; \
+    }
+#include "image/simd/levels.inc"
 
 }  // namespace trv

@@ -68,7 +68,7 @@ TRV_SHARED void make_vectors(const bayer::Line& line, bool green_first) {
     const Parts parts = parts_of<Step>(lines);
     for (size_t i = 0; i < parts.count; ++i) {
         const auto [first, last] = parts.part[i];
-        const Step step(lines, typename Step::Place(green_first, first));
+        const Step step(lines, typename Step::Parity(green_first, first));
         for (size_t x = first;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
             uint8_t* out = lines.out + x * pixel;
             if (lines.fetch_distance != 0) [[likely]] {
@@ -92,10 +92,10 @@ struct Kind {
 
 using MakeVectors = void (*)(const bayer::Line&, bool green_first);
 
-// By the narrower level where there is nothing to make it with, or less than a vector to make.
+// By the fallback level where there is nothing to make it with, or less than a vector to make.
 TRV_SHARED void make_line(const bayer::Line& line, Kind kind, MakeVectors make) {
     if (make == nullptr || line.pairs * 2 < sizeof(U8))
-        narrower::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
+        fallback::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
     else
         make(line, kind.line.green_first);
 }
@@ -105,9 +105,9 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
     const auto by = []<Sums S>() TRV_INLINE_LAMBDA {
         return make_vectors<Step16<L, M, S, GreenFirst, RowIsRed>>;
     };
-    // The narrowest level always keeps whole sums: two loops per kind of line are for those that
+    // The lowest level always keeps whole sums: two loops per kind of line are for those that
     // most machines run. 15 bits per sample, which no format has, are left to it.
-    if constexpr (M == bayer::nearest || sizeof(U8) == 16)
+    if constexpr (M == bayer::nearest || is_lowest)
         return by.template operator()<Sums::whole>();
     else if constexpr (has_lane_masks)
         return shift <= 6 ? by.template operator()<Sums::wrapping>()
@@ -118,11 +118,11 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
         return shift == 8 ? by.template operator()<Sums::upper_byte>() : nullptr;
 }
 
-// Whether 8-bit samples of a picture so large are made sooner by the next level: half of its loads
-// and stores lie within a cache line, and where pad bytes are kept its loads bring the destination
-// into the core.
+// Whether 8-bit samples of a picture so large are made sooner by the fallback level: half of its
+// loads and stores lie within a cache line, and where pad bytes are kept its loads bring the
+// destination into the core.
 template <bayer::SpanLayout L>
-TRV_INLINE bool is_faster_narrower(const bayer::Line& line) {
+TRV_INLINE bool is_faster_by_fallback(const bayer::Line& line) {
     if constexpr (!has_lane_masks) return false;
     return L == bayer::bgrx32 ? line.outgrows_core : line.fetch_distance > prefetch_distance;
 }
@@ -130,14 +130,14 @@ TRV_INLINE bool is_faster_narrower(const bayer::Line& line) {
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Line& line) {
     constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
-    // Where turns vary, lines of both kinds have one loop.
+    // Where the parity is a mask, lines of both kinds have one loop.
     constexpr bool first = has_lane_masks || GreenFirst;
-    // The first and the last line of a picture are not worth code of the wider levels.
-    if constexpr (M == bayer::edge_means && sizeof(U8) > 16)
-        narrower::bayer_spans.get(D, L, M, kind.line)(line);
+    // The first and the last line of a picture are not worth code of the higher levels.
+    if constexpr (M == bayer::edge_means && !is_lowest)
+        fallback::bayer_spans.get(D, L, M, kind.line)(line);
     else if constexpr (D == bayer::depth16)
         make_line(line, kind, maker16<L, M, first, RowIsRed>(line.shift));
-    else if (is_faster_narrower<L>(line))
+    else if (is_faster_by_fallback<L>(line))
         make_line(line, kind, nullptr);
     else
         make_line(line, kind, make_vectors<Step8<L, M, first, RowIsRed>>);

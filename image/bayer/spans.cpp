@@ -1,10 +1,10 @@
 // The table of pair loops of one level; this file is compiled once per level.
 #include "image/bayer/span.h"
 
-#ifdef TRV_LEVEL_scalar
-#include "image/bayer/span_scalar.h"
-#else
+#ifdef TRV_VECTORS
 #include "image/bayer/span_vec.h"
+#else
+#include "image/bayer/span_scalar.h"
 #endif
 
 namespace trv::TRV_LEVEL {

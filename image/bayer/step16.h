@@ -8,11 +8,11 @@ namespace {
 
 // Bits between a sample and the 8 bits that a colour keeps of it or of its sums.
 template <typename Rule, bool RowIsRed, typename T>
-TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift, const T& turns) {
+TRV_INLINE Bgr<EightBits> eight_bits(unsigned shift, const T& parity) {
     constexpr SumBits b = Rule::bits;
     const auto bits = [&](unsigned at_green, unsigned at_colour) TRV_INLINE_LAMBDA {
-        return EightBits(shift + turns.first_of(at_green, at_colour),
-                         shift + turns.second_of(at_green, at_colour));
+        return EightBits(shift + parity.first_of(at_green, at_colour),
+                         shift + parity.second_of(at_green, at_colour));
     };
     return channels<RowIsRed>(bits(0, b.plus), bits(b.beside, 0), bits(b.vertical, b.cross));
 }
@@ -40,12 +40,10 @@ struct AveragesOf<M, Sums::wrapping, bayer::rgb16, true> {
     using Wrapping = Average<M, WrappingMean<U16>>;
     using Type = Each<Wrapping, Wrapping, Exact<M, U16>>;
 };
-#ifndef TRV_LEVEL_v4
 template <bayer::SpanRule M, bayer::SpanLayout L, bool RowIsRed>
 struct AveragesOf<M, Sums::upper_byte, L, RowIsRed> {
     using Type = All<Average<M, UpperByteMean<U16, 1>>>;
 };
-#endif
 
 // Two vectors of samples as pixels, and where in each result its colour's 8 bits lie.
 template <bayer::SpanLayout L, typename Bits>
@@ -67,25 +65,23 @@ struct Step16 {
     static constexpr bayer::SpanRule rule = M;
     static constexpr size_t sample_bytes = 2;
     using Made = Rule<M, U16, typename AveragesOf<M, S, L, RowIsRed>::Type>;
-    using Place = Turns<GreenFirst>;
+    using Parity = SiteParity<GreenFirst>;
 
-    TRV_INLINE Step16(const bayer::Line& line, Place places)
-        : lines(line), turns(places), bits(eight_bits<Made, RowIsRed>(line.shift, places)) {}
+    TRV_INLINE Step16(const bayer::Line& line, Parity sites)
+        : lines(line), parity(sites), bits(eight_bits<Made, RowIsRed>(line.shift, sites)) {}
 
     TRV_INLINE Bgr<U16> colours(size_t x) const {
-        return joined<RowIsRed>(Made::sites(lines, x, turns), turns);
+        return joined<RowIsRed>(Made::sites(lines, x, parity), parity);
     }
     TRV_INLINE void operator()(size_t x, uint8_t* out) const {
         const Bgr<U16> low = colours(x), high = colours(x + sizeof(U16) / sample_bytes);
-#ifndef TRV_LEVEL_v4
         if constexpr (S == Sums::upper_byte)
             return store_pixels<L>(out, low, high, Bgr<UpperByte>{});
-#endif
         store_pixels<L>(out, low, high, bits);
     }
 
     const bayer::Line& lines;
-    Place turns;
+    Parity parity;
     Bgr<EightBits> bits;
 };
 

@@ -98,17 +98,10 @@ struct Rows {
 
 }  // namespace direct
 
-namespace scalar {
-extern const direct::Rows direct_rows;
-}
-namespace v2 {
-extern const direct::Rows direct_rows;
-}
-namespace v3 {
-extern const direct::Rows direct_rows;
-}
-namespace v4 {
-extern const direct::Rows direct_rows;
-}
+#define TRV_LEVEL_ROW(level)               \
+    namespace level {                      \
+    extern const direct::Rows direct_rows; \
+    }
+#include "image/simd/levels.inc"
 
 }  // namespace trv

@@ -70,9 +70,9 @@ TRV_SHARED void make_blocks(const Line& line, Blocks blocks) {
 }
 
 // Blocks, then pixel by pixel what is left behind the last whole unit; lines shorter than a block
-// go to the next narrower level.
+// go to the fallback level.
 TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
-    if (line.end < pair.pixels) return narrower::direct_rows.get(pair.reader, pair.writer)(line);
+    if (line.end < pair.pixels) return fallback::direct_rows.get(pair.reader, pair.writer)(line);
     const size_t last = size_t{line.end - pair.pixels} >> pair.unit_bits << pair.unit_bits;
     const size_t pixel_bytes = direct::writer_bytes(pair.writer);
     const uint8_t* tail = line.source + pair.bytes(last);

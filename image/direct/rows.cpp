@@ -4,10 +4,10 @@
 #include "image/direct/packed.h"
 #include "image/direct/yuv.h"
 
-#ifdef TRV_LEVEL_scalar
-#include "image/direct/row_scalar.h"
-#else
+#ifdef TRV_VECTORS
 #include "image/direct/row_vec.h"
+#else
+#include "image/direct/row_scalar.h"
 #endif
 
 namespace trv::TRV_LEVEL {

@@ -3,10 +3,8 @@
 namespace trv {
 
 const Level levels[level_count] = {
-    {level_names[0], &scalar::bayer_spans, &scalar::direct_rows, &scalar::field_rows},
-    {level_names[1], &v2::bayer_spans, &v2::direct_rows, &v2::field_rows},
-    {level_names[2], &v3::bayer_spans, &v3::direct_rows, &v3::field_rows},
-    {level_names[3], &v4::bayer_spans, &v4::direct_rows, &v4::field_rows},
+#define TRV_LEVEL_ROW(level) {#level, &level::bayer_spans, &level::direct_rows, &level::field_rows},
+#include "image/simd/levels.inc"
 };
 
 namespace {

@@ -10,8 +10,8 @@
 
 #include "image/bayer/span.h"
 #include "image/direct/row.h"
-#include "image/dispatch/machine.h"
 #include "image/field/line.h"
+#include "image/simd/levels.h"
 
 namespace trv {
 

@@ -30,17 +30,10 @@ struct Rows {
 
 }  // namespace field
 
-namespace scalar {
-extern const field::Rows field_rows;
-}
-namespace v2 {
-extern const field::Rows field_rows;
-}
-namespace v3 {
-extern const field::Rows field_rows;
-}
-namespace v4 {
-extern const field::Rows field_rows;
-}
+#define TRV_LEVEL_ROW(level)             \
+    namespace level {                    \
+    extern const field::Rows field_rows; \
+    }
+#include "image/simd/levels.inc"
 
 }  // namespace trv

@@ -1,8 +1,8 @@
 // The table of field rows of one level; this file is compiled once per level.
-#ifdef TRV_LEVEL_scalar
-#include "image/field/rows_scalar.h"
-#else
+#ifdef TRV_VECTORS
 #include "image/field/rows_vec.h"
+#else
+#include "image/field/rows_scalar.h"
 #endif
 
 namespace trv::TRV_LEVEL {

@@ -17,11 +17,13 @@ constexpr ptrdiff_t distance(field::Neighbour n) {
 template <field::Neighbour N>
 struct Three {
     TRV_INLINE Three(const uint8_t* at, U8 odd)
-        : before(neighbour<-1>(at, odd)), own(held(load<U8>(at))), behind(neighbour<1>(at, odd)) {}
+        : before(neighbour<-1>(at, odd)),
+          own(keep_in_register(load<U8>(at))),
+          behind(neighbour<1>(at, odd)) {}
 
     template <int Side>
     TRV_INLINE static U8 neighbour(const uint8_t* at, U8 odd) {
-        const U8 far = held(load<U8>(at + Side * distance(N)));
+        const U8 far = keep_in_register(load<U8>(at + Side * distance(N)));
         if constexpr (N != field::yuv) return far;
         return select(odd, far, load<U8>(at + Side * 2));
     }
@@ -43,7 +45,7 @@ struct Average {
     }
     template <field::Neighbour>
     TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, U8) {
-        return floor_mean(held(load<U8>(upper)), held(load<U8>(lower)));
+        return floor_mean(keep_in_register(load<U8>(upper)), keep_in_register(load<U8>(lower)));
     }
 };
 
@@ -83,7 +85,7 @@ struct Median {
 
 template <typename Rule, field::Neighbour N>
 void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count) {
-    if (count < sizeof(U8)) return Rule::of(narrower::field_rows, N)(upper, lower, out, count);
+    if (count < sizeof(U8)) return Rule::of(fallback::field_rows, N)(upper, lower, out, count);
     const size_t last = count - sizeof(U8);
     U8 odd = as<U8>(splat<U16>(0xFF00));
     for (size_t k = 0;; k += sizeof(U8)) {

@@ -1,20 +1,19 @@
-// The vector vocabulary of the level that is being compiled.
+// The vector operations of the level that is being compiled. Every level's header has the same
+// ones, and says by these traits what comes cheap to it; kernels choose by them and by the width
+// of a vector, sizeof(U8):
+//   has_lane_masks         lanes are chosen, and stored, under a mask at no cost
+//   has_double_shift       lanes in the middle of two vectors cost less than a load (`between`)
+//   has_three_way_logic    any function of three bits is one step
+//   has_byte_permutation   a result byte comes from any place of two vectors in one step
+//   is_lowest              the lowest level with vectors: small code goes before speed
+//
+// `select` under a mask of lanes is there with lane masks only, `alternate` and the pixels of even
+// and odd vectors without byte permutations only: templates ask the traits first.
 #pragma once
 
-#if defined(TRV_LEVEL_v2)
-#include "image/simd/x86/v2_store.h"
-#elif defined(TRV_LEVEL_v3)
-#include "image/simd/x86/v3_store.h"
-#elif defined(TRV_LEVEL_v4)
-#include "image/simd/x86/v4_store.h"
-#else
-#error "no vector vocabulary for this level"
-#endif
+#include TRV_VECTORS
 
-#include "image/simd/vec_map.h"
-#ifndef TRV_LEVEL_v4
-#include "image/simd/vec_words.h"
-#endif
+#include "image/simd/words.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
@@ -28,16 +27,8 @@ TRV_INLINE V floor_mean(V a, V b) {
 }  // namespace
 }  // namespace trv::TRV_LEVEL
 
-// Lines too short for this level's vectors go to the next one down.
+// The next lower level, for lines too short for this level's vectors.
 namespace trv {
-namespace scalar {}
-namespace v2 {}
-namespace v3 {}
-#if defined(TRV_LEVEL_v2)
-namespace narrower = scalar;
-#elif defined(TRV_LEVEL_v3)
-namespace narrower = v2;
-#else
-namespace narrower = v3;
-#endif
+namespace TRV_FALLBACK {}
+namespace fallback = TRV_FALLBACK;
 }  // namespace trv

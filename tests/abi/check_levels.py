@@ -5,6 +5,7 @@ A weak symbol is one the linker keeps a single copy of; if that copy came from t
 older processor would meet an illegal instruction in code that looks innocent. The scalar level is
 compiled for every processor, so its copies may serve anybody.
 """
+import re
 import subprocess
 import sys
 
@@ -15,7 +16,7 @@ for entry in sys.argv[1:]:
         kind, name = line[17:18], line[19:]
         if "trvil_level_scalar." in entry:
             continue
-        level = next(l for l in ("scalar", "v2", "v3", "v4") if f"trvil_level_{l}." in entry)
+        level = re.search(r"trvil_level_(\w+)\.", entry).group(1)
         # Sanitizer bookkeeping is shared by design and holds no code of ours.
         ours = "trv::" in name
         if ours and (kind in "WVu" or (kind in "TDBR" and f"trv::{level}::" not in name)):

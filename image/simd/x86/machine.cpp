@@ -1,10 +1,19 @@
-#include "image/dispatch/machine.h"
-
+// Which levels an x86-64 processor and its operating system run.
 #include <cpuid.h>
 
 #include <cstdint>
 
 namespace trv {
+namespace v2 {
+bool is_supported();
+}
+namespace v3 {
+bool is_supported();
+}
+namespace v4 {
+bool is_supported();
+}
+
 namespace {
 
 struct Registers {
@@ -31,31 +40,26 @@ uint32_t saved_state(const Registers& basic) {
 
 constexpr unsigned bit_lzcnt = 1u << 5;  // leaf 0x80000001, ECX
 
-bool has_v2(const Registers& basic) {
-    return has(basic.c,
+}  // namespace
+
+bool v2::is_supported() {
+    return has(cpuid(1).c,
                bit_SSE3 | bit_SSSE3 | bit_SSE4_1 | bit_SSE4_2 | bit_POPCNT | bit_CMPXCHG16B);
 }
 
-bool has_v3(const Registers& basic, const Registers& extended) {
-    return has(saved_state(basic), 0x6) && has(basic.c, bit_AVX | bit_F16C | bit_FMA | bit_MOVBE) &&
-           has(extended.b, bit_AVX2 | bit_BMI | bit_BMI2) && has(cpuid(0x80000001).c, bit_lzcnt);
+bool v3::is_supported() {
+    const Registers basic = cpuid(1);
+    return v2::is_supported() && has(saved_state(basic), 0x6) &&
+           has(basic.c, bit_AVX | bit_F16C | bit_FMA | bit_MOVBE) &&
+           has(cpuid(7).b, bit_AVX2 | bit_BMI | bit_BMI2) && has(cpuid(0x80000001).c, bit_lzcnt);
 }
 
-bool has_v4(const Registers& basic, const Registers& extended) {
-    return has(saved_state(basic), 0xE6) &&
+bool v4::is_supported() {
+    const Registers extended = cpuid(7);
+    return v3::is_supported() && has(saved_state(cpuid(1)), 0xE6) &&
            has(extended.b,
                bit_AVX512F | bit_AVX512BW | bit_AVX512CD | bit_AVX512DQ | bit_AVX512VL) &&
            has(extended.c, bit_AVX512VBMI | bit_AVX512VBMI2);
-}
-
-}  // namespace
-
-unsigned highest_level() {
-    const Registers basic = cpuid(1);
-    const Registers extended = cpuid(7);
-    if (!has_v2(basic)) return 0;
-    if (!has_v3(basic, extended)) return 1;
-    return has_v4(basic, extended) ? 3 : 2;
 }
 
 }  // namespace trv

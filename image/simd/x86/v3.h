@@ -1,13 +1,18 @@
-// Vector vocabulary of level v3: 32-byte vectors, AVX2.
+// Vector operations of level v3: 32-byte vectors, AVX2.
 #pragma once
 
-#include <immintrin.h>
-
 #include "image/simd/map.h"
-#include "image/simd/vec_type.h"
+#include "image/simd/types.h"
+#include "image/simd/x86/x86.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
+
+constexpr bool has_lane_masks = false;
+constexpr bool has_double_shift = false;
+constexpr bool has_three_way_logic = false;
+constexpr bool has_byte_permutation = false;
+constexpr bool is_lowest = false;
 
 using U8 = VecOf<uint8_t, 32>;
 using U16 = VecOf<uint16_t, 32>;
@@ -63,11 +68,8 @@ TRV_INLINE U8 shuffle(U8 v, U8 order) {
 // Samples in the middle of two vectors that begin one sample before and one behind them at `at`.
 template <typename V>
 TRV_INLINE V between(V, V, const uint8_t* at) {
-    return held(load<V>(at));
+    return keep_in_register(load<V>(at));
 }
-
-constexpr bool has_double_shift = false;
-constexpr bool has_lane_masks = false;
 
 // Even words of the first, odd words of the second.
 TRV_INLINE U16 alternate(U16 first, U16 second) {
@@ -145,5 +147,122 @@ TRV_INLINE U8 gather_load(const uint8_t* source, Pre pre) {
     return as<U8>(_mm256_shuffle_epi8(reg(bytes), reg(lanes<U8>(order))));
 }
 
+// Stores: pixels of several channels, in memory's order.
+
+// Two results whose 128-bit halves are low a, low b and high a, high b of the memory order.
+TRV_INLINE void store_halves(uint8_t* out, size_t apart, __m256i a, __m256i b) {
+    store(out, as<U8>(_mm256_permute2x128_si256(a, b, 0x20)));
+    store(out + apart, as<U8>(_mm256_permute2x128_si256(a, b, 0x31)));
+}
+
+// Words of a and b in turn: a0 b0 a1 b1 ...
+TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
+    store_halves(out, 32, _mm256_unpacklo_epi16(reg(a), reg(b)),
+                 _mm256_unpackhi_epi16(reg(a), reg(b)));
+}
+
+// Words of a and b in turn, as dwords.
+TRV_INLINE void in_turn(U16 a, U16 b, U32* first, U32* second) {
+    const __m256i low = _mm256_unpacklo_epi16(reg(a), reg(b));
+    const __m256i high = _mm256_unpackhi_epi16(reg(a), reg(b));
+    *first = as<U32>(_mm256_permute2x128_si256(low, high, 0x20));
+    *second = as<U32>(_mm256_permute2x128_si256(low, high, 0x31));
+}
+
+// The thirds of 96 bytes that were made in halves of 48.
+TRV_INLINE void store_thirds(uint8_t* out, __m256i first, __m256i second, __m256i third) {
+    store(out, as<U8>(_mm256_permute2x128_si256(first, second, 0x20)));
+    store(out + 32, as<U8>(_mm256_permute2x128_si256(third, first, 0x30)));
+    store(out + 64, as<U8>(_mm256_permute2x128_si256(second, third, 0x31)));
+}
+
+// Words of a, b and c in turn. In each half one shuffle per source serves all three results (8 and
+// 3 share no factor) and two blends choose per result: word t of a half's output is of source t mod
+// 3.
+TRV_INLINE void store_three_words(uint8_t* out, U16 a, U16 b, U16 c) {
+    static constexpr auto order_a = word_order<sizeof(U8)>(0), order_b = word_order<sizeof(U8)>(1),
+                          order_c = word_order<sizeof(U8)>(2);
+    const __m256i sa = _mm256_shuffle_epi8(reg(a), reg(lanes<U8>(order_a)));
+    const __m256i sb = _mm256_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
+    const __m256i sc = _mm256_shuffle_epi8(reg(c), reg(lanes<U8>(order_c)));
+    store_thirds(out, _mm256_blend_epi16(_mm256_blend_epi16(sc, sb, 0x92), sa, 0x49),
+                 _mm256_blend_epi16(_mm256_blend_epi16(sc, sb, 0x24), sa, 0x92),
+                 _mm256_blend_epi16(_mm256_blend_epi16(sc, sb, 0x49), sa, 0x24));
+}
+
+// Bytes of b, g and r in turn: 32 pixels of three bytes. In each half one shuffle per source serves
+// all three results (16 and 3 share no factor) and two blends choose per result; the halves then
+// change places.
+TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
+    const auto order = [](int offset) consteval {
+        Lanes<uint8_t, 32> lanes{};
+        for (int i = 0; i < 32; ++i)
+            lanes.v[i / 16 * 16 + (3 * (i % 16) + offset) % 16] = static_cast<uint8_t>(i % 16);
+        return lanes;
+    };
+    const auto every_third = [](int offset) consteval {
+        Lanes<uint8_t, 32> lanes{};
+        for (int i = 0; i < 32; ++i)
+            lanes.v[i] = static_cast<uint8_t>(i % 16 % 3 == offset ? 0xFF : 0);
+        return lanes;
+    };
+    static constexpr auto order_b = order(0), order_g = order(1), order_r = order(2);
+    static constexpr auto third0 = every_third(0), third1 = every_third(1), third2 = every_third(2);
+    const __m256i sb = _mm256_shuffle_epi8(reg(b), reg(lanes<U8>(order_b)));
+    const __m256i sg = _mm256_shuffle_epi8(reg(g), reg(lanes<U8>(order_g)));
+    const __m256i sr = _mm256_shuffle_epi8(reg(r), reg(lanes<U8>(order_r)));
+    const __m256i m0 = reg(lanes<U8>(third0)), m1 = reg(lanes<U8>(third1)),
+                  m2 = reg(lanes<U8>(third2));
+    // Byte t of a half's output is channel t mod 3; its three results start at t = 0, 16, 32.
+    const __m256i first = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m1), sb, m0);
+    const __m256i second = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m0), sb, m2);
+    const __m256i third = _mm256_blendv_epi8(_mm256_blendv_epi8(sr, sg, m2), sb, m1);
+    store_thirds(out, first, second, third);
+}
+
+// Bytes of b, g and r in turn with every fourth byte of memory kept (the first of each pixel, or
+// the last): loaded, blended, stored back.
+template <bool PadFirst = false>
+TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
+    const __m256i none = _mm256_setzero_si256();
+    const __m256i bg_low = _mm256_unpacklo_epi8(reg(b), reg(g));
+    const __m256i bg_high = _mm256_unpackhi_epi8(reg(b), reg(g));
+    const __m256i r_low = _mm256_unpacklo_epi8(reg(r), none);
+    const __m256i r_high = _mm256_unpackhi_epi8(reg(r), none);
+    const __m256i p0 = _mm256_unpacklo_epi16(bg_low, r_low),
+                  p1 = _mm256_unpackhi_epi16(bg_low, r_low);
+    const __m256i p2 = _mm256_unpacklo_epi16(bg_high, r_high),
+                  p3 = _mm256_unpackhi_epi16(bg_high, r_high);
+    const U32 pad = splat<U32>(PadFirst ? 0xFFu : 0xFF000000u);
+    const auto put = [&](size_t at, __m256i pixels) TRV_INLINE_LAMBDA {
+        const U32 kept = load<U32>(out + at) & pad;
+        store(out + at, as<U32>(pixels) << (PadFirst ? 8 : 0) | kept);
+    };
+    put(0, _mm256_permute2x128_si256(p0, p1, 0x20));
+    put(32, _mm256_permute2x128_si256(p2, p3, 0x20));
+    put(64, _mm256_permute2x128_si256(p0, p1, 0x31));
+    put(96, _mm256_permute2x128_si256(p2, p3, 0x31));
+}
+
+// The low three bytes of 32 dwords. A vector's 24 bytes are six dwords of the output; they are
+// turned to where they belong in it and the outputs are blended from two vectors each.
+TRV_INLINE void store_three(uint8_t* out, const U32 (&d)[4]) {
+    const __m256i order = _mm256_broadcastsi128_si256(
+        _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    const auto turned = [&](U32 v, __m256i turn) TRV_INLINE_LAMBDA {
+        return _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(reg(v), order), turn);
+    };
+    const __m256i t0 = turned(d[0], _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 0, 0));
+    const __m256i t1 = turned(d[1], _mm256_setr_epi32(2, 4, 5, 6, 0, 0, 0, 1));
+    const __m256i t2 = turned(d[2], _mm256_setr_epi32(5, 6, 0, 0, 0, 1, 2, 4));
+    const __m256i t3 = turned(d[3], _mm256_setr_epi32(0, 0, 0, 1, 2, 4, 5, 6));
+    store(out, as<U8>(_mm256_blend_epi32(t0, t1, 0xC0)));
+    store(out + 32, as<U8>(_mm256_blend_epi32(t1, t2, 0xF0)));
+    store(out + 64, as<U8>(_mm256_blend_epi32(t2, t3, 0xFC)));
+}
+
 }  // namespace
 }  // namespace trv::TRV_LEVEL
+
+// Composed of the operations above.
+#include "image/simd/unmasked.h"

@@ -1,8 +1,8 @@
-// What the levels below v4 share: bytes and words that alternate, and the stores that come from
-// them.
+// What the levels without lane masks and byte permutations share: bytes and words that alternate,
+// byte maps load by load, and the stores that come from them.
 #pragma once
 
-#include "image/simd/vec_map.h"
+#include "image/simd/words.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
@@ -47,16 +47,6 @@ struct EightBits {
     TRV_INLINE U16 upper(U16 v) const { return of(v) << 8; }
 
     U16 factor;
-};
-
-// The upper bytes of words, as they are.
-struct UpperByte {
-    TRV_INLINE static U16 of(U16 v) { return v >> 8; }
-    TRV_INLINE static U16 lower(U16 v) { return v >> 8; }
-    TRV_INLINE static U16 upper(U16 v) { return v & splat<U16>(0xFF00); }
-    TRV_INLINE static U16 word(const Bgr<U16>& c, const Bgr<UpperByte>&) {
-        return (c.r & splat<U16>(0xF800)) | (c.g >> 5 & splat<U16>(0x07E0)) | c.b >> 11;
-    }
 };
 
 // Bytes of b, g and r in turn, of pixels that come from two vectors in turn: the bytes of a pair
@@ -104,6 +94,31 @@ TRV_INLINE void store_three_of_four(uint8_t* out, const Bgr<U16>& low, const Bgr
         uint8_t* at = out + i * sizeof(U32);
         store(at, (pixels[i] & colours) | (load<U32>(at) & ~colours));
     }
+}
+
+// Destination bytes from First on, a vector of them, of a map over `Room` source bytes; `pre` works
+// on what is loaded before its bytes are taken apart. Kept bytes come out as 0.
+template <typename M, int First, int Room, typename Pre>
+TRV_INLINE U8 gather(const uint8_t* source, Pre pre) {
+    return gather_load<M, First, Room, 0>(source, pre) |
+           gather_load<M, First, Room, 1>(source, pre) |
+           gather_load<M, First, Room, 2>(source, pre) |
+           gather_load<M, First, Room, 3>(source, pre);
+}
+
+// Stores a vector but for the kept bytes of the map: these are stored back as they were.
+template <typename M, int First>
+TRV_INLINE void store_mapped(uint8_t* out, U8 v) {
+    if constexpr (M::has_kept()) {
+        static constexpr auto kept = [] {
+            Lanes<uint8_t, sizeof(U8)> lanes{};
+            for (int i = 0; i < static_cast<int>(sizeof(U8)); ++i)
+                lanes.v[i] = static_cast<uint8_t>(M::at(First + i) == keep ? 0xFF : 0);
+            return lanes;
+        }();
+        v |= load<U8>(out) & lanes<U8>(kept);
+    }
+    store(out, v);
 }
 
 }  // namespace

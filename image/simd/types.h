@@ -1,4 +1,4 @@
-// What the vector vocabularies of all levels share: types, load, store, constants.
+// What the vector operations of all levels share: types, load, store, constants.
 //
 // Nothing here or in a level's kernels may have a name outside the level's own namespace: the
 // linker would keep one copy of an inline function for all levels, and it might be the AVX-512 one.
@@ -41,14 +41,6 @@ TRV_INLINE void store(uint8_t* at, V v) {
     __builtin_memcpy(at, &v, sizeof v);
 }
 
-// A value that stays in its register. Without this, compilers read a vector from memory again for
-// every use of it, and loads that cross a cache line are what the demosaic rules are short of.
-template <typename V>
-TRV_INLINE V held(V v) {
-    __asm__("" : "+v"(v));
-    return v;
-}
-
 template <typename V, typename T>
 TRV_INLINE V splat(T value) {
     auto lane = V{}[0];
@@ -62,7 +54,7 @@ struct alignas(Count * sizeof(T)) Lanes {
     T v[Count];
 };
 
-// Where word i of source `offset` of three goes in each 16 bytes when the three take turns.
+// Where word i of source `offset` of three goes in each 16 bytes when the three are interleaved.
 template <size_t Bytes>
 consteval Lanes<uint8_t, Bytes> word_order(int offset) {
     Lanes<uint8_t, Bytes> lanes{};
