@@ -5,7 +5,7 @@ test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format
     qemu-user valgrind strace abigail-tools                             # trust
     pkg-config libopencv-core-dev dpkg-dev fakeroot lintian file        # packages
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
-clang_packages=(clang libclang-rt-14-dev) # what libFuzzer, the memory sanitizer and wraps take
+clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
 # What bench/peers measures against; nothing else needs them.
 peer_packages=(pkg-config python3 libopencv-dev libyuv-dev libswscale-dev libdc1394-dev)
 
