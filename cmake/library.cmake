@@ -1,10 +1,17 @@
-# How the two shared libraries are made: unversioned SONAME, $ORIGIN run path, a version script.
+# How the shared libraries are made: $ORIGIN run path, a version script, and an unversioned SONAME unless
+# VERSION and SOVERSION say otherwise; the link to a versioned library belongs to the component dev.
 function(trvil_shared_library name)
-  cmake_parse_arguments(arg "" "EXPORTS;COMPONENT;EXPORT_NAME" "SOURCES" ${ARGN})
+  cmake_parse_arguments(arg "" "EXPORTS;COMPONENT;EXPORT_NAME;VERSION;SOVERSION" "SOURCES" ${ARGN})
   add_library(${name} SHARED ${arg_SOURCES})
+  set(suffix x64)
+  if(arg_VERSION)
+    set(suffix "")
+    set_target_properties(${name} PROPERTIES VERSION ${arg_VERSION} SOVERSION ${arg_SOVERSION})
+    trvil_install(dev LIBDIR TARGETS ${name} LIBRARY NAMELINK_ONLY)
+  endif()
   # No C++ run-time: the C driver links, and CMake adds no libstdc++ of its own accord.
   set_target_properties(${name} PROPERTIES
-    OUTPUT_NAME ${name}x64
+    OUTPUT_NAME ${name}${suffix}
     EXPORT_NAME ${arg_EXPORT_NAME}
     LINKER_LANGUAGE C
     BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
@@ -14,5 +21,5 @@ function(trvil_shared_library name)
     -Wl,--version-script=${arg_EXPORTS} -Wl,--enable-new-dtags -Wl,--gc-sections)
   target_include_directories(${name} INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  trvil_install(${arg_COMPONENT} LIBDIR TARGETS ${name} EXPORT @TREE@)
+  trvil_install(${arg_COMPONENT} LIBDIR TARGETS ${name} EXPORT @TREE@ LIBRARY NAMELINK_SKIP)
 endfunction()

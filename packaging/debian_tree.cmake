@@ -1,8 +1,11 @@
 # Run by cpack on the trees that become Debian's packages, before they do.
 
 # Libraries lie where the loader looks anyway, so run paths go; so do sections that nobody reads.
-file(GLOB_RECURSE binaries ${CPACK_TEMPORARY_DIRECTORY}/*/usr/bin/* ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/*.so)
+file(GLOB_RECURSE binaries ${CPACK_TEMPORARY_DIRECTORY}/*/usr/bin/* ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/*.so*)
 foreach(binary ${binaries})
+  if(IS_SYMLINK ${binary})
+    continue()
+  endif()
   file(RPATH_REMOVE FILE ${binary})
   execute_process(COMMAND strip --strip-unneeded --remove-section=.comment --remove-section=.note ${binary}
                   COMMAND_ERROR_IS_FATAL ANY)

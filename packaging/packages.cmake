@@ -68,7 +68,15 @@ answers TBL_BufferParameterGet, provides trvil-buffer-library, and conflicts
 with and replaces libtrvbl.")
 set(CPACK_DEBIAN_DEBIAN_COMPANION_PACKAGE_PROVIDES trvil-buffer-library)
 
-debian_package(dev libtrvil-dev libdevel "libtrvil (= ${version}), ${buffers}, libc6-dev"
+debian_package(raw libtrvraw0 libs "libtrvbl (>= ${PROJECT_VERSION}) | trvil-buffer-library"
+"image processing for frame grabbers and cameras - packings of cameras
+Unpacks what cameras send, of GigE Vision, USB3 Vision, CoaXPress and MIPI
+CSI-2 among others, into the pixel formats of libtrvil.
+.
+This package has the shared library libtrvraw.so.0.")
+
+debian_package(dev libtrvil-dev libdevel
+"libtrvil (= ${version}), libtrvraw0 (= ${version}), ${buffers}, libc6-dev"
 "image processing for frame grabbers and cameras - development files
 Headers for C and C++, also for handing pictures to and from OpenCV, and
 files that tell CMake and pkg-config how to link.")

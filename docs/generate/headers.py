@@ -101,7 +101,7 @@ def declaration(text):
     if text.startswith("TRV_API"):
         return function(text)
     if text.startswith("enum"):
-        return Item("enum", "TBL_CODE", text)
+        return Item("enum", re.search(r"[A-Z]\w*(?=##name)", text).group(), text)
     if "{" in text:
         return record(text)
     return Item("callback", re.search(r"\(\*(\w+)\)", text).group(1), one_line(text))

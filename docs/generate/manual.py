@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes a manual page in mdoc from headers, docs/contracts.toml and a program as example.
 
-usage: manual.py PAGE INCLUDE CONTRACTS PROGRAM FOLDER     PAGE is til, tbl or obl
+usage: manual.py PAGE INCLUDE CONTRACTS PROGRAM FOLDER     PAGE is til, tbl, obl or raw
 
 Beside FOLDER/PAGE.3 it writes a page NAME.3 for each of its functions but the demosaic kernels, which
 leads to it.
@@ -16,7 +16,7 @@ import markup
 import mdoc
 from mdoc import escaped
 
-ALL = ["til.h", "tbl.h", "obl.h", "obl_drv.h", "status.h"]
+ALL = ["til.h", "tbl.h", "raw.h", "obl.h", "obl_drv.h", "status.h"]
 PAGES = {
     "til": (["til.h"], "image functions of trvil",
             "Image processing of trvil (libtrvilx64.so, \\-ltrvilx64)"),
@@ -24,6 +24,8 @@ PAGES = {
             "Buffers of trvil (libtrvblx64.so, \\-ltrvblx64)"),
     "obl": (["obl.h", "obl_drv.h"], "support functions of trvil",
             "Support functions of trvil (libtrvilx64.so, \\-ltrvilx64)"),
+    "raw": (["raw.h"], "packings of cameras",
+            "Raw library of trvil (libtrvraw.so.0, \\-ltrvraw)"),
 }
 KERNEL = re.compile(r"TIL_(BAY\w)_to_(\w+)_(dup|ave|med)_([A-D])$")
 
@@ -187,7 +189,7 @@ def main(page, include, contracts_path, program, folder):
     folder = pathlib.Path(folder)
     folder.mkdir(parents=True, exist_ok=True)
     manual = Manual(page, include, contracts.Contracts(contracts_path))
-    text, names = manual.text(program if page != "obl" else "")
+    text, names = manual.text(program if page in ("til", "tbl") else "")
     (folder / f"{page}.3").write_text(text)
     for name in names:
         (folder / f"{name}.3").write_text(f".so man3/{page}.3\n")

@@ -4,7 +4,7 @@ import re
 WORD = re.compile(
     r'"(?P<quoted>\*?[A-Za-z_]\w*)"'
     r"|(?P<page>docs/(?P<page_name>[\w-]+)\.md)"
-    r"|(?P<name>\b(?:TIL|TRV|TBL|TBS|OBL)_\w+\b(?:\(\w+\)|\.\.\.)?)"
+    r"|(?P<name>\b(?:TIL|TRV|TRW|TBL|TBS|OBL)_\w+\b(?:\(\w+\)|\.\.\.)?)"
     r"|(?P<pointer>\*[a-z]\w*\b)")
 
 

@@ -14,6 +14,7 @@ import markup
 TITLES = {
     "til.h": "Pictures: til.h",
     "tbl.h": "Buffers: tbl.h",
+    "raw.h": "Packings: raw.h",
     "obl.h": "Support: obl.h",
     "obl_drv.h": "Operating system: obl_drv.h",
     "status.h": "Statuses: status.h",
@@ -108,8 +109,9 @@ class Page:
             body += [f".. c:member:: {member}", "", f"   {self.inline(words)}", ""]
         self.directive("struct", [item.name], body)
 
-    def enumeration(self, comment):
-        self.lines += [*self.comment(comment), ":doc:`All codes </formats>`", ""]
+    def enumeration(self, item, comment):
+        page = "formats" if item.name.startswith("TBL") else "raw"
+        self.lines += [*self.comment(comment), f":doc:`All codes </{page}>`", ""]
 
     def group(self, group):
         kinds = {item.kind for item in group.items}
@@ -126,7 +128,7 @@ class Page:
         elif kinds == {"struct"}:
             self.record(group.items[0], group.comment)
         elif kinds == {"enum"}:
-            self.enumeration(group.comment)
+            self.enumeration(group.items[0], group.comment)
         else:
             text = re.sub(r"^typedef |;$", "", group.items[0].text)
             self.directive("type", [text], self.comment(group.comment))

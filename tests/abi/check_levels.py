@@ -14,9 +14,9 @@ for entry in sys.argv[1:]:
     lines = subprocess.run(["nm", "-C", entry], check=True, capture_output=True, text=True).stdout
     for line in lines.splitlines():
         kind, name = line[17:18], line[19:]
-        if "trvil_level_scalar." in entry:
+        if "_level_scalar." in entry:
             continue
-        level = re.search(r"trvil_level_(\w+)\.", entry).group(1)
+        level = re.search(r"_level_([^\W_]+)\.", entry).group(1)
         # Sanitizer bookkeeping is shared by design and holds no code of ours.
         ours = "trv::" in name
         if ours and (kind in "WVu" or (kind in "TDBR" and f"trv::{level}::" not in name)):

@@ -29,5 +29,6 @@ void use(const void* memory, size_t size);
 /* The calls, by rooms. */
 void call_pictures(void);
 void call_support(void);
+void call_raw(void);
 
 #endif

@@ -66,7 +66,7 @@ static int is_called(const char* name) {
 
 /* Names of an export map are the words with one of our prefixes. */
 static void check_names(const char* path) {
-    static const char* const prefixes[] = {"OBL_", "TIL_", "TRV_", "TBL_", "TBS_"};
+    static const char* const prefixes[] = {"OBL_", "TIL_", "TRV_", "TRW_", "TBL_", "TBS_"};
     char line[256];
     FILE* map = fopen(path, "r");
     if (map == NULL) complain(path, "cannot be opened", 0);
@@ -82,6 +82,7 @@ static void check_names(const char* path) {
 int main(int count, char** words) {
     call_pictures();
     call_support();
+    call_raw();
     for (int i = 1; i < count; ++i) check_names(words[i]);
     printf("%zu functions called, %d faults\n", called_count, faults);
     return faults != 0;

@@ -9,7 +9,7 @@ sys.path.insert(0, str(tree / "docs/generate"))
 import contracts  # noqa: E402
 import headers  # noqa: E402
 
-exported = {name for room in ("image/exports", "companion")
+exported = {name for room in ("image/exports", "companion", "raw")
             for name in re.findall(r"^\s+(\w+);", (tree / room / "exports.map").read_text(), re.M)}
 items = [item for path in sorted((tree / "include/trvil").glob("*.h"))
          for item in headers.read_header(path).items("function")]

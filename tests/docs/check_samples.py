@@ -48,7 +48,7 @@ def compiled(language, code, folder):
     source.write_text(code)
     compiler = compilers[0 if language == "c" else 1]
     return run([compiler, f"-std={standard}", "-Wall", "-Wextra", "-Werror", source, "-o", "sample",
-                "-ltrvilx64", "-ltrvblx64"], folder) or run(["./sample"], folder)
+                "-ltrvilx64", "-ltrvraw", "-ltrvblx64"], folder) or run(["./sample"], folder)
 
 
 def is_piece(code, folder):

@@ -1,0 +1,119 @@
+// packings: prints docs/raw.md from the table of packings. A test compares the page with this
+// output.
+#include <cstdio>
+#include <string>
+
+#include "image/format/format.h"
+#include "raw/packing.h"
+
+namespace {
+
+using trv::raw::Packing;
+using trv::raw::Target;
+
+std::string owner(const Packing& p, unsigned k) {
+    if (p.target == Target::yuv422) return std::string(1, "yuzv"[k]);
+    return std::string(1, static_cast<char>('a' + k));
+}
+
+// Bytes in memory order, each from its highest bit to its lowest; x is a bit that nobody uses.
+std::string diagram(const Packing& p) {
+    std::string bits(p.bytes * size_t{8}, 'x');
+    for (unsigned k = 0; k < p.samples; ++k)
+        for (unsigned bit = 0; bit < p.bits; ++bit) {
+            const trv::raw::Place at = trv::raw::place(p, k, bit);
+            bits[8 * at.byte + 7 - at.bit] = owner(p, k)[0];
+        }
+    std::string text;
+    for (unsigned byte = 0; byte < p.bytes; ++byte)
+        text += (byte == 0 ? "" : " ") + bits.substr(size_t{8} * byte, 8);
+    return text;
+}
+
+std::string targets(const Packing& p) {
+    if (p.target == Target::yuv422) return "YUV422";
+    return "Mono" + std::to_string(p.bits) + ", BAY" + std::to_string(p.bits);
+}
+
+void print_table() {
+    std::printf(
+        "| Code | Name | Bits | Pixels in bytes | Becomes | Bytes in memory, bit 7 to bit 0 |\n");
+    std::printf("|---|---|---|---|---|---|\n");
+    for (const Packing& p : trv::raw::packings)
+        std::printf("| %u | %s | %u | %u in %u | %s | `%s` |\n", unsigned{p.code}, p.name,
+                    unsigned{p.bits}, unsigned{p.group}, unsigned{p.bytes}, targets(p).c_str(),
+                    diagram(p).c_str());
+}
+
+const char* const introduction = R"(# Packings of cameras
+
+<!-- Made by docs/generate/packings.cpp from include/trvil/packings.inc. -->
+
+Cameras send more packings than there are [pixel formats](formats.md). `libtrvraw.so.0` turns them into
+these formats: `TRW_Unpack` of `trvil/raw.h`, for grey and for mosaics of any phase. It asks for buffers by
+`TBL_BufferParameterGet` alone, so it works with buffers of your own too.
+
+```c
+#include <trvil/raw.h>
+#include <trvil/tbl.h>
+
+int main(void) {
+    static uint8_t packed[480][960]; /* 640 pixels of 12Packed in a line, as a camera sends them */
+    uint64_t source = 0, mosaic = 0;
+    TBS_BufferWrap(&source, 640, 480, TBL_FORMAT(Mono8), packed, sizeof packed, 960, NULL, NULL);
+    TBS_BufferCreate(&mosaic, 640, 480, TBL_FORMAT(BAY12_A));
+    uint32_t status = TRW_Unpack(source, TRW_PACKING_12Packed, mosaic);
+    TBS_BufferRelease(&mosaic);
+    TBS_BufferRelease(&source);
+    return (int)status; /* 0: the mosaic holds the picture, ready for TIL_Convert */
+}
+```
+
+```sh
+cc unpack.c -ltrvraw -ltrvblx64 -o unpack
+./unpack
+```
+
+The source's pixel format is not looked at, as the call says the packing. Mono8 and the stride of the packed
+lines make a buffer of any packing: no packing has less than a byte per pixel.
+
+)";
+
+const char* const knowledge = R"(
+How to read the last column: a letter says whose bit it is, `a` the first pixel's of a group, `b` the
+second's; `y u z v` are the two luminances (y, z) and the chrominance of two pixels; `x` is a bit that
+nobody uses. Bits of one sample stand in their order, highest first, but for streams of lowest bits first,
+whose later byte has the higher bits.
+
+| Names | Sent by |
+|---|---|
+| 10Packed, 12Packed | GigE Vision, as in Mono12Packed |
+| 10p, 12p, 14p | PFNC: USB3 Vision, GigE Vision 2, as in BayerRG12p |
+| 10pmsb, 12pmsb, 14pmsb | PFNC: CoaXPress; Camera Link; V4L2's Y10B |
+| 10g40, 12g24 | grouped, as in Mono10g40 |
+| RAW10, RAW12, RAW14 | MIPI CSI-2; V4L2's pRAA, pRCC, pREE and their likes |
+| 10ipu3 | V4L2's ip3r and its likes |
+| 10msble, 12msble, 14msble | grabbers that align samples to the top of a word |
+| 10be to 16be, 10msbbe to 14msbbe | big-endian words of network and PGM files |
+| UYVY, YVYU, VYUY | 4:2:2 cameras; Y0 U Y1 V is YUV422 itself |
+
+## What a caller must know
+
+- **Values stay as they are.** 10 bits give 0 to 1023 in Mono10. What lies beside the sample's bits is not
+  looked at.
+- **Nothing is read that is not needed.** A line may end inside a group; of that group only the bytes with
+  bits of its pixels are read, which may lie apart. `line_bytes` of `TRW_PackingInfo` ends at the last one.
+- **The packing offset counts.** A line may begin inside a group: the address is that of the group then.
+- **Lines begin with whole bytes.** Some GigE Vision cameras let a line of odd width end in the middle of a
+  byte and go on there: unpack such a picture as a single line of all its pixels.
+- **Not in place.** Source and destination must not overlap.
+)";
+
+}  // namespace
+
+int main() {
+    std::printf("%s## The packings\n\n", introduction);
+    print_table();
+    std::printf("%s", knowledge);
+    return 0;
+}

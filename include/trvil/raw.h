@@ -1,0 +1,76 @@
+/* What cameras send: packings beyond the pixel formats of trvil/tbl.h become these formats.
+
+   The library libtrvraw.so.0 stands above the buffer library and asks for a buffer's parameters by
+   TBL_BufferParameterGet alone, so it works with buffers that a program answers for itself.
+
+   Every call returns a status of trvil/status.h. Unless its text says otherwise, a call that fails
+   writes nothing, and any thread may call it at any time. */
+#ifndef TRVIL_RAW_H
+#define TRVIL_RAW_H
+
+#include "trvil/status.h"
+
+/* ---- Packings ---- */
+
+/* Codes of the packings: TRW_PACKING_12Packed, TRW_PACKING_RAW10, ... from 1 to TRW_PACKING_END - 1
+   without a gap. */
+enum {
+#define TRV_PACKING(code, name, bits, target, group, bytes, order, high, low) \
+    TRW_PACKING_##name = code,
+#include "trvil/packings.inc"
+    TRW_PACKING_END
+};
+
+/* What is known of a packing, and of a line of it. */
+typedef struct TRW_PackingInfo {
+    uint32_t size;         /* bytes of this record, set by the caller: sizeof(TRW_PackingInfo) */
+    uint32_t bits;         /* of a sample */
+    uint32_t group_pixels; /* pixels that share whole bytes */
+    uint32_t group_bytes;  /* bytes of such a group */
+    uint32_t format;       /* what it becomes: TBL_FORMAT of Mono10, 12, 14 or 16, or of YUV422 */
+    uint32_t reserved;     /* 0 */
+    uint64_t line_bytes;   /* bytes of a line up to the last one that has a bit of a sample */
+    char name[16];         /* as in TRW_PACKING_name, terminated */
+} TRW_PackingInfo;
+
+TRV_EXTERN_C_BEGIN
+
+/* Tells of a packing, and how many bytes a line of it has.
+
+   "packing" is TRW_PACKING_...; "first" is the place of the line's first pixel in its group, 0 for
+   lines that begin with a group; "width" is in pixels and may be 0. "info->size" says how much of
+   the record the caller knows: as many bytes are written.
+
+     TRV_STATUS_OK           *info is filled
+     TRV_STATUS_PARAMETER    "info" is null or "info->size" is below 8; nothing is written
+     TRV_STATUS_UNSUPPORTED  no such packing; nothing is written */
+TRV_API uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t width,
+                                    TRW_PackingInfo* info);
+
+/* ---- Unpacking ---- */
+
+/* Unpacks a picture into 16-bit words, or brings its 4:2:2 samples into the order of YUV422.
+
+   "source" is the packed picture. Its width, height, address, stride and packing offset count; its
+   pixel format does not, as "packing" (TRW_PACKING_...) says it: Mono8 with the stride of the
+   packed lines is a good one to wrap it by. Lines begin with a group, at any address and stride;
+   with a packing offset, the first pixel is that place of the group at the line's address. The last
+   group of a line may be incomplete.
+
+   "destination" has a format that the samples fit: of 10, 12, 14 and 16 bits Mono10, BAY10 or one
+   of its letters, and so on; YUV422 for 4:2:2. Its lines hold the width of the source at least, and
+   there are as many of them or more. Values stay as they are: 10 bits give 0 to 1023.
+
+     TRV_STATUS_OK           the destination holds the picture
+     TRV_STATUS_PARAMETER    width, height, format or address of a buffer is missing or zero, a
+                             stride is too small for a line, the destination has too few lines, or a
+                             4:2:2 picture begins with the second pixel of a group
+     TRV_STATUS_UNSUPPORTED  no such packing, or its samples do not go to the destination's format
+
+   No byte is read that has no bit of a sample of the picture, and none is written beside its
+   pixels. Source and destination must not overlap. */
+TRV_API uint32_t TRW_Unpack(uint64_t source, uint32_t packing, uint64_t destination);
+
+TRV_EXTERN_C_END
+
+#endif

@@ -1,0 +1,25 @@
+#include "raw/level.h"
+
+namespace trv::raw {
+
+const Level levels[level_count] = {
+#define TRV_LEVEL_ROW(level) {#level, &level::unpack_rows},
+#include "image/simd/levels.inc"
+};
+
+namespace {
+
+// Written once, by the loader, before any caller can be here.
+unsigned chosen = 0;
+
+__attribute__((constructor)) void choose_level() {
+    chosen = highest_level();
+}
+
+}  // namespace
+
+unsigned best_level() {
+    return chosen;
+}
+
+}  // namespace trv::raw

@@ -1,0 +1,40 @@
+#include <stdlib.h>
+#include <string.h>
+
+#include "tests/calls/calls.h"
+#include "trvil/raw.h"
+#include "trvil/tbl.h"
+
+enum { lines = 3, picture_bytes = 4096 };
+
+static unsigned char packed[picture_bytes];
+
+/* A picture whose every byte beyond what the packing needs is undefined. */
+static void unpack(const TRW_PackingInfo* info, uint32_t packing, uint32_t width) {
+    unsigned char* memory = malloc(picture_bytes);
+    uint64_t source = 0, destination = 0;
+    if (memory == NULL) abort();
+    GIVES(0, TBS_BufferWrap, AT(&source), width, lines, TBL_FORMAT(Mono8), AT(packed),
+          sizeof packed, (uint32_t)info->line_bytes, 0, 0);
+    GIVES(0, TBS_BufferWrap, AT(&destination), width, lines, info->format, AT(memory),
+          picture_bytes, 0, 0, 0);
+    GIVES(TRV_STATUS_OK, TRW_Unpack, source, packing, destination);
+    use(memory, (size_t)width * 2 * lines);
+    GIVES(TRV_STATUS_UNSUPPORTED, TRW_Unpack, source, TRW_PACKING_END, destination);
+    GIVES(0, TBS_BufferRelease, AT(&source));
+    GIVES(0, TBS_BufferRelease, AT(&destination));
+    free(memory);
+}
+
+void call_raw(void) {
+    static const uint32_t widths[] = {1, 37, 300};
+    TRW_PackingInfo info;
+    memset(&info, 0, sizeof info);
+    info.size = sizeof info;
+    for (uint32_t packing = 1; packing < TRW_PACKING_END; ++packing)
+        for (size_t i = 0; i < sizeof widths / sizeof widths[0]; ++i) {
+            GIVES(TRV_STATUS_OK, TRW_PackingInfoGet, packing, 0, widths[i], AT(&info));
+            unpack(&info, packing, widths[i]);
+        }
+    GIVES(TRV_STATUS_PARAMETER, TRW_PackingInfoGet, 1, 0, 1, 0);
+}
