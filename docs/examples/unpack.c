@@ -1,3 +1,4 @@
+#include <stddef.h>
 #include <trvil/raw.h>
 #include <trvil/tbl.h>
 

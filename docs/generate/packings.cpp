@@ -16,9 +16,9 @@ std::string owner(const Packing& p, unsigned k) {
     return std::string(1, static_cast<char>('a' + k));
 }
 
-// Bytes in memory order, each from its highest bit to its lowest; x is a bit that nobody uses.
+// Bytes in memory order, each from its highest bit to its lowest; - is a bit that nobody uses.
 std::string diagram(const Packing& p) {
-    std::string bits(p.bytes * size_t{8}, 'x');
+    std::string bits(p.bytes * size_t{8}, '-');
     for (unsigned k = 0; k < p.samples; ++k)
         for (unsigned bit = 0; bit < p.bits; ++bit) {
             const trv::raw::Place at = trv::raw::place(p, k, bit);
@@ -54,6 +54,7 @@ these formats: `TRW_Unpack` of `trvil/raw.h`, for grey and for mosaics of any ph
 `TBL_BufferParameterGet` alone, so it works with buffers of your own too.
 
 ```c
+#include <stddef.h>
 #include <trvil/raw.h>
 #include <trvil/tbl.h>
 
@@ -81,9 +82,10 @@ lines make a buffer of any packing: no packing has less than a byte per pixel.
 
 const char* const knowledge = R"(
 How to read the last column: a letter says whose bit it is, `a` the first pixel's of a group, `b` the
-second's; `y u z v` are the two luminances (y, z) and the chrominance of two pixels; `x` is a bit that
-nobody uses. Bits of one sample stand in their order, highest first, but for streams of lowest bits first,
-whose later byte has the higher bits.
+second's; `y u z v` are the two luminances (y, z) and the chrominance of two pixels; `-` is a bit that
+nobody uses. Inside a byte, bits of one sample run from higher to lower. A sample in several bytes has its
+highest bits in the last of them for 10p, 12p, 14p, 10ipu3 and 10msble to 14msble, in the first of them
+for pmsb and be, and in the byte that it has for itself in all others.
 
 | Names | Sent by |
 |---|---|
