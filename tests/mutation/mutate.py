@@ -72,7 +72,7 @@ class Workshop:
 
     def test(self, program):
         """A changed program may write and ask for memory without end."""
-        return self.run("prlimit", "--fsize=300000000", "--as=20000000000", self.build / "bin" / program,
+        return self.run("prlimit", "--fsize=300000000:unlimited", "--as=20000000000", self.build / "bin" / program,
                         "--gtest_brief=1", "--gtest_fail_fast", limit=self.limits.get(program))
 
     def prepare(self):
