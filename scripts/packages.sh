@@ -6,6 +6,8 @@ test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format
     pkg-config libopencv-core-dev dpkg-dev fakeroot lintian file        # packages
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
+# What the preset aarch64 takes.
+cross_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user googletest)
 # What bench/peers measures against; nothing else needs them.
 peer_packages=(pkg-config python3 libopencv-dev libyuv-dev libswscale-dev libdc1394-dev)
 
