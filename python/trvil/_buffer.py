@@ -34,7 +34,11 @@ class Buffer:
     Made by wrap() and view(). It lends the array's memory to the handle without a copy. The array
     lives until the handle's last owner has let go, also when C code retained it and the Buffer is
     gone; such code must let go before the interpreter ends. close(), the end of a `with` block, or
-    the garbage collector gives the handle back.
+    the garbage collector gives the handle back. A Buffer is not copied and not pickled; view() makes
+    a second one of the same memory.
+
+    Threads: any may use a Buffer, also while another closes it: it answers, or raises ValueError or
+    Error (status 8). After a fork, parent and child have a Buffer each.
     """
 
     def __init__(self, handle):
@@ -93,6 +97,9 @@ class Buffer:
     def close(self):
         """Gives the handle back. May be called again."""
         self._finalizer()
+
+    def __reduce__(self):
+        raise TypeError("a Buffer is neither copied nor pickled: its handle has one owner, in this process")
 
     def __enter__(self):
         return self

@@ -2,6 +2,10 @@
 import ctypes
 import errno
 import os
+import secrets
+import shutil
+import stat
+from contextlib import suppress
 
 import numpy as np
 
@@ -11,7 +15,9 @@ from ._buffer import wrap_picture
 from ._formats import format_named
 from ._library import Error, image
 
-_TIFF_FORMATS = ("Mono8", "Mono16", "BGR24", "RGB24")
+# Bytes in front of the pixels of a TIFF file.
+_TIFF_HEADS = {"Mono8": 186, "Mono16": 186, "BGR24": 204, "RGB24": 204}
+_NO_ROOM = (errno.ENOSPC, errno.EDQUOT, errno.EFBIG, errno.EIO)
 
 
 def _kind_of(path, kind):
@@ -29,48 +35,100 @@ def _tight(given):
     return picture(np.ascontiguousarray(lines), given.format, given.width)
 
 
-def _write(source, path, kind):
+def _replaced(path):
+    """The file that a write to `path` replaces or makes, links followed, and its permissions or None.
+
+    stat() refuses the links of others in folders that all may write to, where the kernel protects
+    them; realpath() alone would follow them.
+    """
+    try:
+        mode = os.stat(path).st_mode
+    except FileNotFoundError:
+        mode = None
+    if mode is not None and not stat.S_ISREG(mode):
+        raise OSError(errno.EINVAL, "Not a regular file", os.fsdecode(path))
+    return os.path.realpath(os.fsdecode(path)), mode if mode is None else mode & 0o777
+
+
+def _not_whole(path, status, why):
+    return Error(status, f"status {status}: {os.fsdecode(path)} was not written whole\n"
+                         f"why: {why}\nnext: look at the free space, quotas and limits")
+
+
+def _encode(source, kind, path, content):
+    """Lets the library write the file into `content`, which lies in memory: by a name that nobody
+    can put a link at, and where its size shows whether the library wrote all of it."""
+    name = f"/proc/self/fd/{content.fileno()}"
     with wrap_picture(source) as buffer:
         ctypes.set_errno(0)
-        status = image.TIL_FileWrite(buffer.handle, os.fsencode(path),
+        status = image.TIL_FileWrite(buffer.handle, os.fsencode(name),
                                      c.TIL_FILE_TIFF if kind == "tiff" else c.TIL_FILE_RAW)
         number = ctypes.get_errno()
     if status == c.TRV_STATUS_FILE_OPEN:
-        raise OSError(number, os.strerror(number), os.fsdecode(path))
-    if status != c.TRV_STATUS_OK or os.path.getsize(path) < source.size:
-        raise Error(status or c.TRV_STATUS_SYSTEM,
-                    f"status {status or c.TRV_STATUS_SYSTEM}: {os.fsdecode(path)} was not written whole\n"
-                    "why: the disk may be full, or the picture has 4 GiB or more\n"
-                    "next: look at the free space")
+        raise OSError(number, os.strerror(number), name)
+    size = source.size + (_TIFF_HEADS[source.format.name] if kind == "tiff" else 0)
+    if status != c.TRV_STATUS_OK or os.fstat(content.fileno()).st_size != size:
+        raise _not_whole(path, status or c.TRV_STATUS_FILE_CLOSE,
+                         "the limit of file sizes or of memory, or a picture of 4 GiB or more")
+
+
+def _store(content, place, mode):
+    """Puts the file at its place: whole, or not at all."""
+    folder = os.open(os.path.dirname(place), os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
+    part = f".trvil-{secrets.token_hex(16)}.part"
+
+    def create(name, flags):
+        return os.open(name, flags, 0o666 if mode is None else 0o600, dir_fd=folder)
+
+    try:
+        with open(part, "xb", opener=create) as out:
+            shutil.copyfileobj(content, out, 1 << 20)
+            if mode is not None:
+                os.fchmod(out.fileno(), mode)
+        os.replace(part, os.path.basename(place), src_dir_fd=folder, dst_dir_fd=folder)
+    except FileExistsError:  # under this name it is not ours to remove
+        raise
+    except BaseException:
+        with suppress(FileNotFoundError):
+            os.unlink(part, dir_fd=folder)
+        raise
+    finally:
+        os.close(folder)
 
 
 def write(array, path, format, *, kind=None, width=None):
     """Writes a picture to a file, replacing what was there.
 
     array, format, width: as for convert()
-    path: name of the file; .tif, .tiff and .raw tell its kind
+    path: name of the file; .tif, .tiff and .raw tell its kind. A symbolic link is followed, as
+        open() does: what it points to is replaced
     kind: "tiff" (Mono8, Mono16, BGR24 or RGB24) or "raw" (any format: the pixels, no header),
         whatever the name says
 
-    The file appears whole or not at all: it is written beside its place and then moved there. Note:
-    RGB24 is stored with red and blue exchanged, as readers of these files expect; write BGR24.
+    The file appears whole or not at all: it is made in memory, stored beside its place under a name
+    that nobody can foresee, and then moved there. It keeps the permissions of the file it replaces,
+    but not its owner or its other names. On any failure what was there stays, and nothing else is
+    left behind. Note: RGB24 is stored with red and blue exchanged, as readers of these files expect;
+    write BGR24.
 
     Raises TypeError and ValueError as convert() does, OSError when the file cannot be made, and Error
-    when it could not be written whole (15, 17) or TIFF does not hold the format (12).
+    when it could not be written whole, as on a full disk (15, 17), or TIFF does not hold the format
+    (12).
+
+    Threads: several may write to one path; each stores a whole file, and the last one stays.
     """
     kind = _kind_of(path, kind)
     source = _tight(picture(array, format_named(format), width))
-    if kind == "tiff" and source.format.name not in _TIFF_FORMATS:
+    if kind == "tiff" and source.format.name not in _TIFF_HEADS:
         raise Error(c.TRV_STATUS_TIFF_FORMAT,
                     f"status {c.TRV_STATUS_TIFF_FORMAT}: a TIFF file cannot hold {source.format.name}\n"
-                    f"why: it holds {', '.join(_TIFF_FORMATS)}\nnext: convert to one of them, or write a .raw file")
-    place = os.path.realpath(os.fsdecode(path))
-    if os.path.lexists(place) and not os.path.isfile(place):
-        raise OSError(errno.EINVAL, "Not a regular file", os.fsdecode(path))
-    part = f"{place}.{os.getpid()}.part"
-    try:
-        _write(source, part, kind)
-        os.replace(part, place)
-    finally:
-        if os.path.lexists(part):
-            os.unlink(part)
+                    f"why: it holds {', '.join(_TIFF_HEADS)}\nnext: convert to one of them, or write a .raw file")
+    place, mode = _replaced(path)
+    with open(os.memfd_create("trvil"), "rb") as content:
+        _encode(source, kind, path, content)
+        try:
+            _store(content, place, mode)
+        except OSError as problem:
+            if problem.errno in _NO_ROOM:
+                raise _not_whole(path, c.TRV_STATUS_FILE_CLOSE, problem.strerror) from problem
+            raise OSError(problem.errno, problem.strerror, os.fsdecode(path)) from problem

@@ -1,10 +1,13 @@
-"""Handles, fields, files, and how the module finds its libraries."""
+"""Handles, fields, and how the module finds its libraries."""
+import copy
 import ctypes
 import gc
 import os
+import pickle
 import shutil
 import subprocess
 import sys
+import threading
 import weakref
 from pathlib import Path
 
@@ -65,25 +68,47 @@ def test_fields_become_frames():
         trvil.field_to_frame(odd, "BGR24", field="top")
 
 
-def test_files_hold_the_picture_whole_or_are_not_there(tmp_path):
-    wide = rng.integers(0, 256, (6, 9, 3)).astype(np.uint8)
-    picture = wide[:, 2:7]
-    trvil.write(picture, tmp_path / "a.raw", "BGR24")
-    assert (tmp_path / "a.raw").read_bytes() == picture.tobytes()
-    trvil.write(picture, str(tmp_path / "a.tif"), "BGR24")
-    content = (tmp_path / "a.tif").read_bytes()
-    assert content[:4] == b"MM\0*" and picture[..., ::-1].tobytes() in content
-    trvil.write(picture, tmp_path / "a.dat", "BGR24", kind="raw")
-    with pytest.raises(trvil.Error, match="cannot hold BGRX32") as caught:
-        trvil.write(np.zeros((2, 2, 4), np.uint8), tmp_path / "a.tif", "BGRX32")
-    assert caught.value.status == trvil.STATUS_TIFF_FORMAT and (tmp_path / "a.tif").read_bytes() == content
-    with pytest.raises(FileNotFoundError):
-        trvil.write(picture, tmp_path / "none" / "a.raw", "BGR24")
-    with pytest.raises(ValueError, match="cannot tell the kind"):
-        trvil.write(picture, tmp_path / "a.xyz", "BGR24")
-    with pytest.raises(OSError, match="Not a regular file"):
-        trvil.write(picture, "/dev/null", "BGR24", kind="raw")
-    assert sorted(p.name for p in tmp_path.iterdir()) == ["a.dat", "a.raw", "a.tif"]
+def test_a_buffer_used_by_many_threads_answers_or_raises():
+    array, wrong = np.zeros((8, 8), np.uint8), []
+
+    def use(buffer):
+        try:
+            while True:
+                if buffer.width != 8 or buffer.view(0, 0, 4, 4).height != 4:
+                    wrong.append("another buffer's values")
+        except ValueError:  # closed
+            pass
+        except trvil.Error as error:
+            if error.status != trvil.STATUS_PARAMETER:
+                wrong.append(error)
+
+    for _ in range(100):
+        buffer = trvil.wrap(array, "Mono8")
+        threads = [threading.Thread(target=work, args=arguments)
+                   for work, arguments in 3 * [(use, (buffer,))] + 2 * [(buffer.close, ())]]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+    assert not wrong
+
+
+def test_a_buffer_has_one_owner_in_a_process_and_one_in_its_child():
+    buffer = trvil.wrap(np.zeros((8, 8), np.uint8), "Mono8")
+    for copied in (copy.copy, copy.deepcopy, pickle.dumps):
+        with pytest.raises(TypeError, match="neither copied nor pickled"):
+            copied(buffer)
+    child = os.fork()
+    if child == 0:
+        try:
+            good = buffer.width == 8
+            buffer.close()
+            with trvil.wrap(np.zeros((3, 3), np.uint8), "Mono8") as own:
+                good = good and own.width == 3
+            os._exit(0 if good else 1)
+        finally:
+            os._exit(2)
+    assert os.waitpid(child, 0)[1] == 0 and buffer.width == 8
 
 
 def import_with(folder, **environment):
