@@ -45,11 +45,8 @@ uint64_t phase_value(Phase phase) {
     return TBL_BAYER_PHASE_A + (index << 8);
 }
 
-uint32_t register_buffer(uint64_t* handle, const Picture& picture, const Owner& owner) {
-    const Lock lock;
-    Slot* parent = nullptr;
-    if (owner.parent != 0 && (parent = find_slot(owner.parent)) == nullptr)
-        return TRV_STATUS_PARAMETER;
+uint32_t register_locked(const Lock& lock, uint64_t* handle, const Picture& picture,
+                         const Owner& owner) {
     uint32_t index = 0;
     Slot* slot = take_slot(lock, &index);
     if (slot == nullptr) return TRV_STATUS_MEMORY;
@@ -66,9 +63,23 @@ uint32_t register_buffer(uint64_t* handle, const Picture& picture, const Owner& 
     set(Value::packing_offset, picture.packing_offset);
     set(Value::present, 1);
     slot->owner = owner;
-    if (parent != nullptr) ++parent->owners;
     *handle = bring_to_life(lock, *slot, index);
     return TRV_STATUS_OK;
+}
+
+uint32_t register_buffer(uint64_t* handle, const Picture& picture, const Owner& owner) {
+    const Lock lock;
+    return register_locked(lock, handle, picture, owner);
+}
+
+uint32_t register_view(uint64_t* handle, const Picture& picture, uint64_t parent) {
+    const Lock lock;
+    Slot* slot = find_slot(parent);
+    if (slot == nullptr) return TRV_STATUS_PARAMETER;
+    const Owner owner{nullptr, nullptr, nullptr, slot_index(parent)};
+    const uint32_t status = register_locked(lock, handle, picture, owner);
+    if (status == TRV_STATUS_OK) ++slot->views;
+    return status;
 }
 
 Picture picture_of(uint32_t width, uint32_t height, uint32_t code, const Format& format,
@@ -83,15 +94,31 @@ Picture picture_of(uint32_t width, uint32_t height, uint32_t code, const Format&
             0};
 }
 
-// Takes one owner away. True when it was the last: the slot is free and *owner is what it leaves.
+// Frees a slot that neither an owner of its handle nor a view of its memory needs. True when it
+// did: *owner is what the slot leaves.
+bool free_unused(const Lock& lock, Slot& slot, uint32_t index, Owner* owner) {
+    if (slot.owners != 0 || slot.views != 0) return false;
+    *owner = slot.owner;
+    free_slot(lock, slot, index);
+    return true;
+}
+
+// Both take one user away, and are true when it was the last.
 bool drop_owner(uint64_t handle, Owner* owner, uint32_t* status) {
     const Lock lock;
     Slot* slot = find_slot(handle);
     *status = slot == nullptr ? TRV_STATUS_PARAMETER : TRV_STATUS_OK;
-    if (slot == nullptr || --slot->owners != 0) return false;
-    *owner = slot->owner;
-    end_life(lock, *slot, slot_index(handle));
-    return true;
+    if (slot == nullptr) return false;
+    const uint32_t index = slot_index(handle);
+    if (--slot->owners == 0) end_life(lock, *slot, index);
+    return free_unused(lock, *slot, index, owner);
+}
+
+bool drop_view(uint32_t parent, Owner* owner) {
+    const Lock lock;
+    Slot* slot = slot_at(parent);
+    --slot->views;
+    return free_unused(lock, *slot, parent, owner);
 }
 
 void free_memory(void*, void* memory) {
@@ -168,7 +195,7 @@ uint32_t TBS_BufferCreate(uint64_t* handle, uint32_t width, uint32_t height, uin
     __builtin_memset(memory, 0, size);
     const uint32_t status =
         register_buffer(handle, picture_of(width, height, format, *described, memory, stride),
-                        {free_memory, nullptr, memory, 0});
+                        {free_memory, nullptr, memory, no_slot});
     if (status != TRV_STATUS_OK) free(memory);
     return status;
 }
@@ -185,7 +212,7 @@ uint32_t TBS_BufferWrap(uint64_t* handle, uint32_t width, uint32_t height, uint3
     if (step < line || step > UINT32_MAX || step * (height - 1) + line > size)
         return TRV_STATUS_PARAMETER;
     return register_buffer(handle, picture_of(width, height, format, *described, memory, step),
-                           {release, context, memory, 0});
+                           {release, context, memory, no_slot});
 }
 
 uint32_t TBS_BufferView(uint64_t* handle, uint64_t parent, uint32_t x, uint32_t y, uint32_t width,
@@ -203,7 +230,7 @@ uint32_t TBS_BufferView(uint64_t* handle, uint64_t parent, uint32_t x, uint32_t 
     picture.phase = moved_phase(picture.phase, x, y);
     picture.width = width;
     picture.height = height;
-    return register_buffer(handle, picture, {nullptr, nullptr, nullptr, parent});
+    return register_view(handle, picture, parent);
 }
 
 uint32_t TBS_BufferParameterSet(uint64_t handle, uint32_t id, uint64_t value) {
@@ -229,15 +256,13 @@ uint32_t TBS_BufferRetain(uint64_t handle) {
 
 uint32_t TBS_BufferRelease(uint64_t* handle) {
     if (handle == nullptr) return TRV_STATUS_PARAMETER;
-    uint32_t first = TRV_STATUS_OK;
+    uint32_t status = TRV_STATUS_OK;
     Owner owner;
-    bool last = drop_owner(*handle, &owner, &first);
-    if (first == TRV_STATUS_OK) *handle = 0;
+    bool last = drop_owner(*handle, &owner, &status);
+    if (status == TRV_STATUS_OK) *handle = 0;
     while (last) {
         if (owner.release != nullptr) owner.release(owner.context, owner.memory);
-        uint32_t ignored = 0;
-        const uint64_t parent = owner.parent;
-        last = parent != 0 && drop_owner(parent, &owner, &ignored);
+        last = owner.parent != no_slot && drop_view(owner.parent, &owner);
     }
-    return first;
+    return status;
 }

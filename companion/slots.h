@@ -1,9 +1,10 @@
 // The buffers of the process: a table of slots that handles point into.
 //
-// A handle is generation << 32 | slot index. The generation of a slot is odd while a buffer lives
-// in it and grows by one at birth and at death, so an old handle never matches again (it would
-// after 2^31 buffers in one slot). Queries take no lock: they read the generation, the value and
-// the generation again. Everything that makes or ends a buffer holds the table's lock.
+// A handle is tag << 16 | slot index. The tag is another one for every buffer that ever lives in
+// the slot (companion/tag.h), and a slot that has used them all up is never taken again, so an old
+// handle never matches. Queries take no lock: they compare the slot's handle with theirs, read the
+// value and compare again. Everything that makes or ends a buffer holds the table's lock; a fork
+// takes it too, so that the child finds the table whole.
 #pragma once
 
 #include <atomic>
@@ -12,11 +13,13 @@
 
 namespace trv::companion {
 
+inline constexpr uint32_t no_slot = UINT32_MAX;
+
 struct Owner {
     void (*release)(void* context, void* memory) = nullptr;
     void* context = nullptr;
     void* memory = nullptr;
-    uint64_t parent = 0;  // a view keeps its parent alive
+    uint32_t parent = no_slot;  // the slot whose memory a view looks into
 };
 
 enum class Value : uint8_t {
@@ -34,11 +37,15 @@ enum class Value : uint8_t {
 inline constexpr size_t value_count = static_cast<size_t>(Value::packing_offset) + 1;
 
 struct Slot {
-    std::atomic<uint32_t> generation;
-    uint32_t owners;  // under the lock
-    uint32_t next_free;
+    std::atomic<uint64_t>
+        handle;  // of the buffer that lives here, or one that is not looked up here
     std::atomic<uint64_t> values[value_count];
-    Owner owner;  // under the lock
+    // From here on under the lock.
+    uint64_t lives;   // buffers that lived here
+    uint32_t owners;  // of the handle
+    uint32_t views;   // that look into the memory, also when the handle has no owner left
+    uint32_t next_free;
+    Owner owner;
 
     std::atomic<uint64_t>& at(Value value) { return values[static_cast<size_t>(value)]; }
 };
@@ -55,26 +62,21 @@ inline constexpr uint32_t chunk_size = 256;
 inline constexpr uint32_t chunk_count = 256;
 extern std::atomic<Slot*> chunks[chunk_count];
 
-inline uint32_t slot_index(uint64_t handle) {
-    return static_cast<uint32_t>(handle);
-}
+static_assert(chunk_size * chunk_count == 1 << 16, "the low 16 bits of a handle are its slot");
 
-inline uint32_t handle_generation(uint64_t handle) {
-    return static_cast<uint32_t>(handle >> 32);
+inline uint32_t slot_index(uint64_t handle) {
+    return static_cast<uint16_t>(handle);
 }
 
 inline Slot* slot_at(uint32_t index) {
-    if (index >= chunk_size * chunk_count) return nullptr;
     Slot* chunk = chunks[index / chunk_size].load(std::memory_order_acquire);
     return chunk == nullptr ? nullptr : chunk + index % chunk_size;
 }
 
 // The slot a live handle names, or null. Without the lock the answer may be stale at once.
 inline Slot* find_slot(uint64_t handle) {
-    const uint32_t generation = handle_generation(handle);
-    Slot* slot = generation % 2 == 0 ? nullptr : slot_at(slot_index(handle));
-    if (slot == nullptr || slot->generation.load(std::memory_order_acquire) != generation)
-        return nullptr;
+    Slot* slot = slot_at(slot_index(handle));
+    if (slot == nullptr || slot->handle.load(std::memory_order_acquire) != handle) return nullptr;
     return slot;
 }
 
@@ -87,19 +89,23 @@ struct Read {
 inline Read read_value(uint64_t handle, Value value) {
     Slot* slot = find_slot(handle);
     if (slot == nullptr) return {};
-    // Acquire keeps the second look at the generation behind the read.
+    // Acquire keeps the second look at the handle behind the read.
     const uint64_t read = slot->at(value).load(std::memory_order_acquire);
-    if (slot->generation.load(std::memory_order_relaxed) != handle_generation(handle)) return {};
+    if (slot->handle.load(std::memory_order_relaxed) != handle) return {};
     return {true, read};
 }
 
-// A slot taken from the free list with all values zero, not yet alive; null when none is left.
+// A slot taken from the free list with all values zero and one owner, not yet alive; null when none
+// is left.
 Slot* take_slot(const Lock&, uint32_t* index);
 
 // Lets the slot's buffer live and returns its handle.
 uint64_t bring_to_life(const Lock&, Slot& slot, uint32_t index);
 
-// Makes every handle of the slot stale and gives the slot back.
+// Makes the slot's handle stale.
 void end_life(const Lock&, Slot& slot, uint32_t index);
+
+// Gives a slot back whose life has ended, unless it has lived its last.
+void free_slot(const Lock&, Slot& slot, uint32_t index);
 
 }  // namespace trv::companion

@@ -159,7 +159,7 @@ class Session {
         uint64_t handle = b.handle;
         require(TBS_BufferRelease(&handle) == 0 && handle == 0, "release: status");
         if (--b.owners != 0) return;
-        stale_ = b.handle;
+        stale_.push_back(b.handle);
         live_.erase(live_.begin() + index);
         ask_stale();
     }
@@ -175,17 +175,23 @@ class Session {
         require(width == b.width && height == b.height && format == b.format, "query: values");
     }
 
-    // A view may keep the slot of its parent alive, but a handle let go of is stale or a parent's.
+    // Whatever lives in their slots now, and though a view may keep their memory.
     void ask_stale() {
-        uint64_t nothing = 5;
-        if (stale_ == 0) return;
-        const uint32_t status = TBL_BufferParameterGet(stale_, TBL_PARAMETER_PRESENT, &nothing);
-        require(status == 0 || nothing == 5, "query: a stale handle leaves the slot alone");
+        for (const uint64_t handle : stale_) {
+            uint64_t nothing = 5, copy = handle;
+            for (const uint32_t id : {TBL_PARAMETER_PRESENT, TBL_PARAMETER_WIDTH})
+                require(TBL_BufferParameterGet(handle, id, &nothing) == TRV_STATUS_PARAMETER,
+                        "query: a released handle is refused");
+            require(TBS_BufferRetain(handle) == TRV_STATUS_PARAMETER, "retain: a released handle");
+            require(TBS_BufferRelease(&copy) == TRV_STATUS_PARAMETER && copy == handle,
+                    "release: a released handle");
+            require(nothing == 5, "query: a released handle leaves the slot alone");
+        }
     }
 
     Input& in_;
     std::vector<Live> live_;
-    uint64_t stale_ = 0;
+    std::vector<uint64_t> stale_;  // released, to the last owner
     uint32_t wraps_ = 0;
 };
 

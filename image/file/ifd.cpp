@@ -1,7 +1,5 @@
 #include "image/file/ifd.h"
 
-#include <initializer_list>
-
 namespace trv::tiff {
 namespace {
 
@@ -52,34 +50,33 @@ bool put_offset(FILE* file, Tag tag, Type type, uint32_t count, Place* place) {
     return true;
 }
 
-struct Places {
-    Place bits = 0, strip = 0, x = 0, y = 0;
-    bool reached = true;  // so far; by every seek
-};
-
 // Puts `position` into the place kept for it and goes on `further` bytes behind that position.
-void fill_offset(FILE* file, Place place, long position, long further, Places* places) {
-    if (fseek(file, place, SEEK_SET) != 0) places->reached = false;
+void fill_offset(FILE* file, Place place, long position, long further) {
+    fseek(file, place, SEEK_SET);
     put32(file, static_cast<uint32_t>(position));
-    if (fseek(file, position + further, SEEK_SET) != 0) places->reached = false;
+    fseek(file, position + further, SEEK_SET);
 }
 
-bool put_resolution(FILE* file, Place place, Places* places) {
+bool put_resolution(FILE* file, Place place) {
     const long position = ftell(file);
     if (position == -1) return false;
     put32(file, 300);
     put32(file, 1);
-    fill_offset(file, place, position, 8, places);
+    fill_offset(file, place, position, 8);
     return true;
 }
 
-bool put_colour_bits(FILE* file, Places* places) {
+bool put_colour_bits(FILE* file, Place place) {
     const long position = ftell(file);
     if (position == -1) return false;
     for (int sample = 0; sample < 3; ++sample) put16(file, 8);
-    fill_offset(file, places->bits, position, 6, places);
+    fill_offset(file, place, position, 6);
     return true;
 }
+
+struct Places {
+    Place bits = 0, strip = 0, x = 0, y = 0;
+};
 
 bool put_bits(FILE* file, const Layout& layout, Places* places) {
     if (layout.colour) return put_offset(file, bits_per_sample, type_short, 3, &places->bits);
@@ -116,16 +113,15 @@ void write_header(FILE* file) {
     put32(file, 8);
 }
 
-Head write_head(FILE* file, const Layout& layout, const Size& size) {
+bool write_head(FILE* file, const Layout& layout, const Size& size) {
     Places places;
-    if (!put_entries(file, layout, size, &places)) return Head::no_position;
-    if (layout.colour && !put_colour_bits(file, &places)) return Head::no_position;
-    for (const Place place : {places.x, places.y})
-        if (!put_resolution(file, place, &places)) return Head::no_position;
+    if (!put_entries(file, layout, size, &places)) return false;
+    if (layout.colour && !put_colour_bits(file, places.bits)) return false;
+    if (!put_resolution(file, places.x) || !put_resolution(file, places.y)) return false;
     const long pixels = ftell(file);
-    if (pixels == -1) return Head::no_position;
-    fill_offset(file, places.strip, pixels, 0, &places);
-    return places.reached && ferror_unlocked(file) == 0 ? Head::written : Head::lost;
+    if (pixels == -1) return false;
+    fill_offset(file, places.strip, pixels, 0);
+    return true;
 }
 
 }  // namespace trv::tiff

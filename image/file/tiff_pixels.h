@@ -1,15 +1,14 @@
-// The pixels of a TIFF file on their way to the file.
+// The pixels of a TIFF file on their way to its stream.
 #pragma once
 
-#include <errno.h>
-#include <unistd.h>
+#include <stdio.h>
 
 #include <atomic>
 #include <cstdint>
 
 namespace trv::tiff {
 
-// Room for pixels on their way to the file. Each system call costs as much as several pages of
+// Room for pixels on their way to the stream. Each system call costs as much as several pages of
 // pixels, and image calls allocate nothing: so one writer at a time has a large room that is always
 // there, and others that write meanwhile have a small one on their stack. Both are whole pages and
 // whole pixels of 1, 2 and 3 bytes.
@@ -33,18 +32,18 @@ class Room {
     uint8_t small_[12 * 1024];
 };
 
-// Collects pixels of many lines, or of part of one, for a few large writes. They go past the
-// stream, whose buffer is empty: a stream does not tell which bytes of a block it has lost.
+// Collects pixels of many lines, or of part of one. Whole pages go past the stream's own buffer
+// into one system call, if that is empty when the pixels begin.
 class Pixels {
   public:
-    explicit Pixels(int file) : file_(file) {}
+    explicit Pixels(FILE* file) : file_(file) { fflush(file_); }
+    ~Pixels() { put(); }
     Pixels(const Pixels&) = delete;
     Pixels& operator=(const Pixels&) = delete;
 
-    // `make` writes the file's bytes of some pixels of a line. False when the file took less than
-    // it was given; no pixels are to follow then.
+    // `make` writes the file's bytes of some pixels of a line.
     template <typename Make>
-    bool add(const uint8_t* line, uint32_t width, uint32_t pixel_bytes, const Make& make) {
+    void add(const uint8_t* line, uint32_t width, uint32_t pixel_bytes, const Make& make) {
         while (width != 0) {
             const uint32_t free = (room_.size() - used_) / pixel_bytes;
             const uint32_t count = width < free ? width : free;
@@ -52,30 +51,17 @@ class Pixels {
             line += size_t{pixel_bytes} * count;
             width -= count;
             used_ += pixel_bytes * count;
-            if (used_ == room_.size() && !put()) return false;
+            if (used_ == room_.size()) put();
         }
-        return true;
-    }
-
-    // Hands on what is left. A write that fails is tried once more at the same byte, or as often as
-    // signals interrupt it.
-    bool put() {
-        const uint8_t* from = room_.bytes();
-        for (int failed = 0; used_ != 0 && failed < 2;) {
-            const ssize_t taken = write(file_, from, used_);
-            if (taken > 0) {
-                from += taken;
-                used_ -= static_cast<uint32_t>(taken);
-                failed = 0;
-            } else if (taken == 0 || errno != EINTR) {
-                ++failed;
-            }
-        }
-        return used_ == 0;
     }
 
   private:
-    int file_;
+    void put() {
+        fwrite(room_.bytes(), 1, used_, file_);
+        used_ = 0;
+    }
+
+    FILE* file_;
     uint32_t used_ = 0;
     Room room_;
 };

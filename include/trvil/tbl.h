@@ -4,6 +4,11 @@
    A handle names a picture in memory: where it lies, how large it is, how its pixels are stored.
    The image library never looks inside a handle, never keeps one beyond a call and never frees one.
 
+   A handle is stale once each of its owners has released it: every call of this file refuses it
+   from then on, also when other buffers take the place of the old one, because no handle is given
+   out twice in a process. 0 is never a handle. Handles differ from process to process and do not
+   follow from one another; the child of a fork has those of its parent, with owners of its own.
+
    Every TBS_ call returns a status of trvil/status.h. Unless its text says otherwise, a call that
    fails changes nothing, and any thread may call it at any time. */
 #ifndef TRVIL_TBL_H
@@ -102,7 +107,8 @@ TRV_API uint32_t TBS_BufferWrap(uint64_t* handle, uint32_t width, uint32_t heigh
    "x" and "y" are the rectangle's upper left pixel in "parent", "width" and "height" its size. The
    Bayer phase moves with odd x and y, and the packing offset with x. Formats of several pixels per
    group start at the byte of x's group; Mono12MP and YUV422 have no packing offset and need an even
-   x. The parent's memory lives until the view is released too.
+   x. The parent's memory lives until the view is released too; the
+   parent's handle does not.
 
      TRV_STATUS_OK         *handle names the view; the caller releases it
      TRV_STATUS_PARAMETER  stale parent, null "handle", an empty rectangle or one that leaves the
@@ -119,14 +125,15 @@ TRV_API uint32_t TBS_BufferView(uint64_t* handle, uint64_t parent, uint32_t x, u
      TRV_STATUS_PARAMETER  another id, a value that is not defined above, or a stale handle */
 TRV_API uint32_t TBS_BufferParameterSet(uint64_t handle, uint32_t id, uint64_t value);
 
-/* Adds one owner: the buffer lives until it was released once more.
+/* Adds one owner: the handle lives until it was released once more.
 
      TRV_STATUS_OK         done
      TRV_STATUS_PARAMETER  stale or zero handle */
 TRV_API uint32_t TBS_BufferRetain(uint64_t handle);
 
-/* Lets go of a buffer and sets *handle to 0. With its last owner the buffer is gone, its own memory
-   is freed or the release callback of wrapped memory runs, and its handle is stale from then on.
+/* Lets go of a buffer and sets *handle to 0. With its last owner the handle is stale. When
+   no view of the buffer is left either, its own memory is freed or the release callback of wrapped
+   memory runs.
 
      TRV_STATUS_OK         done
      TRV_STATUS_PARAMETER  null "handle", or stale or zero *handle */

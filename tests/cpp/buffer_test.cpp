@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 namespace {
@@ -47,6 +48,29 @@ TEST(BufferClass, TheLastOwnerLetsGoOnce) {
     EXPECT_FALSE(kept);
     Buffer::adopt(handle);
     EXPECT_EQ(gone, 1);
+}
+
+TEST(BufferClass, MisuseIsRefusedAndTakesNothingFromOthers) {
+    int gone = 0;
+    std::array<uint8_t, 64> memory{};
+    Buffer buffer = Buffer::wrap(memory.data(), 64, 8, 8, Format::Mono8, 0, count, &gone);
+    Buffer& same = buffer;
+    buffer = std::move(same);
+    buffer.swap(same);
+    EXPECT_EQ(buffer.width(), 8u);
+    const uint64_t stale = buffer.handle();
+    Buffer moved = std::move(buffer);
+    for (const auto& use : {std::function<void()>([&] { buffer.memory(); }),
+                            {[&] { buffer.view(0, 0, 1, 1); }},
+                            {[&] { buffer.phase(trvil::Phase::rggb); }},
+                            {[&] { trvil::convert(buffer, moved); }},
+                            {[&] { trvil::write(buffer, "/dev/null"); }}})
+        EXPECT_EQ(status_of(use), TRV_STATUS_PARAMETER);
+    moved = Buffer();
+    EXPECT_EQ(gone, 1);
+    const Buffer next = Buffer::create(4, 4, Format::Mono8);
+    EXPECT_EQ(status_of([&] { Buffer::adopt(stale).width(); }), TRV_STATUS_PARAMETER);
+    EXPECT_TRUE(next.width() == 4 && gone == 1);
 }
 
 TEST(BufferClass, DescribesWhatItWraps) {
