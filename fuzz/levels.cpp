@@ -71,14 +71,13 @@ void compare_bayer(Input& in) {
     const auto line_at = [&](unsigned y) { return m.source + y * stride; };
     // On an edge line both neighbours are the same.
     const unsigned below = rule == bayer::edge_means || lines & 1 ? 0 : 2;
-    const bayer::Line line{line_at(0),
-                           line_at(1),
-                           line_at(below),
-                           m.out,
-                           pairs,
-                           depth == bayer::depth8 ? 0 : in.between(1, 8),
-                           in.below(4) * 1024,
-                           in.one_in(2)};
+    const bayer::Lines line{line_at(0),
+                            line_at(1),
+                            line_at(below),
+                            m.out,
+                            pairs,
+                            depth == bayer::depth8 ? 0 : in.between(1, 8),
+                            {in.below(4) * 1024, in.one_in(2), in.one_in(2)}};
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
         level.bayer->get(depth, layout, rule, kind)(line);
         return 0u;

@@ -10,7 +10,7 @@ LineKind kind_of(const Mosaic& mosaic, uint32_t y) {
     return {mosaic.first_line.green_first != odd, mosaic.first_line.row_is_red != odd};
 }
 
-Line line_at(const Image& image, uint32_t y) {
+Lines line_at(const Image& image, uint32_t y) {
     const uint8_t* line = image.source + size_t{image.source_step} * y;
     const uint8_t* above = y == 0 ? line + image.source_step : line - image.source_step;
     const uint8_t* below = y + 1 == image.height ? above : line + image.source_step;
@@ -20,13 +20,12 @@ Line line_at(const Image& image, uint32_t y) {
             image.destination + size_t{image.destination_step} * y,
             (image.width - 1) / 2,
             image.shift,
-            image.fetch_distance,
-            image.outgrows_core};
+            image.memory};
 }
 
 template <typename Sample, typename Layout, typename Rule>
 struct Ends {
-    static void first(const Line& line, LineKind kind, bool green_from_right) {
+    static void first(const Lines& line, LineKind kind, bool green_from_right) {
         const Window<Sample> window{line, 0};
         store<Layout>(line.out,
                       kind.green_first ? Rule::first_green(window)
@@ -35,7 +34,7 @@ struct Ends {
     }
 
     // Pixel width - 1 of an even width: an odd place, so green where the line starts with a colour.
-    static void last(const Line& line, LineKind kind) {
+    static void last(const Lines& line, LineKind kind) {
         const size_t x = line.pairs * 2 + 1;
         const Window<Sample> window{line, x};
         store<Layout>(line.out + x * Layout::bytes,
@@ -48,10 +47,10 @@ struct Ends {
 // byte of a picture may lie in memory that nobody may touch, so its pair is done one pixel at a
 // time.
 template <typename Layout>
-void run_last_pairs(const Line& line, Span span, Span plain, size_t sample_bytes) {
+void run_last_pairs(const Lines& line, Span span, Span plain, size_t sample_bytes) {
     if (Layout::bytes != 4 || line.pairs == 0) return span(line);
     const size_t done = line.pairs - 1;
-    Line most = line, last = line;
+    Lines most = line, last = line;
     most.pairs = done;
     span(most);
     last.above += done * 2 * sample_bytes;
@@ -75,7 +74,7 @@ struct Walk {
     void run_line(uint32_t y, SpanRule rule) const {
         using End = Ends<Sample, Layout, Rule>;
         const LineKind kind = kind_of(mosaic, y);
-        const Line line = line_at(image, y);
+        const Lines line = line_at(image, y);
         End::first(line, kind, y == 0 || (mosaic.is_phase_b && y % 2 != 0));
         const Span span = spans.get(depth, layout, rule, kind);
         if (y + 1 < image.height)

@@ -14,11 +14,10 @@ struct Image {
     uint8_t* destination;
     uint32_t source_step;  // bytes from line to line
     uint32_t destination_step;
-    uint32_t width;           // at least 2
-    uint32_t height;          // at least 2
-    unsigned shift;           // bits per sample - 8
-    uint32_t fetch_distance;  // bytes ahead of their use that memory is fetched, 0 for not at all
-    bool outgrows_core;       // whether the picture outgrows the caches of its core
+    uint32_t width;   // at least 2
+    uint32_t height;  // at least 2
+    unsigned shift;   // bits per sample - 8
+    Memory memory;
 };
 
 struct Mosaic {

@@ -27,7 +27,7 @@ struct Colours {
 // made, in one step with the division of a mean.
 template <typename Sample>
 struct Window {
-    const Line& lines;
+    const Lines& lines;
     size_t x;
 
     uint32_t at(const uint8_t* line, size_t column) const {

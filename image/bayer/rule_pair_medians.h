@@ -108,7 +108,7 @@ TRV_INLINE Place mean(const Sorted& s) {
 template <bool GreenFirst>
 struct PairMedians {
     template <bayer::SpanLayout L, bool RowIsRed>
-    TRV_INLINE static void step(const bayer::Line& l, size_t x, uint8_t* out,
+    TRV_INLINE static void step(const bayer::Lines& l, size_t x, uint8_t* out,
                                 const SiteParity<GreenFirst>&) {
         const U8 left = samples<U8>(l.line, x - 1), right = samples<U8>(l.line, x + 1);
         const SecondByte own_p{as<U16>(left)};

@@ -57,7 +57,7 @@ struct PairRule<bayer::means, GreenFirst> {
     static constexpr PairBits bits{GreenFirst ? colour_site : green_site,
                                    GreenFirst ? green_site : colour_site};
 
-    TRV_INLINE static Pairs sums(const bayer::Line& l, size_t x) {
+    TRV_INLINE static Pairs sums(const bayer::Lines& l, size_t x) {
         const PairLine line(l.line, x), above(l.above, x), below(l.below, x);
         const U16 upright_p = above.p() + below.p(), upright_q = above.q() + below.q();
         if constexpr (GreenFirst)
@@ -77,7 +77,7 @@ struct PairRule<bayer::edge_means, GreenFirst> {
     static constexpr PairBits bits{GreenFirst ? colour_site : green_site,
                                    GreenFirst ? green_site : colour_site};
 
-    TRV_INLINE static Pairs sums(const bayer::Line& l, size_t x) {
+    TRV_INLINE static Pairs sums(const bayer::Lines& l, size_t x) {
         const PairLine line(l.line, x), beyond(l.above, x);
         const U16 beside_p = line.before_p() + line.q(), beside_q = line.p() + line.behind_q();
         if constexpr (GreenFirst)
@@ -114,7 +114,7 @@ TRV_INLINE U8 joined(U16 first, U16 second) {
 template <bayer::SpanRule M, bool GreenFirst>
 struct PairStep {
     template <bayer::SpanLayout L, bool RowIsRed>
-    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out,
+    TRV_INLINE static void step(const bayer::Lines& line, size_t x, uint8_t* out,
                                 const SiteParity<GreenFirst>&) {
         using Rule = PairRule<M, GreenFirst>;
         const auto channels_of = [](const auto& c) TRV_INLINE_LAMBDA {

@@ -125,7 +125,7 @@ template <typename V, typename Averages>
 struct Rule<bayer::nearest, V, Averages> {
     static constexpr SumBits bits{0, 0, 0, 0};
     template <typename T>
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
+    TRV_INLINE static Sites<V> sites(const bayer::Lines& l, size_t x, const T&) {
         const V left = samples<V>(l.line, x - 1);
         return {samples<V>(l.line, x), left, samples<V>(l.above, x), left,
                 samples<V>(l.above, x - 1)};
@@ -152,7 +152,7 @@ struct MiddleRule {
                                   Other::bits_of_four};
 
     template <typename T>
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
+    TRV_INLINE static Sites<V> sites(const bayer::Lines& l, size_t x, const T&) {
         const LineSamples<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const auto plus =
             Green::both(Green::of(line.left, line.right), upright<Green>(above, below));
@@ -182,7 +182,7 @@ struct MixedMedians {
             .value();
     }
     template <typename T>
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T& parity) {
+    TRV_INLINE static Sites<V> sites(const bayer::Lines& l, size_t x, const T& parity) {
         const LineSamples<V> line(l.line, x), above(l.above, x), below(l.below, x);
         const Two beside = Two::of(line.left, line.right), upright_ = upright<Two>(above, below);
         const Two left = Two::of(above.left, below.left), right = Two::of(above.right, below.right);
@@ -210,7 +210,7 @@ struct Rule<bayer::edge_means, V, Averages> {
     static constexpr SumBits bits{Beside::bits_of_two, 0, Green::bits_of_two, Other::bits_of_two};
 
     template <typename T>
-    TRV_INLINE static Sites<V> sites(const bayer::Line& l, size_t x, const T&) {
+    TRV_INLINE static Sites<V> sites(const bayer::Lines& l, size_t x, const T&) {
         const LineSamples<V> line(l.line, x), beyond(l.above, x);
         return {line.own, Beside::of(line.left, line.right).value(), beyond.own,
                 Green::of(line.left, line.right).value(),

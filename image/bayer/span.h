@@ -20,20 +20,26 @@ struct LineKind {
     bool row_is_red;
 };
 
+// How a picture of its size is made out of and into memory.
+struct Memory {
+    uint32_t fetch_distance;  // bytes ahead of their use that memory is fetched, 0 for not at all
+    bool outgrows_core;       // whether what is written outgrows the caches of the core
+    bool outgrows_caches;     // whether the picture comes from main memory
+};
+
 // Pixels 1 to 2 * pairs of a line. The pointers are those of pixel 0; on the first and the last
 // line of the picture, `above` and `below` are the one neighbouring line there is.
-struct Line {
+struct Lines {
     const uint8_t* above;
     const uint8_t* line;
     const uint8_t* below;
     uint8_t* out;
     size_t pairs;
-    unsigned shift;           // bits per sample - 8
-    uint32_t fetch_distance;  // bytes ahead of their use that memory is fetched, 0 for not at all
-    bool outgrows_core;       // whether the picture outgrows the caches of its core
+    unsigned shift;  // bits per sample - 8
+    Memory memory;
 };
 
-using Span = void (*)(const Line&);
+using Span = void (*)(const Lines&);
 
 struct Spans {
     Span span[depth_count][layout_count][rule_count][2][2];

@@ -42,15 +42,15 @@ TRV_INLINE size_t behind_cache_line(const uint8_t* out) {
 // stored per sample: in pixels of three bytes when they leave the core, in four-byte ones always,
 // as stores under a mask are slow across cache lines.
 template <typename Step>
-TRV_INLINE bool aligns_stores(const bayer::Line& line) {
+TRV_INLINE bool aligns_stores(const bayer::Lines& line) {
     if constexpr (!has_lane_masks || Step::sample_bytes == 2 || Step::layout == bayer::rgb16)
         return false;
     else
-        return Step::layout == bayer::bgrx32 || line.outgrows_core;
+        return Step::layout == bayer::bgrx32 || line.memory.outgrows_core;
 }
 
 template <typename Step>
-TRV_INLINE Parts parts_of(const bayer::Line& line) {
+TRV_INLINE Parts parts_of(const bayer::Lines& line) {
     constexpr size_t width = sizeof(U8), pixel = pixel_bytes(Step::layout);
     const size_t last = line.pairs * 2 + 1 - width;
     if (!aligns_stores<Step>(line) || last <= width + 1) return {1, {{1, last}}};
@@ -60,8 +60,8 @@ TRV_INLINE Parts parts_of(const bayer::Line& line) {
 
 // One body for all vectors of a line. Lines have no fewer pixels than a vector.
 template <typename Step>
-TRV_SHARED void make_vectors(const bayer::Line& line, bool green_first) {
-    const bayer::Line lines = line;
+TRV_SHARED void make_vectors(const bayer::Lines& line, bool green_first) {
+    const bayer::Lines lines = line;
     constexpr size_t pixel = pixel_bytes(Step::layout), sample = Step::sample_bytes;
     // Of the lines read, this one was not read before.
     const uint8_t* new_line = Step::rule == bayer::nearest ? lines.line : lines.below;
@@ -71,9 +71,10 @@ TRV_SHARED void make_vectors(const bayer::Line& line, bool green_first) {
         const Step step(lines, typename Step::Parity(green_first, first));
         for (size_t x = first;; x = x + sizeof(U8) < last ? x + sizeof(U8) : last) {
             uint8_t* out = lines.out + x * pixel;
-            if (lines.fetch_distance != 0) [[likely]] {
-                prefetch_ahead<sizeof(U8) * pixel>(out, lines.fetch_distance);
-                prefetch_ahead<sizeof(U8) * sample>(new_line + x * sample, lines.fetch_distance);
+            if (lines.memory.fetch_distance != 0) [[likely]] {
+                prefetch_ahead<sizeof(U8) * pixel>(out, lines.memory.fetch_distance);
+                prefetch_ahead<sizeof(U8) * sample>(new_line + x * sample,
+                                                    lines.memory.fetch_distance);
             }
             step(x, out);
             if (x == last) break;
@@ -90,10 +91,10 @@ struct Kind {
     bayer::LineKind line;
 };
 
-using MakeVectors = void (*)(const bayer::Line&, bool green_first);
+using MakeVectors = void (*)(const bayer::Lines&, bool green_first);
 
 // By the fallback level where there is nothing to make it with, or less than a vector to make.
-TRV_SHARED void make_line(const bayer::Line& line, Kind kind, MakeVectors make) {
+TRV_SHARED void make_line(const bayer::Lines& line, Kind kind, MakeVectors make) {
     if (make == nullptr || line.pairs * 2 < sizeof(U8))
         fallback::bayer_spans.get(kind.depth, kind.layout, kind.rule, kind.line)(line);
     else
@@ -122,13 +123,13 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
 // loads and stores lie within a cache line, and where pad bytes are kept its loads bring the
 // destination into the core.
 template <bayer::SpanLayout L>
-TRV_INLINE bool is_faster_by_fallback(const bayer::Line& line) {
+TRV_INLINE bool is_faster_by_fallback(const bayer::Lines& line) {
     if constexpr (!has_lane_masks) return false;
-    return L == bayer::bgrx32 ? line.outgrows_core : line.fetch_distance > prefetch_distance;
+    return L == bayer::bgrx32 ? line.memory.outgrows_core : line.memory.outgrows_caches;
 }
 
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
-void span(const bayer::Line& line) {
+void span(const bayer::Lines& line) {
     constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
     // Where the parity is a mask, lines of both kinds have one loop.
     constexpr bool first = has_lane_masks || GreenFirst;

@@ -67,7 +67,7 @@ struct Step16 {
     using Made = Rule<M, U16, typename AveragesOf<M, S, L, RowIsRed>::Type>;
     using Parity = SiteParity<GreenFirst>;
 
-    TRV_INLINE Step16(const bayer::Line& line, Parity sites)
+    TRV_INLINE Step16(const bayer::Lines& line, Parity sites)
         : lines(line), parity(sites), bits(eight_bits<Made, RowIsRed>(line.shift, sites)) {}
 
     TRV_INLINE Bgr<U16> colours(size_t x) const {
@@ -80,7 +80,7 @@ struct Step16 {
         store_pixels<L>(out, low, high, bits);
     }
 
-    const bayer::Line& lines;
+    const bayer::Lines& lines;
     Parity parity;
     Bgr<EightBits> bits;
 };

@@ -10,7 +10,7 @@ namespace {
 template <typename Rule>
 struct ByteStep {
     template <bayer::SpanLayout L, bool RowIsRed, typename T>
-    TRV_INLINE static void step(const bayer::Line& line, size_t x, uint8_t* out, const T& parity) {
+    TRV_INLINE static void step(const bayer::Lines& line, size_t x, uint8_t* out, const T& parity) {
         const Sites<U8> sites = Rule::sites(line, x, parity);
         const auto c = joined<RowIsRed>(sites, parity);
         if constexpr (L == bayer::bgrx32) {
@@ -61,12 +61,12 @@ struct Step8 {
     static constexpr size_t sample_bytes = 1;
     using Parity = SiteParity<GreenFirst>;
 
-    TRV_INLINE Step8(const bayer::Line& line, Parity sites) : lines(line), parity(sites) {}
+    TRV_INLINE Step8(const bayer::Lines& line, Parity sites) : lines(line), parity(sites) {}
     TRV_INLINE void operator()(size_t x, uint8_t* out) const {
         Making8<form_of(M), M, GreenFirst>::Step::template step<L, RowIsRed>(lines, x, out, parity);
     }
 
-    const bayer::Line& lines;
+    const bayer::Lines& lines;
     Parity parity;
 };
 

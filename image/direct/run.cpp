@@ -154,7 +154,8 @@ void convert_lines(const Level& level, const Job& job, const Format& source,
     line.shift = source.significant - 8u;
     line.flag = flag_of(source, writer);
     line.packing_offset = job.packing_offset;
-    line.fetch_ahead = outgrows_cache(uint64_t{job.destination.stride} * job.source.height);
+    line.fetch_ahead =
+        level.memory->outgrows_nearest(uint64_t{job.destination.stride} * job.source.height);
     if (line.end == 0 || height == 0) return;
     for (uint32_t y = 1; y < height; ++y) {
         row(line);

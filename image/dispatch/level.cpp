@@ -3,7 +3,8 @@
 namespace trv {
 
 const Level levels[level_count] = {
-#define TRV_LEVEL_ROW(level) {#level, &level::bayer_spans, &level::direct_rows, &level::field_rows},
+#define TRV_LEVEL_ROW(level) \
+    {#level, &level::bayer_spans, &level::direct_rows, &level::field_rows, &machines[0].memory},
 #include "image/simd/levels.inc"
 };
 
@@ -11,9 +12,11 @@ namespace {
 
 // Written once, by the loader, before any caller can be here.
 unsigned chosen = 0;
+Level current{};
 
 __attribute__((constructor)) void choose_level() {
     chosen = highest_level();
+    current = on_machine(levels[chosen], machines[best_machine()]);
 }
 
 }  // namespace
@@ -23,7 +26,7 @@ unsigned best_level() {
 }
 
 const Level& current_level() {
-    return levels[chosen];
+    return current;
 }
 
 }  // namespace trv

@@ -23,7 +23,7 @@ Mosaic mosaic_of(const Kernel& kernel) {
 }
 
 Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& destination,
-                 uint32_t bits) {
+                 uint32_t bits, const MemoryPolicy& memory) {
     Image image{};
     image.source = source.address();
     image.source_step = source.stride();
@@ -36,8 +36,9 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     if (kernel.input == Input::BAYn) image.source_step &= ~1u;
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
     const uint64_t written = uint64_t{image.destination_step} * image.height;
-    image.fetch_distance = fetch_distance(written + uint64_t{image.source_step} * image.height);
-    image.outgrows_core = trv::outgrows_core(written);
+    const uint64_t all = written + uint64_t{image.source_step} * image.height;
+    image.memory = {memory.distance(all), memory.outgrows_core(written),
+                    memory.outgrows_caches(all)};
     return image;
 }
 
@@ -49,7 +50,7 @@ uint32_t run(const Level& level, const Kernel& kernel, Handle source, Handle des
     if (!from.present() || !to.present()) return TRV_STATUS_PARAMETER;
     const bool deep = kernel.input == Input::BAYn;
     if (deep && bits == 8) return TRV_STATUS_PARAMETER;
-    const Image image = read_image(kernel, from, to, deep ? bits : 8);
+    const Image image = read_image(kernel, from, to, deep ? bits : 8, *level.memory);
     // Smaller pictures have no neighbours to take colours from, and their pair count would wrap.
     if (image.width < 2 || image.height < 2) return TRV_STATUS_OK;
     convert_frame(image, mosaic_of(kernel), *level.bayer, deep ? depth16 : depth8,

@@ -109,8 +109,13 @@ void compare(const Case& c, Random& random) {
     test::Picture source(format, c.width, c.height, stride, bytes_beyond_line(c.kernel, c.width),
                          test::any_side(random));
     fill_samples(source, c.bits, random);
-    for (unsigned level = 0; level <= trv::best_level(); ++level)
+    // What is done for large pictures alone is done for these small ones too.
+    const auto size = [&] { return random.one_in(2) ? uint64_t{0} : UINT64_MAX; };
+    const trv::Machine other = {"other", {size(), size(), size(), 64, 448}};
+    for (unsigned level = 0; level <= trv::best_level(); ++level) {
         ASSERT_TRUE(check(trv::levels[level], c, source, random));
+        ASSERT_TRUE(check(trv::on_machine(trv::levels[level], other), c, source, random));
+    }
 }
 
 uint32_t any_bits(const Kernel& k, Random& random) {
@@ -145,7 +150,7 @@ TEST(Bayer, EveryWidthMeetsEveryTail) {
 enum class Fault { last_pixel, byte_behind, pad_byte };
 
 template <Fault F>
-void faulty(const Line& line) {
+void faulty(const Lines& line) {
     constexpr SpanLayout layout = F == Fault::pad_byte ? bgrx32 : bgr24;
     constexpr size_t bytes = F == Fault::pad_byte ? 4 : 3;
     // Right for the even lines of phase A; what is planted shows on them.
