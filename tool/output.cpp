@@ -6,11 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
-#include "tool/cleanup.h"
 #include "tool/error.h"
 #include "tool/text.h"
 
@@ -36,30 +34,16 @@ fs::path folder_of(const std::string& target) {
     return folder.empty() ? fs::path(".") : folder;
 }
 
-std::string name_beside(const std::string& target, unsigned attempt) {
-    return (folder_of(target) / text(".trvil-", getpid(), "-", attempt, ".tmp")).string();
-}
-
-// Moves without replacing. Old file systems cannot, there a link does the same.
-bool move_to_new(const std::string& from, const std::string& to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-    if (errno != EINVAL && errno != ENOSYS) return false;
-    return link(from.c_str(), to.c_str()) == 0 && unlink(from.c_str()) == 0;
-}
-
-// A replacement is as private as what it replaces.
-bool move_over(const std::string& from, const std::string& to) {
-    struct stat old {};
-    if (stat(to.c_str(), &old) == 0 && chmod(from.c_str(), old.st_mode & 0777) != 0) return false;
-    return rename(from.c_str(), to.c_str()) == 0;
+Failure dangling(const std::string& link) {
+    return not_written(link, "it is a link to a file that is not there",
+                       "remove the link, or name the file itself");
 }
 
 std::string goal_of_link(const std::string& link) {
     std::error_code failed;
     const fs::path goal = fs::canonical(link, failed);
     if (!failed) return goal.string();
-    throw not_written(link, "it is a link to a file that is not there",
-                      "remove the link, or name the file itself");
+    throw dangling(link);
 }
 
 bool copy_all(int from, int to) {
@@ -87,6 +71,7 @@ void check_target(const std::string& target, bool force) {
     if (stat(target.c_str(), &status) != 0) {
         // A name that is too long, links in a circle, a folder that may not be looked into.
         if (errno != ENOENT && errno != ENOTDIR) throw system_failure(target);
+        if (fs::is_symlink(target)) throw dangling(target);
         if (fs::is_directory(folder_of(target))) return;
         throw not_written(target, text("there is no folder ", folder_of(target).string()),
                           "make the folder first");
@@ -109,19 +94,18 @@ Output::Output(std::string target, bool force) : target_(std::move(target)), for
 
 Output::~Output() {
     if (memory_ >= 0) close(memory_);
-    if (memory_ < 0 && !published_) unlink(path_.c_str());
-    forget_file(slot_);
 }
 
+// A replacement is never less private than what it replaces.
 void Output::create_beside() {
-    int fd = -1;
-    for (unsigned attempt = 0; fd < 0; ++attempt) {
-        path_ = name_beside(target_, attempt);
-        fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST) throw system_failure(target_);
-    }
-    close(fd);
-    slot_ = remember_file(path_.c_str());
+    struct stat old {};
+    replaced_mode_ =
+        stat(target_.c_str(), &old) == 0 ? std::optional(old.st_mode & 0777) : std::nullopt;
+    if (!file_.create(folder_of(target_).string(), replaced_mode_ ? 0600 : 0666))
+        throw system_failure(target_);
+    // Opened by its name, it would be there again if a signal removed it just before.
+    path_ = text("/proc/self/fd/", file_.fd());
+    if (access(path_.c_str(), W_OK) != 0) path_ = file_.path();
 }
 
 void Output::create_in_memory() {
@@ -137,11 +121,10 @@ void Output::copy_to_stdout() const {
 
 void Output::publish() {
     if (memory_ >= 0) return copy_to_stdout();
-    if (!(force_ ? move_over(path_, target_) : move_to_new(path_, target_))) {
-        if (errno == EEXIST) throw exists_already(target_);
-        throw system_failure(target_);
-    }
-    published_ = true;
+    if (replaced_mode_ && fchmod(file_.fd(), *replaced_mode_) != 0) throw system_failure(target_);
+    if (file_.move(target_, force_)) return;
+    if (errno == EEXIST) throw exists_already(target_);
+    throw system_failure(target_);
 }
 
 }  // namespace trv::tool

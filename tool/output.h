@@ -1,7 +1,12 @@
 // Output that appears whole or not at all: written beside its place under another name, then moved.
 #pragma once
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
+
+#include "tool/cleanup.h"
 
 namespace trv::tool {
 
@@ -31,9 +36,9 @@ class Output {
     std::string target_;
     std::string path_;
     bool force_;
-    bool published_ = false;
-    int memory_ = -1;  // what goes to stdout is collected here
-    int slot_ = -1;    // in the list of files to remove when interrupted
+    TemporaryFile file_;
+    std::optional<mode_t> replaced_mode_;  // of the file that is there already
+    int memory_ = -1;                      // what goes to stdout is collected here
 };
 
 }  // namespace trv::tool

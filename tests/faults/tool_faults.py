@@ -25,7 +25,7 @@ COMMANDS = {  # what runs, and the file it makes; `out` and what it makes is the
     "sample": ("sample -s 64x48 -f BAY8 --force -o out.raw", "out.raw"),
 }
 CALLS = {  # system calls and how they fail; seeking in a file does not
-    "openat": ["ENOSPC", "EMFILE"], "write": ["ENOSPC", "EIO"], "read": ["EIO"], "close": ["EIO"], "rename": ["EIO"], "renameat2": ["EIO", "EINVAL"], "chmod": ["EPERM"],
+    "openat": ["ENOSPC", "EMFILE"], "write": ["ENOSPC", "EIO"], "read": ["EIO"], "close": ["EIO"], "rename": ["EIO"], "renameat2": ["EIO", "EINVAL"], "fchmod": ["EPERM"],
     "newfstatat": ["EIO"], "memfd_create": ["EMFILE"], "linkat": ["EIO"], "link": ["EIO"],
 }
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # thousands of small files

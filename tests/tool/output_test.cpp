@@ -110,22 +110,6 @@ TEST_F(Output, OfAClosedOrFullStdoutIsAnError) {
     EXPECT_EQ(folder.read("b.raw"), folder.read("a.raw"));
 }
 
-TEST_F(Output, OfAnInterruptedRunIsRemoved) {
-    // Not SIGINT: shells start what runs in the background with that ignored.
-    for (const std::string signal : {"TERM", "HUP"}) {
-        SCOPED_TRACE(signal);
-        // Wait for the temporary file of a picture that takes long to write.
-        const Result result =
-            folder.shell("\"" TRVIL_TOOL
-                         "\" sample -s 5000x5000 -f BAY8 -o - --true big.png >/dev/null & pid=$!\n"
-                         "while kill -0 $pid && ! ls .trvil-* >/dev/null; do sleep 0.02; done\n"
-                         "kill -" +
-                         signal + " $pid; wait $pid");
-        EXPECT_GT(result.exit, 128);
-        EXPECT_EQ(folder.names(), Names{"a.raw"});
-    }
-}
-
 TEST(Formats, AreAllListed) {
     const Folder folder;
     const Result result = folder.trvil("formats");
