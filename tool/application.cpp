@@ -8,8 +8,8 @@ namespace trv::tool {
 namespace {
 
 std::string usage_error(const CLI::App* app, const CLI::Error& error) {
-    return std::string("trvil: ") + error.what() + "\n  next: see `" + app->get_name() +
-           " --help`\n";
+    return text("trvil: ", printable(error.what()), "\n  next: see `", app->get_name(),
+                " --help`\n");
 }
 
 std::string footer() {

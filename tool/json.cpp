@@ -9,7 +9,7 @@ void add_json_flag(CLI::App* command, bool* wanted) {
 }
 
 void print_json(const Json& json) {
-    std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    std::cout << json.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace trv::tool

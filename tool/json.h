@@ -12,7 +12,8 @@ using Json = nlohmann::ordered_json;
 
 void add_json_flag(CLI::App* command, bool* wanted);
 
-// On stdout, on several lines. File names that are no UTF-8 get replacement characters.
+// On stdout, on several lines, in ASCII: any other character of a file name is escaped, and bytes
+// that are no UTF-8 become replacement characters.
 void print_json(const Json& json);
 
 }  // namespace trv::tool

@@ -31,15 +31,15 @@ void clear_line() {
 void report(const Failure& failure) {
     const Speaking speaker(speaking);
     clear_line();
-    std::cerr << "trvil: " << failure.what() << '\n';
-    if (!failure.why().empty()) std::cerr << "  why:  " << failure.why() << '\n';
-    if (!failure.next().empty()) std::cerr << "  next: " << failure.next() << '\n';
+    std::cerr << "trvil: " << printable(failure.what()) << '\n';
+    if (!failure.why().empty()) std::cerr << "  why:  " << printable(failure.why()) << '\n';
+    if (!failure.next().empty()) std::cerr << "  next: " << printable(failure.next()) << '\n';
 }
 
 void note(const std::string& message) {
     const Speaking speaker(speaking);
     clear_line();
-    std::cerr << "trvil: note: " << message << '\n';
+    std::cerr << "trvil: note: " << printable(message) << '\n';
 }
 
 Progress::Progress(size_t items)
@@ -53,7 +53,7 @@ Progress::~Progress() {
 void Progress::start(const std::string& name) {
     const Speaking speaker(speaking);
     ++item_;
-    name_ = name;
+    name_ = printable(name);
     if (items_ > 1) show(0);
 }
 

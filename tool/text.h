@@ -20,7 +20,12 @@ std::string lower(std::string_view word);
 
 std::string list(const std::vector<std::string>& words, std::string_view separator = ", ");
 
-// A word as a shell takes it: in quotes where it has to be.
+// As a terminal may be shown it: what would steer it, and bytes that are no UTF-8, as \n, \t or
+// three octal digits.
+std::string printable(std::string_view words);
+
+// A word as a shell takes it: in quotes where it has to be, with nothing in it that printable would
+// change.
 std::string shell_word(const std::string& word);
 
 // Those of `words` that differ least from `wanted`, nearest first, at most `count`.
