@@ -79,7 +79,7 @@ constexpr const char* words[] = {
     "16x9",    "40x20",     "0x5",       "1x1",      "RGGB",        "grey",       "auto",
     "1,2,1.5", "never",     "dup",       "ave",      "med",         "BayerRG12p", "png",
     "tif",     "raw",       "odd",       "even",     "bilinear",    "median",     "--method",
-    "info",    "guess",     "help",      "--json",   "--histogram", "--build"};
+    "info",    "guess",     "help",      "--json",   "--histogram", "--build",    "--true"};
 
 // Numbers stay short, so that pictures stay small; folders are not for the taking.
 std::string any_word(Input& in) {

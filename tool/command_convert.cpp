@@ -1,5 +1,6 @@
 #include <atomic>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 #include "tool/catalogue.h"
@@ -7,10 +8,9 @@
 #include "tool/conversion.h"
 #include "tool/error.h"
 #include "tool/geometry.h"
-#include "tool/input.h"
 #include "tool/naming.h"
-#include "tool/output.h"
 #include "tool/reading.h"
+#include "tool/same_file.h"
 #include "tool/text.h"
 
 namespace trv::tool {
@@ -97,8 +97,12 @@ class Batch {
 
     void run(uint32_t jobs) {
         std::vector<std::thread> others;
-        for (uint32_t i = 1; i < jobs && i < inputs_.size(); ++i)
-            others.emplace_back([this] { work(); });
+        try {
+            for (uint32_t i = 1; i < jobs && i < inputs_.size(); ++i)
+                others.emplace_back([this] { work(); });
+        } catch (const std::system_error&) {
+            // Where the machine has no room for another thread, those there are do the work.
+        }
         work();
         for (std::thread& thread : others) thread.join();
         finish();
@@ -152,7 +156,7 @@ void convert_all(Options o) {
     o.output = output_template(o.output, o.as);
     const Conversion conversion = resolve(o);
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
-    for (const std::string& output : outputs) check_target(output, o.force);
+    check_files(o.inputs, outputs, o.force);
     say_way(conversion.path);
     Batch(conversion, o.inputs, outputs).run(jobs_of(o));
 }

@@ -9,6 +9,7 @@
 #include "tool/naming.h"
 #include "tool/picture.h"
 #include "tool/reading.h"
+#include "tool/same_file.h"
 #include "tool/text.h"
 #include "trvil/til.h"
 
@@ -121,7 +122,7 @@ void run_frame(const Options& o) {
     const Path path = kind == Kind::raw ? Path{field.format}
                                         : plan(*field.format, nullptr, kind, {}, Via::automatic);
     const std::string output = name_outputs({o.input}, o.output).front();
-    check_target(output, o.force);
+    check_files({o.input}, {output}, o.force);
     note_losses(o, *field.format, method);
     Progress progress(1);
     progress.start(o.input);

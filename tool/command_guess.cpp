@@ -10,9 +10,9 @@
 #include "tool/guess/proposal.h"
 #include "tool/input.h"
 #include "tool/json.h"
-#include "tool/naming.h"
 #include "tool/picture.h"
 #include "tool/preview.h"
+#include "tool/same_file.h"
 #include "tool/sheet.h"
 #include "tool/text.h"
 
@@ -29,6 +29,7 @@ at the sheet, and decide.
 Not tried: words of three colours (RGB16, RGB30), Mono32, several pictures in one dump.)";
 
 constexpr uint64_t most_bytes = uint64_t{64} << 20;
+constexpr uint64_t longest_stream = uint64_t{128} << 20;
 constexpr uint32_t most_width = 480, most_height = 360;
 
 struct Options {
@@ -63,7 +64,7 @@ void refuse_known_file(const guess::Dump& dump) {
 }
 
 guess::Dump read_dump(const std::string& path) {
-    Contents contents = read_contents(path, most_bytes);
+    Contents contents = read_contents(path, most_bytes, longest_stream);
     guess::Dump dump{path == "-" ? "stdin" : path, std::move(contents.bytes), 0, contents.length};
     dump.known = dump.bytes.size();
     dump.bytes.resize(dump.bytes.size() + guess::read_ahead);
@@ -147,12 +148,10 @@ void write_sheet(const guess::Dump& dump, const std::vector<guess::Proposal>& pr
 }
 
 void check_output(const Options& o) {
-    if (o.output.empty()) return;
-    if (o.output == "-" || kind_of_output(o.output, "") != Kind::png)
+    if (!o.output.empty() && (o.output == "-" || kind_of_output(o.output, "") != Kind::png))
         throw Failure(Exit::usage, "a sheet is a PNG file", "stdout has the proposals",
                       "end the name of the output in .png");
-    name_outputs({o.input}, o.output);
-    check_target(o.output, o.force);
+    check_files({o.input}, as_list(o.output), o.force);
 }
 
 void run_guess(const Options& o) {

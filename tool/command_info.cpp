@@ -9,10 +9,10 @@
 #include "tool/error.h"
 #include "tool/input.h"
 #include "tool/json.h"
-#include "tool/naming.h"
 #include "tool/picture.h"
 #include "tool/picture_read.h"
 #include "tool/reading.h"
+#include "tool/same_file.h"
 #include "tool/statistics.h"
 #include "tool/text.h"
 
@@ -49,8 +49,8 @@ void print_build(bool json) {
                            {"companion", info.companion}});
     std::cout << "version    " << info.version << "\ncompiler   " << info.compiler << ", "
               << info.build_type << "\nlevel      " << info.level << " (this machine runs "
-              << or_none(info.levels) << ")\nlibrary    " << info.library << "\ncompanion  "
-              << info.companion << '\n';
+              << or_none(info.levels) << ")\nlibrary    " << printable(info.library)
+              << "\ncompanion  " << printable(info.companion) << '\n';
 }
 
 std::optional<Phase> phase_of(const Options& o, const Format& format) {
@@ -111,7 +111,8 @@ std::string decimal(double value) {
 }
 
 void print_planes(const Options& o, const Subject& subject, const std::vector<Plane>& planes) {
-    std::cout << (o.input == "-" ? "stdin" : o.input) << ": " << size_check(o, subject) << "\n\n";
+    std::cout << (o.input == "-" ? "stdin" : printable(o.input)) << ": " << size_check(o, subject)
+              << "\n\n";
     put_row("PLANE", "LEAST", "MOST", "MEAN", "SPREAD", "BITS", "ZERO", "FULL", "ABOVE");
     for (const Plane& p : planes)
         put_row(p.name, p.least, p.most, decimal(p.mean), decimal(p.deviation), bits_in_use(p),
@@ -148,12 +149,11 @@ void write_histogram(const std::vector<Plane>& planes, const Options& o) {
 }
 
 void check_histogram(const Options& o) {
-    if (o.histogram.empty()) return;
-    if (o.histogram == "-" || kind_of_output(o.histogram, "") != Kind::png)
+    if (!o.histogram.empty() &&
+        (o.histogram == "-" || kind_of_output(o.histogram, "") != Kind::png))
         throw Failure(Exit::usage, "a histogram is a PNG file", "",
                       "end the name of the histogram in .png");
-    name_outputs({o.input}, o.histogram);
-    check_target(o.histogram, o.force);
+    check_files({o.input}, as_list(o.histogram), o.force);
 }
 
 void run_info(const Options& o) {

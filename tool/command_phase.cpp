@@ -7,11 +7,11 @@
 #include "tool/error.h"
 #include "tool/input.h"
 #include "tool/json.h"
-#include "tool/naming.h"
 #include "tool/phase.h"
 #include "tool/picture.h"
 #include "tool/preview.h"
 #include "tool/reading.h"
+#include "tool/same_file.h"
 #include "tool/sheet.h"
 #include "tool/text.h"
 
@@ -80,10 +80,7 @@ void run_phase(const Options& o) {
     if (o.json && o.output == "-")
         throw Failure(Exit::usage, "stdout cannot take both the sheet and JSON", "",
                       "give the sheet a file of its own");
-    if (!o.output.empty()) {
-        name_outputs({o.input}, o.output);
-        check_target(o.output, o.force);
-    }
+    check_files({o.input}, as_list(o.output), o.force);
     const Frame mosaic = read_mosaic(o);
     const Diagonals diagonals = compare_diagonals(mosaic);
     if (!o.output.empty()) write_sheet(mosaic, diagonals, o);

@@ -7,6 +7,7 @@
 #include "tool/geometry.h"
 #include "tool/output.h"
 #include "tool/picture.h"
+#include "tool/same_file.h"
 #include "tool/text.h"
 
 namespace trv::tool {
@@ -63,9 +64,10 @@ void make_sample(const Options& o) {
     const Phase named = format.phase == Phase::none ? Phase::A : format.phase;
     const Phase phase = o.phase.empty() ? named : phase_named(o.phase);
     const Gains sensitivities = sensitivities_named(o.tint);
-    check_target(o.output, o.force);
     const Kind kind = o.picture.empty() ? Kind::png : kind_of_truth(o.picture);
-    if (!o.picture.empty()) check_target(o.picture, o.force);
+    std::vector<std::string> outputs = as_list(o.picture);
+    outputs.push_back(o.output);
+    check_files({}, outputs, o.force);
     const Scene scene = scene_named(o.scene);
     write(scene_mosaic(scene, tight(format, size.width, size.height), phase, sensitivities),
           Kind::raw, o.output, o.force);

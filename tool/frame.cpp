@@ -1,7 +1,8 @@
 #include "tool/frame.h"
 
+#include <unistd.h>
+
 #include <cstring>
-#include <new>
 
 #include "tool/catalogue.h"
 #include "tool/error.h"
@@ -12,9 +13,22 @@ namespace {
 
 constexpr size_t slack = 64;  // readable and writable bytes behind the last line
 
-uint8_t* allocate(const Geometry& geometry) {
-    void* memory = std::calloc(1, geometry.bytes() + slack);
-    if (memory == nullptr) throw std::bad_alloc();
+uint64_t memory_of_machine() {
+    return static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+           static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Zeroed memory takes room only where it is written to, so a picture that breaks off early costs
+// what there is of it. A machine may promise more than it has.
+uint8_t* allocate(const Geometry& g) {
+    void* memory = nullptr;
+    if (g.bytes() < memory_of_machine()) memory = std::calloc(1, g.bytes() + slack);
+    if (memory == nullptr)
+        throw Failure(Exit::conversion,
+                      text("not enough memory for ", g.width, "x", g.height, " ", g.format->name),
+                      text("it needs ", g.bytes(), " bytes, and the machine has ",
+                           memory_of_machine(), " for all that runs on it"),
+                      "check -s and -f, or use fewer --jobs");
     return static_cast<uint8_t*>(memory);
 }
 

@@ -1,13 +1,13 @@
 #include "tool/input.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <optional>
 
 #include "tool/error.h"
 #include "tool/geometry.h"
@@ -17,80 +17,18 @@
 namespace trv::tool {
 namespace {
 
-class Input {
-  public:
-    explicit Input(const std::string& path)
-        : name_(path == "-" ? "stdin" : path),
-          fd_(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-        if (fd_ < 0) fail("cannot open", "check the file's name and permissions");
-        struct stat status {};
-        if (fstat(fd_, &status) != 0) fail("cannot look at", "");
-        if (S_ISDIR(status.st_mode)) {
-            close(fd_);
-            throw Failure(Exit::input, text(name_, " is a folder"), "",
-                          text("name the files in it, as in ", name_, "/*.raw"));
-        }
-        if (S_ISREG(status.st_mode)) start_of_file(status);
-    }
-    ~Input() { close(fd_); }
-    Input(const Input&) = delete;
-    Input& operator=(const Input&) = delete;
-
-    const std::string& name() const { return name_; }
-
-    // Bytes from here to the end; pipes do not tell.
-    std::optional<uint64_t> remaining() const { return remaining_; }
-
-    // How many were read: fewer than wanted at the end of the input.
-    uint64_t read(uint8_t* to, uint64_t wanted) {
-        uint64_t done = 0;
-        while (done < wanted) {
-            const ssize_t got = ::read(fd_, to + done, wanted - done);
-            if (got < 0 && errno == EINTR) continue;
-            if (got < 0) fail("cannot read", "");
-            if (got == 0) break;
-            done += static_cast<uint64_t>(got);
-        }
-        if (remaining_) *remaining_ -= std::min(*remaining_, done);
-        return done;
-    }
-
-    void skip(uint64_t bytes) {
-        if (remaining_ && bytes <= *remaining_) {
-            lseek(fd_, static_cast<off_t>(bytes), SEEK_CUR);
-            *remaining_ -= bytes;
-            return;
-        }
-        uint8_t block[4096];
-        while (bytes != 0) {
-            const uint64_t got = read(block, std::min<uint64_t>(bytes, sizeof block));
-            if (got == 0) return;
-            bytes -= got;
-        }
-    }
-
-  private:
-    // A redirected stdin may stand anywhere in its file.
-    void start_of_file(const struct stat& status) {
-        const off_t here = lseek(fd_, 0, SEEK_CUR);
-        remaining_ = static_cast<uint64_t>(std::max<off_t>(0, status.st_size - here));
-    }
-
-    [[noreturn]] void fail(const char* what, const char* next) const {
-        throw Failure(Exit::input, text(what, " ", name_), std::strerror(errno), next);
-    }
-
-    std::string name_;
-    int fd_;
-    std::optional<uint64_t> remaining_;
-};
-
 Failure too_short(const Input& input, const Geometry& g, uint64_t available, uint64_t skip) {
     const std::string behind = skip == 0 ? "" : text(" behind the first ", skip);
     return {Exit::input,
             text(input.name(), " is too short for ", g.width, "x", g.height, " ", g.format->name),
             text("needs ", g.bytes(), " bytes (lines of ", g.stride, "), has ", available, behind),
             advice_for_short(g, available, skip)};
+}
+
+Failure endless(const Input& input, uint64_t longest) {
+    return {Exit::input, text(input.name(), " does not end within ", longest >> 20, " MiB"),
+            "a stream tells its length only by its end, and what it holds is told by its length",
+            "put it into a file, or send the first bytes only, as by `head -c 10000000`"};
 }
 
 void note_surplus(Input* input, const Geometry& geometry, uint64_t skip) {
@@ -100,12 +38,87 @@ void note_surplus(Input* input, const Geometry& geometry, uint64_t skip) {
                       advice_for_surplus(geometry, *rest, skip), ")"));
         return;
     }
-    uint8_t more = 0;
-    if (input->read(&more, 1) == 1)
-        note(text(input->name(), ": what follows the picture is ignored"));
+    if (input->has_more()) note(text(input->name(), ": what follows the picture is ignored"));
 }
 
 }  // namespace
+
+Input::Input(const std::string& path)
+    : name_(path == "-" ? "stdin" : path),
+      fd_(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (fd_ < 0) fail("cannot open", "check the file's name and permissions");
+    struct stat status {};
+    if (fstat(fd_, &status) != 0) fail("cannot look at", "");
+    if (S_ISDIR(status.st_mode)) {
+        close(fd_);
+        throw Failure(Exit::input, text(name_, " is a folder"), "",
+                      text("name the files in it, as in ", name_, "/*.raw"));
+    }
+    if (S_ISREG(status.st_mode)) start_of_file(status);
+}
+
+Input::~Input() {
+    close(fd_);
+}
+
+// A redirected stdin may stand anywhere in its file.
+void Input::start_of_file(const struct stat& status) {
+    const off_t here = lseek(fd_, 0, SEEK_CUR);
+    remaining_ = static_cast<uint64_t>(std::max<off_t>(0, status.st_size - here));
+}
+
+void Input::fail(const char* what, const char* next) const {
+    throw Failure(Exit::input, text(what, " ", name_), std::strerror(errno), next);
+}
+
+uint64_t Input::fetch(uint8_t* to, uint64_t wanted) {
+    uint64_t done = 0;
+    while (done < wanted) {
+        const ssize_t got = ::read(fd_, to + done, wanted - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) fail("cannot read", "");
+        if (got == 0) break;
+        done += static_cast<uint64_t>(got);
+    }
+    return done;
+}
+
+uint64_t Input::read(uint8_t* to, uint64_t wanted) {
+    const auto kept = static_cast<size_t>(std::min<uint64_t>(wanted, ahead_.size()));
+    std::copy_n(ahead_.begin(), kept, to);
+    ahead_.erase(ahead_.begin(), ahead_.begin() + static_cast<ptrdiff_t>(kept));
+    const uint64_t done = kept + fetch(to + kept, wanted - kept);
+    if (remaining_) *remaining_ -= std::min(*remaining_, done);
+    return done;
+}
+
+const std::vector<uint8_t>& Input::peek(size_t most) {
+    const size_t had = ahead_.size();
+    if (had >= most) return ahead_;
+    ahead_.resize(most);
+    ahead_.resize(had + fetch(&ahead_[had], most - had));
+    return ahead_;
+}
+
+void Input::skip(uint64_t bytes) {
+    if (ahead_.empty() && remaining_ && bytes <= *remaining_) {
+        lseek(fd_, static_cast<off_t>(bytes), SEEK_CUR);
+        *remaining_ -= bytes;
+        return;
+    }
+    uint8_t block[4096];
+    while (bytes != 0) {
+        const uint64_t got = read(block, std::min<uint64_t>(bytes, sizeof block));
+        if (got == 0) return;
+        bytes -= got;
+    }
+}
+
+bool Input::has_more() {
+    constexpr int moment = 50;  // milliseconds
+    pollfd waiting{fd_, POLLIN, 0};
+    return !ahead_.empty() || (poll(&waiting, 1, moment) == 1 && !peek(1).empty());
+}
 
 Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t skip) {
     Input input(path);
@@ -123,24 +136,24 @@ Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t ski
     return frame;
 }
 
-Contents read_contents(const std::string& path, uint64_t most) {
+Contents read_contents(const std::string& path, uint64_t most, uint64_t longest) {
     constexpr uint64_t block = uint64_t{1} << 20;
     Input input(path);
     const auto whole = input.remaining();
+    const uint64_t end = whole ? std::min(*whole, most) : longest;
     Contents contents{{}, 0};
+    contents.bytes.reserve(std::min(end, most));
     std::vector<uint8_t> piece(block);
-    for (uint64_t got = block; got == block; contents.length += got) {
-        if (whole && contents.length >= most) break;
-        got = input.read(piece.data(), block);
-        const uint64_t kept = std::min(got, most - std::min<uint64_t>(most, contents.length));
+    while (contents.length < end) {
+        const uint64_t got = input.read(piece.data(), std::min(block, end - contents.length));
+        if (got == 0) break;
+        const uint64_t kept = std::min(got, most - contents.bytes.size());
         contents.bytes.insert(contents.bytes.end(), piece.data(), piece.data() + kept);
+        contents.length += got;
     }
+    if (!whole && contents.length == longest) throw endless(input, longest);
     if (whole) contents.length = *whole;
     return contents;
-}
-
-void check_input(const std::string& path) {
-    const Input input(path);
 }
 
 }  // namespace trv::tool

@@ -1,13 +1,10 @@
 #include "tool/naming.h"
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <map>
-#include <optional>
-#include <set>
 
 #include "tool/error.h"
+#include "tool/same_file.h"
 #include "tool/text.h"
 
 namespace trv::tool {
@@ -36,22 +33,6 @@ void refuse_collision(const std::string& output, const std::string& first,
                   "put {name} into the output's name; inputs of one name go to different folders");
 }
 
-// What file a name leads to, however it is spelled; nothing for what does not exist.
-using FileId = std::pair<uint64_t, uint64_t>;
-std::optional<FileId> file_id(const std::string& path) {
-    struct stat status {};
-    if (path == "-" || stat(path.c_str(), &status) != 0) return std::nullopt;
-    return FileId{status.st_dev, status.st_ino};
-}
-
-void refuse_inputs(const std::set<FileId>& inputs, const std::string& output) {
-    const auto id = file_id(output);
-    if (id && inputs.count(*id) != 0)
-        throw Failure(Exit::usage, text(output, " is an input"),
-                      "the dump would be lost, and --force does not change that",
-                      "give the output another name");
-}
-
 }  // namespace
 
 std::string output_template(const std::string& output, const std::string& kind) {
@@ -65,16 +46,12 @@ std::string output_template(const std::string& output, const std::string& kind) 
 std::vector<std::string> name_outputs(const std::vector<std::string>& inputs,
                                       const std::string& named) {
     std::vector<std::string> outputs;
-    std::map<std::string, std::string> input_of;
-    std::set<FileId> files;
-    for (const std::string& input : inputs)
-        if (const auto id = file_id(input)) files.insert(*id);
+    std::map<FileId, std::string> input_of;
     for (const std::string& input : inputs) {
         outputs.push_back(fill(named, input));
-        const std::string key = fs::path(outputs.back()).lexically_normal().string();
-        const auto [place, is_new] = input_of.emplace(key, input);
+        const FileId id = id_of_output(outputs.back()).value_or(FileId{0, 0, outputs.back()});
+        const auto [place, is_new] = input_of.emplace(id, input);
         if (!is_new) refuse_collision(outputs.back(), place->second, input);
-        refuse_inputs(files, outputs.back());
     }
     return outputs;
 }

@@ -11,7 +11,7 @@ namespace trv::tool {
 std::string output_template(const std::string& output, const std::string& kind);
 
 // One output per input: "{name}" in the template stands for the input's file name without its end.
-// Throws Failure when outputs would collide with each other or with an input.
+// Throws Failure when two inputs have the same output.
 std::vector<std::string> name_outputs(const std::vector<std::string>& inputs,
                                       const std::string& named);
 

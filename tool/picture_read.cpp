@@ -6,6 +6,7 @@
 #include <cctype>
 #include <csetjmp>
 #include <cstring>
+#include <exception>
 
 #include "tool/error.h"
 #include "tool/input.h"
@@ -15,15 +16,35 @@ namespace trv::tool {
 namespace {
 
 constexpr uint64_t most_bytes = uint64_t{1} << 32;
-constexpr uint64_t longest_side = 1000000;
+constexpr uint32_t longest_side = 1000000;
+constexpr size_t longest_head = 4096;  // of a PNM
 
-Failure broken(const std::string& path, const std::string& why) {
-    return {Exit::input, text("cannot read the picture ", path), why, "check that it is whole"};
+Failure broken(const Input& input, const std::string& why) {
+    return {Exit::input, text("cannot read the picture ", input.name()), why,
+            "check that it is whole"};
 }
 
+// Beyond these bytes its pixels, a picture may hold notes, colour profiles and the like.
+constexpr uint64_t most_beside = uint64_t{16} << 20;
+
 struct Source {
-    const uint8_t* at;
-    size_t left;
+    Input* input;
+    uint64_t left = most_beside;
+    std::exception_ptr failure{};  // kept until libpng is left
+
+    bool read(uint8_t* to, size_t wanted) noexcept {
+        if (wanted > left) {
+            left = 0;
+            return false;
+        }
+        left -= wanted;
+        try {
+            return input->read(to, wanted) == wanted;
+        } catch (...) {
+            failure = std::current_exception();
+            return false;
+        }
+    }
 };
 
 struct Reader {
@@ -38,20 +59,25 @@ struct Reader {
     static void fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
     static void ignore(png_structp, png_const_charp) {}
     static void read(png_structp png, png_bytep to, size_t wanted) {
-        auto* source = static_cast<Source*>(png_get_io_ptr(png));
-        if (source->left < wanted) png_error(png, "short");
-        std::memcpy(to, source->at, wanted);
-        source->at += wanted;
-        source->left -= wanted;
+        if (!static_cast<Source*>(png_get_io_ptr(png))->read(to, wanted)) png_error(png, "short");
     }
 };
 
-// libpng leaves by longjmp where it fails, so nothing with a destructor is made below here.
-bool read_rows(const Reader& reader, Source* source) {
+// libpng leaves by longjmp where it fails, so nothing with a destructor is made in these two.
+bool read_head(const Reader& reader, Source* source) {
     if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
+    png_set_user_limits(reader.png, longest_side, longest_side);
     png_set_read_fn(reader.png, source, Reader::read);
-    png_read_png(reader.png, reader.info, PNG_TRANSFORM_EXPAND | PNG_TRANSFORM_SWAP_ENDIAN,
-                 nullptr);
+    png_read_info(reader.png, reader.info);
+    return true;
+}
+
+bool read_rows(const Reader& reader, uint8_t* first, const Geometry& g) {
+    if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
+    for (int pass = png_set_interlace_handling(reader.png); pass > 0; --pass)
+        for (uint32_t y = 0; y < g.height; ++y)
+            png_read_row(reader.png, first + uint64_t{g.stride} * y, nullptr);
+    png_read_end(reader.png, nullptr);
     return true;
 }
 
@@ -68,19 +94,60 @@ const Format* format_of_channels(unsigned channels, bool deep) {
     }
 }
 
-Frame read_png(const std::string& path, const Contents& contents) {
-    Source source{contents.bytes.data(), contents.bytes.size()};
-    const Reader reader;
-    if (reader.info == nullptr || !read_rows(reader, &source))
-        throw broken(path, "libpng refused it");
+// What a head claims is believed only as far as it can be true.
+void check_claim(const Input& input, const Geometry& g) {
+    if (g.bytes() > most_bytes)
+        throw Failure(Exit::input, text("the picture ", input.name(), " is too large to look at"),
+                      text("it says that it has ", g.width, "x", g.height, " pixels, which take ",
+                           g.bytes(), " bytes; ", most_bytes, " are the most"),
+                      "check that it is whole, or cut a piece out of it");
+}
+
+// Deflate makes at most 1032 bytes of one.
+bool can_hold(const std::optional<uint64_t>& length, const Reader& reader) {
+    constexpr uint64_t most_of_one = 1032;
+    const uint64_t lines = png_get_image_height(reader.png, reader.info);
+    return !length || png_get_rowbytes(reader.png, reader.info) * lines / most_of_one <= *length;
+}
+
+Failure refused(const Input& input, const Source& source) {
+    if (source.failure) std::rethrow_exception(source.failure);
+    return broken(input, source.left == 0 ? "there is more beside its pixels than there can be"
+                                          : "libpng refused it");
+}
+
+Geometry geometry_of(const Reader& reader, const Input& input) {
     const Format* format = format_of_channels(png_get_channels(reader.png, reader.info),
                                               png_get_bit_depth(reader.png, reader.info) == 16);
-    if (format == nullptr) throw broken(path, "grey with transparency is not understood");
-    Frame frame(tight(*format, png_get_image_width(reader.png, reader.info),
-                      png_get_image_height(reader.png, reader.info)));
-    const png_bytepp rows = png_get_rows(reader.png, reader.info);
-    for (uint32_t y = 0; y < frame.geometry().height; ++y)
-        std::memcpy(frame.line(y), rows[y], frame.geometry().line());
+    if (format == nullptr) throw broken(input, "grey with transparency is not understood");
+    return tight(*format, png_get_image_width(reader.png, reader.info),
+                 png_get_image_height(reader.png, reader.info));
+}
+
+bool expand(const Reader& reader) {
+    if (setjmp(png_jmpbuf(reader.png)) != 0) return false;
+    png_set_expand(reader.png);
+    png_set_swap(reader.png);
+    png_set_interlace_handling(reader.png);
+    png_read_update_info(reader.png, reader.info);
+    return true;
+}
+
+Frame read_png(Input* input) {
+    const auto length = input->remaining();
+    Source source{input};
+    const Reader reader;
+    if (reader.info == nullptr || !read_head(reader, &source)) throw refused(*input, source);
+    const bool possible = can_hold(length, reader);
+    if (!expand(reader)) throw refused(*input, source);
+    const Geometry g = geometry_of(reader, *input);
+    check_claim(*input, g);
+    if (!possible)
+        throw broken(*input, text("it says that it has ", g.width, "x", g.height,
+                                  " pixels, and is too short for them"));
+    Frame frame(g);
+    source.left += 2 * g.bytes();  // compressed they are hardly more than plain
+    if (!read_rows(reader, frame.line(0), g)) throw refused(*input, source);
     return frame;
 }
 
@@ -96,39 +163,42 @@ uint64_t next_number(const std::string& bytes, size_t* at) {
     return number;
 }
 
-Frame read_pnm(const std::string& path, const Contents& contents) {
-    const std::string head(
-        contents.bytes.begin(),
-        contents.bytes.begin() + static_cast<long>(std::min<size_t>(4096, contents.bytes.size())));
+Frame read_pnm(Input* input) {
+    const std::vector<uint8_t>& start = input->peek(longest_head);
+    const std::string head(start.begin(), start.end());
     size_t at = 2;
     const uint64_t width = next_number(head, &at), height = next_number(head, &at);
     const uint64_t most = next_number(head, &at);
     if (width == 0 || height == 0 || width > longest_side || height > longest_side ||
         (most != 255 && most != 65535))
-        throw broken(path, "its header is not understood; the largest sample is 255 or 65535");
+        throw broken(*input, "its header is not understood; the largest sample is 255 or 65535");
     const bool deep = most > 255;
     const Geometry g = tight(*format_of_channels(head[1] == '5' ? 1 : 3, deep),
                              static_cast<uint32_t>(width), static_cast<uint32_t>(height));
-    if (contents.bytes.size() < ++at + g.bytes()) throw broken(path, "it is too short");
+    check_claim(*input, g);
+    input->skip(at + 1);
+    if (const auto rest = input->remaining(); rest && *rest < g.bytes())
+        throw broken(*input, "it is too short");
     Frame frame(g);
-    std::memcpy(frame.line(0), &contents.bytes[at], g.bytes());
+    if (input->read(frame.line(0), g.bytes()) < g.bytes()) throw broken(*input, "it is too short");
     if (deep)
         for (uint64_t i = 0; i < g.bytes(); i += 2)
             std::swap(frame.line(0)[i], frame.line(0)[i + 1]);
     return frame;
 }
 
-bool begins(const Contents& contents, const char* words) {
+bool begins(Input* input, const char* words) {
     const size_t length = std::strlen(words);
-    return contents.bytes.size() > length && std::memcmp(contents.bytes.data(), words, length) == 0;
+    const std::vector<uint8_t>& start = input->peek(longest_head);
+    return start.size() > length && std::memcmp(start.data(), words, length) == 0;
 }
 
 }  // namespace
 
 std::optional<Frame> read_picture(const std::string& path) {
-    const Contents contents = read_contents(path, most_bytes);
-    if (begins(contents, "\x89PNG\r\n")) return read_png(path, contents);
-    if (begins(contents, "P5") || begins(contents, "P6")) return read_pnm(path, contents);
+    Input input(path);
+    if (begins(&input, "\x89PNG\r\n")) return read_png(&input);
+    if (begins(&input, "P5") || begins(&input, "P6")) return read_pnm(&input);
     return std::nullopt;
 }
 

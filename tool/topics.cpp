@@ -78,10 +78,11 @@ input's name without its end; an output that is a folder gets {name}.png, or the
 
 --jobs N converts N at a time, 0 as many as there are processors; each needs memory for its picture.
 A dump that fails does not stop the others; the end says which failed, and the exit code why the
-first of them did. An output appears whole or not at all, and replaces nothing without --force.)"},
+first of them did. An output appears whole or not at all, also when
+the run is interrupted, and replaces nothing without --force.)"},
     {"json", "Answers for programs",
      R"(info, guess, formats, routes, phase and bench print JSON when asked by --json: one value on
-stdout, in UTF-8. Notes and failures are text on stderr all the same, and the exit codes are the same.
+stdout, in ASCII. Notes and failures are text on stderr all the same, and the exit codes are the same.
 Members may be added in later versions; those that are there keep their names and meaning.)"},
     {"exit-codes", "Exit codes",
      R"(  0  done

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -28,9 +31,18 @@ Result Folder::shell(const std::string& line) const {
         "trvil() { \"" TRVIL_TOOL "\" \"$@\"; }; cd " + path_ + "/in || exit; ";
     std::ofstream(path_ + "/line") << setting << line << '\n';
     const std::string command = "sh " + path_ + "/line >" + path_ + "/out 2>" + path_ + "/err";
-    const int status = std::system(command.c_str());
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    int status = 0;
+    struct rusage used {};
+    wait4(child, &status, 0, &used);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), read("../out"),
-            read("../err")};
+            read("../err"), passed.count(), static_cast<uint64_t>(used.ru_maxrss)};
 }
 
 std::string Folder::read(const std::string& name) const {

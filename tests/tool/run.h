@@ -12,6 +12,8 @@ struct Result {
     int exit;  // 128 + signal where a signal ended it, as shells say it
     std::string out;
     std::string err;
+    double seconds;
+    uint64_t peak;  // KiB of memory that the largest of its processes had at a time
 };
 
 struct Picture {
