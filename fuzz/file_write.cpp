@@ -106,6 +106,13 @@ extern "C" FILE* __wrap_fopen(const char* path, const char* mode) {
     return open_stream;
 }
 
+// A stream in memory has no descriptor.
+extern "C" ssize_t __real_write(int file, const void* bytes, size_t size);
+extern "C" ssize_t __wrap_write(int file, const void* bytes, size_t size) {
+    if (file != -1) return __real_write(file, bytes, size);
+    return write_bytes(nullptr, static_cast<const char*>(bytes), size);
+}
+
 extern "C" int __real_fclose(FILE* stream);
 extern "C" int __wrap_fclose(FILE* stream) {
     if (stream == open_stream) open_stream = nullptr;

@@ -62,10 +62,25 @@ const char* const tail = R"(.Ss Values
 Values are not scaled when they grow: Mono8 200 becomes Mono16 200.
 They are cut off when they shrink: a word is shifted right by its significant bits less 8, and the
 low 8 bits are kept.
+The formulas of YUV422 and of 48 bits to 15- and 16-bit words stand in
+.Xr TIL_Convert 3 .
 .Ss Packings
 Mono10P, Mono12P, Mono14P and the packed mosaics are streams of bits, the lowest first.
 Mono12MP is a stream of bits, the highest first.
 A picture that is read by the wrong one shows vertical stripes.
+.Ss Sizes
+A destination is refused when its stride times its height is less than what the picture needs: its
+width times its height, those of the source, times the bytes of a destination's pixel.
+Lines are not counted.
+Less than the picture needs is asked from packed sources but Mono12MP (of n bits, n / 16 bytes per pixel
+for 16-bit words and n / 32 for 4-byte pixels), for RGB48, RGB48_10 to 14, BGR48_10 and BGR48_14 to RGB24
+(a third of a byte), and for RGBA64 and RGBA64_10 to 14 (two bytes).
+Copies of Mono8 and Mono16 of equal strides and heights are not measured.
+From 16-bit grey to 4-byte pixels a refusal is not passed on: the status is 0, and nothing is written.
+.Ss Odd strides
+They count as one less for 16-bit mosaics, for RGB16 and BGR16 made of a mosaic, and for the source on the
+way to RGB24 from 48 bits by the rule above, from RGBA64 and RGBA64_10 to 14, and from 16-bit grey to
+4-byte pixels.
 .Ss Phases
 A mosaic's phase is named by the colours of the first two pixels of its first two lines: A is RGGB,
 B GRBG, C GBRG and D BGGR.

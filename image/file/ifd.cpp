@@ -1,5 +1,7 @@
 #include "image/file/ifd.h"
 
+#include <initializer_list>
+
 namespace trv::tiff {
 namespace {
 
@@ -50,33 +52,34 @@ bool put_offset(FILE* file, Tag tag, Type type, uint32_t count, Place* place) {
     return true;
 }
 
+struct Places {
+    Place bits = 0, strip = 0, x = 0, y = 0;
+    bool reached = true;  // so far; by every seek
+};
+
 // Puts `position` into the place kept for it and goes on `further` bytes behind that position.
-void fill_offset(FILE* file, Place place, long position, long further) {
-    fseek(file, place, SEEK_SET);
+void fill_offset(FILE* file, Place place, long position, long further, Places* places) {
+    if (fseek(file, place, SEEK_SET) != 0) places->reached = false;
     put32(file, static_cast<uint32_t>(position));
-    fseek(file, position + further, SEEK_SET);
+    if (fseek(file, position + further, SEEK_SET) != 0) places->reached = false;
 }
 
-bool put_resolution(FILE* file, Place place) {
+bool put_resolution(FILE* file, Place place, Places* places) {
     const long position = ftell(file);
     if (position == -1) return false;
     put32(file, 300);
     put32(file, 1);
-    fill_offset(file, place, position, 8);
+    fill_offset(file, place, position, 8, places);
     return true;
 }
 
-bool put_colour_bits(FILE* file, Place place) {
+bool put_colour_bits(FILE* file, Places* places) {
     const long position = ftell(file);
     if (position == -1) return false;
     for (int sample = 0; sample < 3; ++sample) put16(file, 8);
-    fill_offset(file, place, position, 6);
+    fill_offset(file, places->bits, position, 6, places);
     return true;
 }
-
-struct Places {
-    Place bits = 0, strip = 0, x = 0, y = 0;
-};
 
 bool put_bits(FILE* file, const Layout& layout, Places* places) {
     if (layout.colour) return put_offset(file, bits_per_sample, type_short, 3, &places->bits);
@@ -113,15 +116,16 @@ void write_header(FILE* file) {
     put32(file, 8);
 }
 
-bool write_head(FILE* file, const Layout& layout, const Size& size) {
+Head write_head(FILE* file, const Layout& layout, const Size& size) {
     Places places;
-    if (!put_entries(file, layout, size, &places)) return false;
-    if (layout.colour && !put_colour_bits(file, places.bits)) return false;
-    if (!put_resolution(file, places.x) || !put_resolution(file, places.y)) return false;
+    if (!put_entries(file, layout, size, &places)) return Head::no_position;
+    if (layout.colour && !put_colour_bits(file, &places)) return Head::no_position;
+    for (const Place place : {places.x, places.y})
+        if (!put_resolution(file, place, &places)) return Head::no_position;
     const long pixels = ftell(file);
-    if (pixels == -1) return false;
-    fill_offset(file, places.strip, pixels, 0);
-    return true;
+    if (pixels == -1) return Head::no_position;
+    fill_offset(file, places.strip, pixels, 0, &places);
+    return places.reached && ferror_unlocked(file) == 0 ? Head::written : Head::lost;
 }
 
 }  // namespace trv::tiff

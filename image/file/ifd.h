@@ -28,8 +28,15 @@ struct Size {
     uint32_t height;
 };
 
-// Writes everything in front of the pixels. False when a file position cannot be had.
-bool write_head(FILE* file, const Layout& layout, const Size& size);
+enum class Head : uint8_t {
+    written,
+    lost,        // a write or a seek failed, so bytes are missing or in the wrong place
+    no_position  // the stream does not tell its position
+};
+
+// Writes what lies between the header and the pixels, and leaves the file, past the stream's
+// buffer, at the first pixel.
+Head write_head(FILE* file, const Layout& layout, const Size& size);
 
 // Byte order mark, version, place of the directory.
 void write_header(FILE* file);

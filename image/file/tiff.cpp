@@ -11,8 +11,8 @@ namespace {
 
 constexpr Layout layouts[] = {
     {TBL_FORMAT(Mono8), false, 8, 1},
-    // Deliberate: half of the bytes that follow. Files of this kind have always said so, and
-    // readers that know them take the strip by its offset and rows.
+    // Deliberate: half of the bytes that follow. Readers that know these files take the strip by
+    // its offset and rows.
     {TBL_FORMAT(Mono16), false, 16, 1},
     {TBL_FORMAT(BGR24), true, 8, 3},
     {TBL_FORMAT(RGB24), true, 8, 3},
@@ -41,27 +41,40 @@ void reverse_pixels(const uint8_t* from, uint8_t* to, uint32_t count) {
     rows.get(direct::Reader::bgr24, direct::Writer::rgb24)({from, to, 0, count, 0, 0, 0, true});
 }
 
-void put_pixels(FILE* file, const Layout& layout, const Picture& picture) {
+bool put_pixels(FILE* file, const Layout& layout, const Picture& picture) {
     const auto make = layout.colour ? reverse_pixels : layout.bits == 16 ? swap_words : copy_bytes;
     const uint32_t pixel_bytes = layout.bits / 8 * (layout.colour ? 3u : 1u);
     // 16-bit lines are stepped in whole samples: an odd stride loses its last byte.
     const uint32_t step = layout.bits == 16 ? picture.stride & ~1u : picture.stride;
     const uint8_t* line = picture.address;
-    Pixels pixels(file);
+    Pixels pixels(fileno(file));
     for (uint32_t y = 0; y < picture.size.height; ++y, line += step)
-        pixels.add(line, picture.size.width, pixel_bytes, make);
+        if (!pixels.add(line, picture.size.width, pixel_bytes, make)) return false;
+    return pixels.put();
 }
 
-// A stream that a failure leaves behind is not closed, deliberately: the callers of this function
-// have always been given an open stream there, and closing it would flush what they never saw.
+// A stream drops what it could not write, so after a failure that may have passed all of the head
+// is written again.
+Head write_head_or_again(FILE* file, const Layout& layout, const Size& size) {
+    const Head head = write_head(file, layout, size);
+    if (head != Head::lost) return head;
+    clearerr_unlocked(file);
+    if (fseek(file, 0, SEEK_SET) != 0) return Head::lost;
+    write_header(file);
+    return write_head(file, layout, size);
+}
+
+// A stream without a position, or of a format that TIFF does not hold, is left open and unflushed,
+// deliberately: closing it would flush what the caller is told was not written.
 uint32_t write_picture(FILE* file, uint32_t format, const Picture& picture) {
     const StreamLock lock(file);
     write_header(file);
     for (const Layout& layout : layouts) {
         if (layout.format != format) continue;
-        if (!write_head(file, layout, picture.size)) return TRV_STATUS_PARAMETER;
-        put_pixels(file, layout, picture);
-        return TRV_STATUS_OK;
+        const Head head = write_head_or_again(file, layout, picture.size);
+        if (head == Head::no_position) return TRV_STATUS_PARAMETER;
+        const bool whole = head == Head::written && put_pixels(file, layout, picture);
+        return whole ? TRV_STATUS_OK : TRV_STATUS_FILE_CLOSE;
     }
     return TRV_STATUS_TIFF_FORMAT;
 }
@@ -82,8 +95,8 @@ uint32_t TIL_FileWriteTiff(uint64_t buffer, const char* path) {
     FILE* file = fopen(path, "wb");
     if (file == nullptr) return TRV_STATUS_FILE_OPEN;
     const uint32_t status = trv::tiff::write_picture(file, format, picture);
-    if (status != TRV_STATUS_OK) return status;
-    // Deliberate: single writes are not examined. What fails on the way and not at the end leaves a
-    // file that programs have always been told is written.
-    return fclose(file) == 0 ? TRV_STATUS_OK : TRV_STATUS_FILE_CLOSE;
+    if (status == TRV_STATUS_PARAMETER || status == TRV_STATUS_TIFF_FORMAT) return status;
+    // Deliberate: a short write has no status of its own here, as it has in raw files. Whatever did
+    // not reach the file is told as a close that failed.
+    return fclose(file) == 0 ? status : TRV_STATUS_FILE_CLOSE;
 }

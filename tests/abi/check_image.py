@@ -7,7 +7,8 @@ import subprocess
 import sys
 
 ALLOWED = set("""
-    TBL_BufferParameterGet fclose fflush fopen fputc fseek ftell fwrite flockfile funlockfile putc_unlocked
+    TBL_BufferParameterGet fopen fclose fputc putc_unlocked fwrite fseek ftell flockfile funlockfile ferror_unlocked
+    clearerr_unlocked fileno write __errno_location
     __overflow memmove memcpy memset __memcpy_chk __memmove_chk __stack_chk_fail _GLOBAL_OFFSET_TABLE_
 """.split())
 

@@ -12,6 +12,7 @@
 #include <string.h>
 #include <sys/time.h>
 #include <time.h>
+#include <unistd.h>
 
 #define SHOWN __attribute__((visibility("default")))
 
@@ -98,7 +99,7 @@ SHOWN void free(void* block) {
 FILE_CALL(FILE*, fopen, (const char* path, const char* mode), (path, mode), NULL)
 FILE_CALL(size_t, fwrite, (const void* from, size_t size, size_t count, FILE* file),
           (from, size, count, file), (file->_flags |= 0x20, real(from, size, count / 2, file)))
-FILE_CALL(int, fflush, (FILE * file), (file), (file->_flags |= 0x20, EOF))
+FILE_CALL(ssize_t, write, (int file, const void* from, size_t size), (file, from, size), -1)
 FILE_CALL(int, fputc, (int character, FILE* file), (character, file), EOF)
 FILE_CALL(int, __overflow, (FILE * file, int character), (file, character),
           (file->_flags |= 0x20, EOF))

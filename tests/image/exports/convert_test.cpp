@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "image/format/routes.h"
+#include "image/format/decision.h"
 #include "tests/image/exports/fake_buffers.h"
 #include "tests/reference/routes.h"
 #include "trvil/til.h"
@@ -168,6 +168,62 @@ TEST_F(Entry, MeasuresTheDestinationByBytes) {
     fake().set(destination_handle, 7, TBL_FORMAT(BGRX32));
     EXPECT_EQ(TIL_Convert(source_handle, destination_handle), 8u);
     EXPECT_TRUE(untouched());
+}
+
+struct SizeCase {
+    uint32_t from, to;
+    uint64_t per_pixel, per_byte;  // refused when per_pixel * pixels > per_byte * bytes
+    bool exact;                    // products do not wrap at 64 bits
+};
+
+bool is_refused(const SizeCase& c, const trv::Job& job) {
+    __extension__ typedef unsigned __int128 Product;
+    const auto reduce = [&](Product x) { return c.exact ? x : Product{static_cast<uint64_t>(x)}; };
+    const Product pixels = Product{job.source.width} * job.source.height;
+    const Product bytes = Product{job.destination.stride} * job.destination.height;
+    return reduce(c.per_pixel * pixels) > reduce(c.per_byte * bytes);
+}
+
+// Geometries that no memory has, decided without one.
+TEST(SizeRule, EveryRuleMultipliesBytesIn64Bits) {
+    const SizeCase cases[] = {
+        {TBL_FORMAT(BGR24), TBL_FORMAT(BGRX32), 4, 1, false},
+        {TBL_FORMAT(Mono8), TBL_FORMAT(BGR48), 6, 1, false},
+        {TBL_FORMAT(Mono12MP), TBL_FORMAT(BGR24), 3, 1, false},
+        {TBL_FORMAT(BGRX32), TBL_FORMAT(BGRX32), 4, 1, false},
+        {TBL_FORMAT(BAY12), TBL_FORMAT(RGB16), 2, 1, false},
+        {TBL_FORMAT(Mono10P), TBL_FORMAT(Mono10), 10, 16, true},
+        {TBL_FORMAT(BAY14P_C), TBL_FORMAT(BAY14_C), 14, 16, true},
+        {TBL_FORMAT(Mono12P), TBL_FORMAT(RGBX32), 12, 32, true},
+        {TBL_FORMAT(RGB48), TBL_FORMAT(RGB24), 1, 3, false},
+        {TBL_FORMAT(BGR48_14), TBL_FORMAT(RGB24), 1, 3, false},
+        {TBL_FORMAT(RGBA64_10), TBL_FORMAT(RGBA32), 8, 4, false},
+        {TBL_FORMAT(RGBA64), TBL_FORMAT(BGRX32), 8, 4, false},
+        {TBL_FORMAT(Mono14), TBL_FORMAT(XBGR32), 4, 1, false},
+    };
+    constexpr uint32_t sides[] = {0,          1,          3,          5,          16,
+                                  0x10000000, 0x1FFFFFFF, 0x20000000, 0x40000000, 0x7FFFFFFF,
+                                  0x80000000, 0x80000001, 0xFFFFFFFF};
+    trv::Job job{};
+    job.method = TBL_BAYER_METHOD_DUP;
+    job.phase = TBL_BAYER_PHASE_A;
+    for (const SizeCase& c : cases) {
+        job.source.format = c.from;
+        job.destination.format = c.to;
+        for (const uint32_t width : sides)
+            for (const uint32_t height : sides)
+                for (const uint32_t stride : sides)
+                    for (const uint32_t lines : sides) {
+                        job.source.width = width;
+                        job.source.height = height;
+                        job.destination.stride = stride;
+                        job.destination.height = lines;
+                        const bool refused = trv::decide(job).refusal != trv::Refusal::none;
+                        ASSERT_EQ(refused, is_refused(c, job))
+                            << std::hex << c.from << " to " << c.to << ": " << width << " x "
+                            << height << " into " << lines << " lines of " << stride;
+                    }
+    }
 }
 
 TEST_F(Entry, SettingsWithoutAKernelAreRefusedAfterTheSizeCheck) {

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "image/file/tiff_pixels.h"
 #include "tests/image/exports/fake_buffers.h"
 #include "trvil/til.h"
 
@@ -110,6 +111,14 @@ TEST_F(File, ShortWritesAndFailingClosesAreToldApart) {
     EXPECT_EQ(TIL_FileWriteTiff(source_handle, "/dev/full"), 17u);
     set_source(TBL_FORMAT(Mono8), memory, 100, 1000, 100);
     EXPECT_EQ(TIL_FileWrite(source_handle, "/dev/full", TIL_FILE_RAW), 15u);
+    // With the small room, since another writer has the large one.
+    const trv::tiff::Room taken;
+    for (const uint32_t width : {12287u, 12288u, 12289u, 99999u}) {
+        set_source(TBL_FORMAT(Mono8), memory, width, 1, width);
+        EXPECT_EQ(TIL_FileWriteTiff(source_handle, "/dev/full"), 17u) << width;
+        EXPECT_EQ(TIL_FileWriteTiff(source_handle, path_.c_str()), 0u);
+        EXPECT_EQ(std::filesystem::file_size(path_), 186 + width);
+    }
 }
 
 TEST_F(File, FourGigabytesAreAShortWrite) {
