@@ -2,7 +2,7 @@
 #include <inttypes.h>
 
 #include "companion/words.h"
-#include "image/exports/buffer.h"
+#include "image/format/buffer.h"
 #include "trvil/tbl.h"
 
 namespace trv::companion {

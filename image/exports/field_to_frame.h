@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "image/dispatch/level.h"
-#include "image/exports/buffer.h"
+#include "image/format/buffer.h"
 
 namespace trv {
 

@@ -1,6 +1,6 @@
 #include <stdio.h>
 
-#include "image/exports/buffer.h"
+#include "image/format/buffer.h"
 #include "trvil/til.h"
 
 namespace trv {

@@ -2,7 +2,7 @@
 
 #include "image/field/lines.h"
 #include "image/field/walk.h"
-#include "trvil/til.h"
+#include "trvil/status.h"
 
 namespace trv::field {
 namespace {
@@ -84,7 +84,7 @@ void interpolate(Method method, Neighbour neighbour, const Field& field) {
 
 }  // namespace
 
-uint32_t run(const Level& level, Method method, Handle source, Handle destination, uint32_t flag) {
+uint32_t run(const Rows& rows, Method method, Handle source, Handle destination, uint32_t flag) {
     Field field{};
     uint32_t format = 0;
     const Buffer from(source), to(destination);
@@ -93,7 +93,7 @@ uint32_t run(const Level& level, Method method, Handle source, Handle destinatio
     Neighbour neighbour = one;
     if (reads_format(method) && !find_neighbour(format, &neighbour)) return TRV_STATUS_UNSUPPORTED;
     if (field.height == 0) return TRV_STATUS_OK;  // nothing to make a frame of
-    field.rows = level.field;
+    field.rows = &rows;
     field.even_lines = flag != 0;
     if (method == Method::duplicate)
         duplicate_lines(field);
@@ -105,21 +105,3 @@ uint32_t run(const Level& level, Method method, Handle source, Handle destinatio
 }
 
 }  // namespace trv::field
-
-using trv::field::Method;
-
-uint32_t TIL_FieldToFrame_LineDup(uint64_t source, uint64_t destination, uint32_t field_flag) {
-    return run(trv::current_level(), Method::duplicate, source, destination, field_flag);
-}
-
-uint32_t TIL_FieldToFrame_LineAve(uint64_t source, uint64_t destination, uint32_t field_flag) {
-    return run(trv::current_level(), Method::average, source, destination, field_flag);
-}
-
-uint32_t TIL_FieldToFrame_Bilinear(uint64_t source, uint64_t destination, uint32_t field_flag) {
-    return run(trv::current_level(), Method::bilinear, source, destination, field_flag);
-}
-
-uint32_t TIL_FieldToFrame_Median(uint64_t source, uint64_t destination, uint32_t field_flag) {
-    return run(trv::current_level(), Method::median, source, destination, field_flag);
-}

@@ -1,15 +1,15 @@
-// The four field methods at a level of the caller's choice.
+// The four field methods by the rows of a level.
 #pragma once
 
 #include <cstdint>
 
-#include "image/dispatch/level.h"
-#include "image/exports/buffer.h"
+#include "image/field/line.h"
+#include "image/format/buffer.h"
 
 namespace trv::field {
 
 enum class Method : uint32_t { duplicate, average, bilinear, median, count };
 
-uint32_t run(const Level& level, Method method, Handle source, Handle destination, uint32_t flag);
+uint32_t run(const Rows& rows, Method method, Handle source, Handle destination, uint32_t flag);
 
 }  // namespace trv::field

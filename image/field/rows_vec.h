@@ -65,7 +65,7 @@ struct Bilinear {
     }
 };
 
-struct VectorOrder {
+struct VectorMinMax {
     TRV_INLINE static U8 min(U8 a, U8 b) { return TRV_LEVEL::min(a, b); }
     TRV_INLINE static U8 max(U8 a, U8 b) { return TRV_LEVEL::max(a, b); }
 };
@@ -78,7 +78,7 @@ struct Median {
     TRV_INLINE static U8 at(const uint8_t* upper, const uint8_t* lower, U8 odd) {
         const Three<N> u(upper, odd), w(lower, odd);
         const auto middle =
-            middle_of_six<VectorOrder>(u.before, u.own, u.behind, w.before, w.own, w.behind);
+            middle_of_six<VectorMinMax>(u.before, u.own, u.behind, w.before, w.own, w.behind);
         return floor_mean(middle.lower, middle.upper);
     }
 };

@@ -8,13 +8,13 @@
 
 namespace trv::field {
 
-struct ByteOrder {
+struct ScalarMinMax {
     static uint32_t min(uint32_t a, uint32_t b) { return a < b ? a : b; }
     static uint32_t max(uint32_t a, uint32_t b) { return a < b ? b : a; }
 };
 
 inline uint32_t median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f) {
-    const auto middle = middle_of_six<ByteOrder>(a, b, c, d, e, f);
+    const auto middle = middle_of_six<ScalarMinMax>(a, b, c, d, e, f);
     return (middle.lower + middle.upper) >> 1;
 }
 

@@ -1,8 +1,8 @@
 #include "image/direct/row.h"
 #include "image/dispatch/level.h"
-#include "image/exports/buffer.h"
 #include "image/file/ifd.h"
 #include "image/file/tiff_pixels.h"
+#include "image/format/buffer.h"
 #include "image/format/format.h"
 #include "trvil/til.h"
 

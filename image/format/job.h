@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "image/exports/buffer.h"
+#include "image/format/buffer.h"
 #include "image/format/format.h"
 
 namespace trv {
