@@ -44,7 +44,7 @@ ROOMS = {  # the test programs of a room, those that fail soonest first
     "image/exports": ["convert_test", "direct_test", "bayer_test", "explain_test"],
     "image": ["convert_test", "direct_test", "bayer_test", "field_to_frame_test", "field_test", "file_test"],
     "support": ["test_support", "fault_test"],
-    "companion": ["explain_test", "companion_test", "fault_test"],
+    "companion": ["explain_test", "companion_test", "handles_test", "fault_test"],
 }
 
 
