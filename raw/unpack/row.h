@@ -10,9 +10,8 @@ namespace raw {
 struct Line {
     const uint8_t* source;
     uint8_t* destination;
-    uint32_t first;    // place of pixel 0 in its group
-    uint32_t width;    // at least 1
-    bool fetch_ahead;  // whether the picture outgrows the nearest cache
+    uint32_t first;  // place of pixel 0 in its group
+    uint32_t width;  // at least 1
 };
 
 using Row = void (*)(const Line&);

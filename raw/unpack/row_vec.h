@@ -198,18 +198,15 @@ struct Block {
     }
 };
 
+// Nothing is fetched ahead: the loops are as simple as a copy, and processors follow them by
+// themselves.
 template <size_t P>
-TRV_SHARED void make_blocks(const uint8_t* from, uint8_t* to, size_t count, bool fetch_ahead) {
+TRV_SHARED void make_blocks(const uint8_t* from, uint8_t* to, size_t count) {
     using B = Block<P>;
-    constexpr size_t to_bytes = B::pixels * raw::pixel_bytes;
     for (; count != 0; --count) {
-        if (fetch_ahead) [[likely]] {
-            prefetch_ahead<to_bytes>(to);
-            prefetch_ahead<B::bytes>(from);
-        }
         B::unpack(from, to, std::make_integer_sequence<int, B::vectors>{});
         from += B::bytes;
-        to += to_bytes;
+        to += B::pixels * raw::pixel_bytes;
     }
 }
 
@@ -221,9 +218,9 @@ TRV_INLINE void unpack_groups(const raw::Line& line) {
     constexpr size_t bytes = packings[P].bytes;
     if (line.width < pixels) return fallback::unpack_rows.row[P](line);
     const size_t last = (line.width - pixels) / group * group, done = last + pixels;
-    make_blocks<P>(line.source, line.destination, (last + pixels - 1) / pixels, line.fetch_ahead);
+    make_blocks<P>(line.source, line.destination, (last + pixels - 1) / pixels);
     make_blocks<P>(line.source + last / group * bytes, line.destination + last * raw::pixel_bytes,
-                   1, false);
+                   1);
     if (done == line.width) return;
     raw::Line rest = line;
     rest.source += done / group * bytes;

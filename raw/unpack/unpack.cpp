@@ -1,6 +1,5 @@
 #include "raw/unpack/unpack.h"
 
-#include "image/dispatch/level.h"
 #include "image/format/format.h"
 #include "image/format/job.h"
 
@@ -56,8 +55,6 @@ void unpack_lines(const Level& level, const Packing& packing, const Job& job) {
     line.destination = job.destination.address;
     line.first = job.packing_offset % packing.group;
     line.width = one_line ? job.source.width * job.source.height : job.source.width;
-    line.fetch_ahead = current_level().memory->outgrows_nearest(uint64_t{job.destination.stride} *
-                                                                job.source.height);
     const Row row = level.unpack->row[packing.code - 1];
     for (uint32_t y = 0; y < height; ++y) {
         row(line);
