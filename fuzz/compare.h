@@ -29,20 +29,26 @@ inline uint8_t* place(const geometry::Arena& arena, size_t size, bool at_back) {
 
 // `call(level)` writes `size` bytes at `out` and returns a status. Levels must agree; what fails
 // must leave everything as it was.
-template <typename Call>
-uint32_t compare_levels(uint8_t* out, size_t size, const Call& call) {
+template <typename Level, typename Call>
+uint32_t compare_each(const Level* levels, unsigned best, uint8_t* out, size_t size,
+                      const Call& call) {
     static thread_local std::vector<uint8_t> before, expected;
     before.assign(out, out + size);
-    const uint32_t status = call(trv::levels[0]);
+    const uint32_t status = call(levels[0]);
     expected.assign(out, out + size);
     if (status != 0) require(expected == before, "a refusal writes nothing");
-    for (unsigned level = 1; level <= trv::best_level(); ++level) {
+    for (unsigned level = 1; level <= best; ++level) {
         if (size != 0) std::memcpy(out, before.data(), size);
-        require(call(trv::levels[level]) == status, "levels return the same status");
+        require(call(levels[level]) == status, "levels return the same status");
         require(size == 0 || std::memcmp(out, expected.data(), size) == 0,
                 "levels write the same bytes");
     }
     return status;
+}
+
+template <typename Call>
+uint32_t compare_levels(uint8_t* out, size_t size, const Call& call) {
+    return compare_each(trv::levels, trv::best_level(), out, size, call);
 }
 
 }  // namespace fuzz
