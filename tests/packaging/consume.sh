@@ -28,12 +28,12 @@ quietly() {
     }
 }
 
-# runs PROGRAM LIBDIR SEARCHED: the program runs with the libraries in LIBDIR, not with those of the build,
-# where the loader looks in SEARCHED (may be empty).
+# runs PROGRAM LIBDIR SEARCHED [LIBRARY]: the program runs with this library (libtrvilx64.so) and the companion
+# in LIBDIR, not with those of the build, where the loader looks in SEARCHED (may be empty).
 runs() {
     local found library
     found=$(LD_LIBRARY_PATH=$3 ldd "$1")
-    for library in libtrvilx64.so libtrvblx64.so; do
+    for library in "${4:-libtrvilx64.so}" libtrvblx64.so; do
         grep -q "$library => $(realpath "$2")/$library" <<<"$found" || fail "$1 finds $found"
     done
     (cd "$work" && LD_LIBRARY_PATH=$3 quietly "$1")
@@ -52,12 +52,17 @@ consume() {
     for program in in_c in_cpp own_buffers; do
         runs "$work/cmake/$program" "$libdir" "${sysroot:+$libdir}"
     done
+    runs "$work/cmake/in_raw" "$libdir" "${sysroot:+$libdir}" libtrvraw.so.0
 
     local flags
     flags=$(PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_SYSROOT_DIR=$sysroot \
         pkg-config --cflags --libs "trvil >= 0.1")
     quietly cc -std=c99 -pedantic-errors "$source/docs/examples/first.c" $flags -o "$work/by_pkg_config"
     runs "$work/by_pkg_config" "$libdir" "$libdir"
+    flags=$(PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_SYSROOT_DIR=$sysroot \
+        pkg-config --cflags --libs "trvil-raw >= 0.1")
+    quietly cc -std=c99 -pedantic-errors "$source/docs/examples/unpack.c" $flags -o "$work/raw_by_pkg_config"
+    runs "$work/raw_by_pkg_config" "$libdir" "$libdir" libtrvraw.so.0
 
     [ -s "$work/first.tif" ] && [ -s "$work/buffer.tif" ] || fail "no picture was written"
     rm "$work/first.tif" "$work/buffer.tif"
