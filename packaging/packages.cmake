@@ -90,7 +90,7 @@ fields of interlaced pictures.")
 endif()
 
 if(TARGET trvil_python)
-  debian_package(python python3-trvil python "python3:any, python3-numpy, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+  debian_package(python python3-trvil python "python3:any, python3-numpy, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
 "image processing for frame grabbers and cameras - Python module
 Makes the conversions, demosaicing and file writers of libtrvil available to
 Python, for NumPy arrays too.")

@@ -8,7 +8,7 @@ import sys
 from pathlib import Path
 
 ROW = re.compile(r"^TRV_FORMAT\((0x\w+), (\w+),\s*(\d+),\s*(\d+),\s*(\w+),\s*(\d+), (\w+)\)", re.M)
-NUMBER = re.compile(r"^#define ((?:TRV_STATUS|TBL|TBS|TIL)_\w+)\s+(?:\\\s+)?(?:UINT32_C\()?(\w+?)u?\)?\s", re.M)
+NUMBER = re.compile(r"^#define ((?:TRV_STATUS|TBL|TBS|TIL|TRW)_\w+)\s+(?:\\\s+)?(?:UINT32_C\()?(\w+?)u?\)?\s", re.M)
 
 
 def formats(folder):
@@ -17,7 +17,7 @@ def formats(folder):
 
 
 def numbers(folder):
-    for header in ("status.h", "tbl.h", "til.h"):
+    for header in ("status.h", "tbl.h", "til.h", "raw.h"):
         for name, value in NUMBER.findall((folder / header).read_text()):
             yield name, int(value, 0)
 

@@ -9,6 +9,7 @@
 #include "tool/input.h"
 #include "tool/picture.h"
 #include "tool/text.h"
+#include "trvil/raw.h"
 #include "trvil/til.h"
 
 namespace trv::tool {
@@ -114,8 +115,8 @@ std::string line_of(const std::string& explanation, const std::string& word) {
 }
 
 Failure refusal(const Frame& from, const Frame& to) {
-    char explanation[TBS_EXPLAIN_BYTES];
-    TBS_Explain(from.handle(), to.handle(), explanation, sizeof explanation);
+    char explanation[TRW_EXPLAIN_BYTES];
+    TRW_Explain(from.handle(), 0, to.handle(), explanation, sizeof explanation);
     return {
         Exit::conversion,
         text("cannot convert ", from.geometry().format->name, " to ", to.geometry().format->name,

@@ -45,7 +45,7 @@ byte comes first. [The layouts](layouts.md) are drawn bit by bit.
 const char* const knowledge = R"(
 ## What a caller must know
 
-`TBS_Explain` of `trvil/tbl.h` says what of this concerns two given buffers.
+`TRW_Explain` of `trvil/raw.h` says what of this concerns two given buffers.
 
 - **Values are not scaled when they grow.** Mono8 200 becomes Mono16 200. A 12-bit picture in a 16-bit
   file looks black to a viewer that expects 16 bits.

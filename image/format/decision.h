@@ -1,5 +1,5 @@
 // What TIL_Convert makes of two buffers, decided by what they say of themselves; no pixel is looked
-// at. TIL_Convert acts on the decision, TBS_Explain puts it into words.
+// at. TIL_Convert acts on the decision, TRW_Explain puts it into words.
 #pragma once
 
 #include "image/format/job.h"

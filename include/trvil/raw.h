@@ -71,6 +71,36 @@ TRV_API uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t w
    pixels. Source and destination must not overlap. */
 TRV_API uint32_t TRW_Unpack(uint64_t source, uint32_t packing, uint64_t destination);
 
+/* ---- Explanations ---- */
+
+/* Bytes that hold every explanation whole. */
+#define TRW_EXPLAIN_BYTES 4096u
+
+/* Says in words what TRW_Unpack(source, packing, destination) would do, and why; for a "packing" of
+   0, what TIL_Convert(source, destination) would do. No pixel is looked at and nothing is changed.
+
+   "text" receives the explanation, cut to "size" bytes and always terminated; null or a size of 0
+   takes no text. TRW_EXPLAIN_BYTES hold every explanation whole. It is ASCII, lines without a
+   newline behind the last:
+
+     status 8: the destination is too small
+     why: 640 x 480 pixels of BGR24 need 921600 bytes, and 480 lines of 1280 bytes are 614400
+     next: give the destination a stride of at least 1920 bytes and 480 lines
+
+   The first line says what happens. After a refusal, also after one that TIL_Convert does not pass
+   on, "why:" and "next:" give the reason and what to do about it. After a success follow, where
+   there is something to know, lines of "warning:" (memory outside the buffers is touched, nothing
+   is written, or the picture is not the one that was asked for) and of "note:" (as it should be,
+   but perhaps unexpected). Programs may rely on these five words and on the status, not on the
+   wording.
+
+   Returns the status that the explained call would return, from TRV_STATUS_OK to
+   TRV_STATUS_UNSUPPORTED; it has no failures of its own. The buffers are asked through
+   TBL_BufferParameterGet, so the answer is right too when a program answers that itself. A buffer
+   that another thread releases or sets in between may be told of as it was. */
+TRV_API uint32_t TRW_Explain(uint64_t source, uint32_t packing, uint64_t destination, char* text,
+                             uint64_t size);
+
 TRV_EXTERN_C_END
 
 #endif

@@ -49,7 +49,7 @@ TRV_EXTERN_C_BEGIN
                   first) keeps its value; it may be stored back as it was found.
 
    What lies behind each line is touched behind the last one too: it must be memory of the caller,
-   as it is in buffers of TBS_BufferCreate. TBS_Explain says what of this concerns two buffers.
+   as it is in buffers of TBS_BufferCreate. TRW_Explain says what of this concerns two buffers.
 
    Raw mosaics are demosaiced by the method and phase that the source's parameters 9 and 10 say; the
    letter in a format name is not looked at. Pictures in place: source and destination may be the

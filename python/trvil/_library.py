@@ -1,4 +1,4 @@
-"""The two libraries: where they are found, the calls that are used of them, and how they fail."""
+"""The libraries: where they are found, the calls that are used of them, and how they fail."""
 import ctypes
 import os
 from pathlib import Path
@@ -7,6 +7,7 @@ from . import _constants as c
 
 IMAGE_LIBRARY = "libtrvilx64.so"
 BUFFER_LIBRARY = "libtrvblx64.so"
+RAW_LIBRARY = "libtrvraw.so.0"
 
 RELEASE = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_void_p)
 
@@ -24,7 +25,9 @@ _BUFFER_CALLS = {
     "TBS_BufferParameterSet": [_u64, _u32, _u64],
     "TBS_BufferRelease": [_handle_out],
     "TBL_BufferParameterGet": [_u64, _u32, ctypes.c_void_p],
-    "TBS_Explain": [_u64, _u64, _text, _u64],
+}
+_RAW_CALLS = {
+    "TRW_Explain": [_u64, _u32, _u64, _text, _u64],
 }
 
 
@@ -69,26 +72,27 @@ def _load(path, calls):
     return library
 
 
-def _load_both():
+def _load_all():
     try:
         # The image library brings its buffer library along; by its bare name that very one is found,
         # and only its buffers are known to the image library.
         return (_load(_path_of(IMAGE_LIBRARY), _IMAGE_CALLS),
-                _load(BUFFER_LIBRARY, _BUFFER_CALLS))
+                _load(BUFFER_LIBRARY, _BUFFER_CALLS),
+                _load(_path_of(RAW_LIBRARY), _RAW_CALLS))
     except (OSError, AttributeError) as problem:
         raise ImportError(
             f"trvil cannot use its libraries: {problem}. Set TRVIL_LIBRARY_DIR to the folder that holds "
-            f"{IMAGE_LIBRARY} and {BUFFER_LIBRARY}, or install them where the system looks."
+            f"{IMAGE_LIBRARY}, {BUFFER_LIBRARY} and {RAW_LIBRARY}, or install them where the system looks."
         ) from problem
 
 
-image, buffers = _load_both()
+image, buffers, raw = _load_all()
 
 
 def explain(source, destination):
-    """Status and text of TBS_Explain for two handles."""
-    text = ctypes.create_string_buffer(c.TBS_EXPLAIN_BYTES)
-    status = buffers.TBS_Explain(source, destination, text, len(text))
+    """Status and text of TRW_Explain for two handles."""
+    text = ctypes.create_string_buffer(c.TRW_EXPLAIN_BYTES)
+    status = raw.TRW_Explain(source, 0, destination, text, len(text))
     return status, text.value.decode("ascii")
 
 

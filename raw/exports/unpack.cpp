@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "image/format/format.h"
+#include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 
 namespace trv::raw {

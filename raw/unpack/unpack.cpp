@@ -1,42 +1,9 @@
 #include "raw/unpack/unpack.h"
 
-#include "image/format/format.h"
-#include "image/format/job.h"
+#include "raw/unpack/decision.h"
 
 namespace trv::raw {
 namespace {
-
-bool read_source(const Buffer& buffer, Side* side, uint32_t* packing_offset) {
-    if (!buffer.present()) return false;
-    side->address = buffer.address();
-    side->width = buffer.width();
-    side->height = buffer.height();
-    side->stride = buffer.stride();
-    *packing_offset = buffer.packing_offset();
-    return side->address != nullptr && side->width != 0 && side->height != 0;
-}
-
-bool read_destination(const Buffer& buffer, Side* side) {
-    if (!buffer.present()) return false;
-    side->address = buffer.address();
-    side->height = buffer.height();
-    side->stride = buffer.stride();
-    side->format = buffer.format();
-    return side->address != nullptr && side->format != 0;
-}
-
-// A single line needs no stride to the next.
-bool fits(const Packing& packing, const Job& job) {
-    const uint64_t packed = line_bytes(packing, job.packing_offset, job.source.width);
-    return (job.source.height == 1 || packed <= job.source.stride) &&
-           uint64_t{job.source.width} * pixel_bytes <= job.destination.stride &&
-           job.source.height <= job.destination.height;
-}
-
-// U and V of a pixel that begins in the middle of a group would belong to another one.
-bool begins_aright(const Packing& packing, const Job& job) {
-    return packing.target != Target::yuv422 || job.packing_offset % packing.group == 0;
-}
 
 // A picture without padding on either side is one long line. Groups must not straddle what were its
 // lines.
@@ -65,25 +32,11 @@ void unpack_lines(const Level& level, const Packing& packing, const Job& job) {
 
 }  // namespace
 
-bool goes_to(const Packing& packing, uint32_t code) {
-    const Format* format = find_format(code & 0xFF);
-    if (format == nullptr) return false;
-    if (packing.target == Target::yuv422) return format->family == Family::yuv;
-    const bool is_word = format->family == Family::grey || format->family == Family::bayer;
-    return is_word && format->stored == 16 && format->significant == packing.bits;
-}
-
-uint32_t unpack(const Level& level, Handle source, uint32_t code, Handle destination) {
-    Job job{};
-    if (!read_source(Buffer(source), &job.source, &job.packing_offset) ||
-        !read_destination(Buffer(destination), &job.destination))
-        return TRV_STATUS_PARAMETER;
-    const Packing* packing = find_packing(code);
-    if (packing == nullptr || !goes_to(*packing, job.destination.format))
-        return TRV_STATUS_UNSUPPORTED;
-    if (!fits(*packing, job) || !begins_aright(*packing, job)) return TRV_STATUS_PARAMETER;
-    unpack_lines(level, *packing, job);
-    return TRV_STATUS_OK;
+uint32_t unpack(const Level& level, Handle source, uint32_t packing, Handle destination) {
+    const UnpackDecision decision = decide_unpack(source, packing, destination);
+    if (decision.refusal == UnpackRefusal::none)
+        unpack_lines(level, *decision.packing, decision.job);
+    return status_of(decision.refusal);
 }
 
 }  // namespace trv::raw

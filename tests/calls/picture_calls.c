@@ -166,9 +166,6 @@ static void use_buffers(void) {
     uint64_t whole = 0, view = 0, value = 0, copy = 0;
     GIVES(0, TBS_BufferCreate, AT(&whole), width, height, TBL_FORMAT(BAY12P_A));
     GIVES(0, TBS_BufferView, AT(&view), whole, 3, 1, 20, 2);
-    char words[80];
-    GIVES(10, TBS_Explain, whole, view, AT(words),
-          sizeof words);  // packed mosaics are unpacked only
     GIVES(0, TBL_BufferParameterGet, view, TBL_PARAMETER_PRESENT, AT(&value));
     GIVES(0, TBS_BufferRetain, whole);
     copy = whole;

@@ -21,6 +21,8 @@ static void unpack(const TRW_PackingInfo* info, uint32_t packing, uint32_t width
     GIVES(TRV_STATUS_OK, TRW_Unpack, source, packing, destination);
     use(memory, (size_t)width * 2 * lines);
     GIVES(TRV_STATUS_UNSUPPORTED, TRW_Unpack, source, TRW_PACKING_END, destination);
+    char words[80];
+    GIVES(TRV_STATUS_OK, TRW_Explain, source, packing, destination, AT(words), sizeof words);
     GIVES(0, TBS_BufferRelease, AT(&source));
     GIVES(0, TBS_BufferRelease, AT(&destination));
     free(memory);

@@ -122,7 +122,7 @@ def test_libraries_are_found_beside_the_module_or_missed_in_words(tmp_path):
     shutil.copytree(module, tmp_path / "trvil")
     lost = import_with(tmp_path, TRVIL_LIBRARY_DIR=str(tmp_path))
     assert lost.returncode != 0 and "Set TRVIL_LIBRARY_DIR to the folder" in lost.stderr
-    for name in (_library.IMAGE_LIBRARY, _library.BUFFER_LIBRARY):
+    for name in (_library.IMAGE_LIBRARY, _library.BUFFER_LIBRARY, _library.RAW_LIBRARY):
         shutil.copy(libraries / name, tmp_path / "trvil")
     found = import_with(tmp_path)
     assert found.returncode == 0, found.stderr

@@ -1,5 +1,6 @@
 // Every packing at every level against the reference and against examples of its documents.
 #include "tests/reference/unpack.h"
+#include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 #include "tests/harness.h"
 #include "tests/image/exports/fake_buffers.h"

@@ -3,7 +3,7 @@
 
 #include "image/format/decision.h"
 
-namespace trv::companion {
+namespace trv::raw {
 
 // Lines begin `step` bytes apart. Of each, `line` bytes belong to the picture and `behind` more are
 // touched. A picture that is copied as one block is one line.
@@ -101,4 +101,4 @@ constexpr Reach destination_reach(const Job& job, const Decision& decision) {
     return {line, behind, step, job.source.height};
 }
 
-}  // namespace trv::companion
+}  // namespace trv::raw

@@ -3,11 +3,11 @@
 
 #include <initializer_list>
 
-#include "companion/reach.h"
-#include "companion/words.h"
 #include "image/format/lossy.h"
+#include "raw/explain/reach.h"
+#include "raw/explain/words.h"
 
-namespace trv::companion {
+namespace trv::raw {
 namespace {
 
 bool leads(const Format& from, const Format& to) {
@@ -186,4 +186,4 @@ void explain_refusal(const Job& job, const Decision& decision, Writer* out) {
     }
 }
 
-}  // namespace trv::companion
+}  // namespace trv::raw

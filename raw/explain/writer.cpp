@@ -1,9 +1,9 @@
-#include "companion/writer.h"
+#include "raw/explain/writer.h"
 
 #include <stdarg.h>
 #include <stdio.h>
 
-namespace trv::companion {
+namespace trv::raw {
 
 void Writer::add(const char* format, ...) {
     if (text_ == nullptr) return;
@@ -19,4 +19,4 @@ void Writer::begin(const char* kind) {
     add("%s%s: ", length_ == 0 ? "" : "\n", kind);
 }
 
-}  // namespace trv::companion
+}  // namespace trv::raw

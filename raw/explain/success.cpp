@@ -3,11 +3,11 @@
 
 #include <initializer_list>
 
-#include "companion/reach.h"
-#include "companion/words.h"
 #include "image/format/lossy.h"
+#include "raw/explain/reach.h"
+#include "raw/explain/words.h"
 
-namespace trv::companion {
+namespace trv::raw {
 namespace {
 
 struct Case {
@@ -261,4 +261,4 @@ void explain_success(const Job& job, const Decision& decision, Writer* out) {
         say(c);
 }
 
-}  // namespace trv::companion
+}  // namespace trv::raw

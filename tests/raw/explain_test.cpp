@@ -1,11 +1,11 @@
-// TBS_Explain beside TIL_Convert: the same status always, and true words about what is touched.
+// TRW_Explain beside TIL_Convert: the same status always, and true words about what is touched.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "image/format/format.h"
-#include "tests/companion/explaining.h"
 #include "tests/harness.h"
+#include "tests/raw/explaining.h"
 #include "trvil/til.h"
 
 namespace {

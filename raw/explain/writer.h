@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace trv::companion {
+namespace trv::raw {
 
 class Writer {
   public:
@@ -24,4 +24,4 @@ class Writer {
     uint64_t length_ = 0;
 };
 
-}  // namespace trv::companion
+}  // namespace trv::raw

@@ -1,9 +1,9 @@
-// What TBS_Explain says.
+// What TRW_Explain says.
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "tests/companion/explaining.h"
+#include "tests/raw/explaining.h"
 #include "trvil/til.h"
 
 namespace {
@@ -41,7 +41,7 @@ TEST_F(ExplainWords, NamesTheFirstThingMissing) {
         EXPECT_TRUE(explained.says(required[first].words)) << explained.text;
         EXPECT_EQ(TIL_Convert(source_handle, destination_handle), 8u);
     }
-    EXPECT_EQ(TBS_Explain(0, 0, nullptr, 0), 8u);
+    EXPECT_EQ(TRW_Explain(0, 0, 0, nullptr, 0), 8u);
 }
 
 TEST_F(ExplainWords, ReadsLikeADiagnosis) {
@@ -248,18 +248,87 @@ TEST_F(ExplainWords, TellsOfBlocksWherePaddingIsCopied) {
     }
 }
 
+// TRW_Unpack is asked beside it.
+TEST_F(ExplainWords, TellsWhatUnpackingDoes) {
+    const struct {
+        Shape s;
+        uint32_t packing, to;
+        Shape d;
+        uint32_t place;
+        const char* words;
+    } cases[] = {
+        {{8, 4, 15},
+         TRW_PACKING_12Packed,
+         TBL_FORMAT(BAY12_B),
+         {8, 5, 16},
+         1,
+         "status 0: 12Packed becomes BAY12_B, 8 x 4 pixels\n"
+         "note: lines begin at place 1 of a group of 2 pixels, as the packing offset says\n"
+         "note: the source's 4 lines are written; the destination has 5"},
+        {{8, 4, 10},
+         TRW_PACKING_RAW10,
+         TBL_FORMAT(BGR24),
+         {8, 4, 24},
+         0,
+         "status 10: RAW10 does not become BGR24\n"
+         "why: its samples have 10 bits and go into words of 16\n"
+         "next: give the destination the format Mono10, or BAY10 or BAY10_A to _D, and convert "
+         "from there"},
+        {{8, 4, 18}, TRW_PACKING_UYVY, TBL_FORMAT(YUV422), {8, 4, 16}, 1, "inside a group of UYVY"},
+        {{8, 4, 16}, TRW_PACKING_UYVY, TBL_FORMAT(Mono16), {8, 4, 16}, 0, "UYVY does not become"},
+        {{8, 4, 16},
+         TRW_PACKING_END,
+         TBL_FORMAT(Mono16),
+         {8, 4, 16},
+         0,
+         "status 10: 0x1C is no pa"},
+        {{8, 4, 9}, TRW_PACKING_RAW10, TBL_FORMAT(Mono10), {8, 4, 16}, 0, "RAW10 take 10 bytes"},
+        {{8, 4, 10}, TRW_PACKING_RAW10, TBL_FORMAT(Mono10), {8, 4, 15}, 0, "Mono10 are 16 bytes"},
+        {{8, 4, 10}, TRW_PACKING_RAW10, TBL_FORMAT(Mono10), {8, 3, 16}, 0, "and the destination 3"},
+        {{0, 4, 10},
+         TRW_PACKING_RAW10,
+         TBL_FORMAT(Mono10),
+         {8, 4, 16},
+         0,
+         "has no pixels\nwhy: its "
+         "parameter 1 reads zero"},
+        {{8, 0, 10},
+         TRW_PACKING_RAW10,
+         TBL_FORMAT(Mono10),
+         {8, 4, 16},
+         0,
+         "parameter 2 reads zero"},
+        {{8, 4, 10}, TRW_PACKING_RAW10, 0, {8, 4, 16}, 0, "the destination has no pixel format"},
+        {{8, 4, 10}, TRW_PACKING_RAW10, 0xFF, {8, 4, 16}, 0, "0x000000FF is no pixel format"},
+    };
+    for (const auto& c : cases) {
+        set_pair(TBL_FORMAT(Mono8), c.s, c.to, c.d);
+        fake().set(source_handle, TBL_PARAMETER_PACKING_OFFSET, c.place);
+        const Explained explained = explain(c.packing);
+        EXPECT_TRUE(explained.says(c.words)) << explained.text;
+        EXPECT_EQ(explained.status, TRW_Unpack(source_handle, c.packing, destination_handle))
+            << explained.text;
+        EXPECT_EQ(explained.status != 0, explained.says("\nwhy: ") && explained.says("\nnext: "));
+    }
+    set_pair(TBL_FORMAT(Mono8), {8, 4, 10}, TBL_FORMAT(Mono10), {8, 4, 16});
+    fake().set(destination_handle, 3, reinterpret_cast<uintptr_t>(source_.data() + middle + 39));
+    EXPECT_TRUE(explain(TRW_PACKING_RAW10).says("share memory"));
+    fake().set(destination_handle, 3, reinterpret_cast<uintptr_t>(source_.data() + middle + 40));
+    EXPECT_EQ(explain(TRW_PACKING_RAW10).text, "status 0: RAW10 becomes Mono10, 8 x 4 pixels");
+}
+
 TEST_F(ExplainWords, CutsTextToItsRoom) {
     set_pair(TBL_FORMAT(BGR24), {8, 4, 24}, TBL_FORMAT(RGB24), {8, 4, 24});
     const std::string whole_text = explain().text;
     for (size_t size = 1; size < whole_text.size() + 3; ++size) {
         std::vector<char> text(size + 8, '#');
-        EXPECT_EQ(TBS_Explain(source_handle, destination_handle, text.data(), size), 0u);
+        EXPECT_EQ(TRW_Explain(source_handle, 0, destination_handle, text.data(), size), 0u);
         EXPECT_EQ(std::string(text.data()), whole_text.substr(0, size - 1));
         EXPECT_EQ(std::string(text.data() + size, 8), "########");
     }
     char untouched = '#';
-    EXPECT_EQ(TBS_Explain(source_handle, destination_handle, &untouched, 0), 0u);
-    EXPECT_EQ(TBS_Explain(source_handle, destination_handle, nullptr, 9), 0u);
+    EXPECT_EQ(TRW_Explain(source_handle, 0, destination_handle, &untouched, 0), 0u);
+    EXPECT_EQ(TRW_Explain(source_handle, 0, destination_handle, nullptr, 9), 0u);
     EXPECT_EQ(untouched, '#');
 }
 

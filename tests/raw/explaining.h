@@ -1,4 +1,4 @@
-// Two pictures that TIL_Convert and TBS_Explain are asked about.
+// Two pictures that TIL_Convert and TRW_Explain are asked about.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/image/exports/fake_buffers.h"
+#include "trvil/raw.h"
 
 namespace test {
 
@@ -17,10 +18,12 @@ struct Explained {
     bool says(const char* words) const { return text.find(words) != std::string::npos; }
 };
 
-inline Explained explain() {
-    std::vector<char> text(TBS_EXPLAIN_BYTES, '#');
+// What TIL_Convert would do, or for a packing TRW_Unpack.
+inline Explained explain(uint32_t packing = 0) {
+    std::vector<char> text(TRW_EXPLAIN_BYTES, '#');
     Explained result;
-    result.status = TBS_Explain(source_handle, destination_handle, text.data(), text.size());
+    result.status =
+        TRW_Explain(source_handle, packing, destination_handle, text.data(), text.size());
     result.text = text.data();
     EXPECT_LT(result.text.size() + 1, text.size()) << result.text;
     EXPECT_EQ(result.text.rfind("status " + std::to_string(result.status) + ": ", 0), 0u)

@@ -1,0 +1,32 @@
+// What a call cannot do without.
+#include <inttypes.h>
+
+#include "raw/explain/words.h"
+
+namespace trv::raw {
+namespace {
+
+void explain_no_buffer(const Missing& missing, Writer* out) {
+    out->add("the %s's handle 0x%" PRIX64 " names no buffer", missing.side, missing.handle);
+    out->begin("why");
+    out->add("%s", missing.handle == 0 ? "it was never made, or was released"
+                                       : "it was released, or another buffer library made it");
+    out->begin("next");
+    out->add("make a buffer by TBS_BufferCreate or TBS_BufferWrap and look at the status of that");
+}
+
+}  // namespace
+
+void explain_missing(const Missing& missing, Writer* out) {
+    if (missing.id == TBL_PARAMETER_PRESENT) return explain_no_buffer(missing, out);
+    const char* what = missing.id == TBL_PARAMETER_FORMAT    ? "pixel format"
+                       : missing.id == TBL_PARAMETER_ADDRESS ? "memory"
+                                                             : "pixels";
+    out->add("the %s has no %s", missing.side, what);
+    out->begin("why");
+    out->add("its parameter %" PRIu32 " reads zero", missing.id);
+    out->begin("next");
+    out->add("let the buffer library answer it; TBS_BufferCreate and TBS_BufferWrap always do");
+}
+
+}  // namespace trv::raw
