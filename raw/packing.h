@@ -27,8 +27,9 @@ struct Packing {
     uint16_t low[most_samples];   // where its other bits begin
 };
 
+// Not consteval: clang 14 crashes on it where the lambdas are in the table.
 template <typename High, typename Low>
-consteval Packing packing(Packing p, High high, Low low) {
+constexpr Packing packing(Packing p, High high, Low low) {
     p.samples = p.target == Target::yuv422 ? 4 : p.group;
     for (unsigned k = 0; k < p.samples; ++k) {
         p.high[k] = static_cast<uint16_t>(high(k));
