@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "tool/cli/text.h"
 #include "tool/routes.h"
-#include "tool/text.h"
 
 namespace trv::tool {
 namespace {

@@ -1,8 +1,8 @@
 #include "tool/foreign.h"
 
-#include "tool/catalogue.h"
-#include "tool/error.h"
-#include "tool/text.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
 
 namespace trv::tool {
 namespace {

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <new>
 
-#include "tool/application.h"
-#include "tool/cleanup.h"
-#include "tool/error.h"
-#include "tool/report.h"
-#include "tool/streams.h"
-#include "tool/text.h"
+#include "tool/cli/application.h"
+#include "tool/cli/cleanup.h"
+#include "tool/cli/error.h"
+#include "tool/cli/report.h"
+#include "tool/cli/streams.h"
+#include "tool/cli/text.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #include "tool/routes.h"
 
 #include "image/format/routes.h"
-#include "tool/catalogue.h"
-#include "tool/error.h"
-#include "tool/frame.h"
-#include "tool/text.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
+#include "tool/picture/frame.h"
 #include "trvil/til.h"
 
 namespace trv::tool {

@@ -8,8 +8,8 @@
 
 #include "image/format/format.h"
 #include "image/format/lossy.h"
-#include "tool/catalogue.h"
-#include "tool/kind.h"
+#include "tool/cli/catalogue.h"
+#include "tool/files/kind.h"
 
 namespace trv::tool {
 

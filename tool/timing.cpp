@@ -7,9 +7,9 @@
 #include <cstring>
 #include <thread>
 
-#include "tool/error.h"
-#include "tool/frame.h"
-#include "tool/text.h"
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
+#include "tool/picture/frame.h"
 #include "trvil/til.h"
 
 namespace trv::tool {

@@ -1,7 +1,7 @@
 // How long conversions take, beside memory copies of the same bytes in the same run.
 #pragma once
 
-#include "tool/geometry.h"
+#include "tool/cli/geometry.h"
 #include "tool/routes.h"
 
 namespace trv::tool {

@@ -3,7 +3,7 @@
 #include <zlib.h>
 
 #include "tests/tool/run.h"
-#include "tool/text.h"
+#include "tool/cli/text.h"
 
 namespace trv::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "tests/tool/run.h"
-#include "tool/text.h"
+#include "tool/cli/text.h"
 
 namespace trv::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "tests/tool/run.h"
-#include "tool/text.h"
+#include "tool/cli/text.h"
 #include "trvil/tbl.h"
 #include "trvil/til.h"
 

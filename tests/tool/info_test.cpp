@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/tool/run.h"
-#include "tool/text.h"
+#include "tool/cli/text.h"
 
 namespace trv::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "tests/tool/run.h"
-#include "tool/text.h"
+#include "tool/cli/text.h"
 
 namespace trv::test {
 namespace {

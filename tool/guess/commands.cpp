@@ -1,9 +1,9 @@
 // How a person tries a proposal out.
 #include <filesystem>
 
-#include "tool/catalogue.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/text.h"
 #include "tool/guess/proposal.h"
-#include "tool/text.h"
 
 namespace trv::tool::guess {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "tool/catalogue.h"
-#include "tool/text.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/text.h"
 
 namespace trv::tool::guess {
 namespace {

@@ -5,11 +5,11 @@
 #include <cmath>
 #include <cstring>
 
-#include "tool/catalogue.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/text.h"
 #include "tool/guess/naming.h"
-#include "tool/phase.h"
-#include "tool/preview.h"
-#include "tool/text.h"
+#include "tool/guess/phase.h"
+#include "tool/picture/preview.h"
 
 namespace trv::tool::guess {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "tool/frame.h"
 #include "tool/guess/hypothesis.h"
+#include "tool/picture/frame.h"
 
 namespace trv::tool::guess {
 

@@ -1,10 +1,10 @@
 // Completion for bash, without the help of other packages.
 #include <algorithm>
 
-#include "tool/catalogue.h"
+#include "tool/cli/catalogue.h"
+#include "tool/cli/text.h"
+#include "tool/cli/topics.h"
 #include "tool/pages/pages.h"
-#include "tool/text.h"
-#include "tool/topics.h"
 
 namespace trv::tool::pages {
 namespace {

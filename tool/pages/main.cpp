@@ -2,7 +2,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "tool/application.h"
+#include "tool/cli/application.h"
 #include "tool/pages/pages.h"
 
 int main(int count, char** words) {

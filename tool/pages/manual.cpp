@@ -1,7 +1,7 @@
 // The manual page, in the man macros that man and mandoc both understand.
+#include "tool/cli/text.h"
+#include "tool/cli/topics.h"
 #include "tool/pages/pages.h"
-#include "tool/text.h"
-#include "tool/topics.h"
 
 namespace trv::tool::pages {
 namespace {

@@ -1,0 +1,113 @@
+#include "tool/cli/catalogue.h"
+
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
+#include "tool/foreign.h"
+
+namespace trv::tool {
+namespace {
+
+struct NamedPhase {
+    const char* letter;
+    const char* colours;
+};
+constexpr NamedPhase phases[] = {{"A", "RGGB"}, {"B", "GRBG"}, {"C", "GBRG"}, {"D", "BGGR"}};
+
+struct NamedMethod {
+    const char* name;
+    uint32_t value;
+};
+constexpr NamedMethod methods[] = {
+    {"dup", TBL_BAYER_METHOD_DUP}, {"ave", TBL_BAYER_METHOD_AVE}, {"med", TBL_BAYER_METHOD_MED}};
+
+std::vector<std::string> all_format_names() {
+    std::vector<std::string> names;
+    for (const Format& format : formats) names.emplace_back(format.name);
+    return names;
+}
+
+}  // namespace
+
+const Format& format_named(const std::string& name) {
+    for (const Format& format : formats)
+        if (lower(format.name) == lower(name)) return format;
+    if (const Format* format = find_foreign_format(name)) return *format;
+    throw Failure(Exit::usage, text("unknown format \"", name, "\""),
+                  text("the nearest names are ", list(nearest(name, all_format_names(), 4))),
+                  "`trvil formats` lists them all, `trvil formats --names` what others call them");
+}
+
+Phase phase_named(const std::string& name) {
+    for (size_t i = 0; i < std::size(phases); ++i)
+        if (lower(name) == lower(phases[i].letter) || lower(name) == lower(phases[i].colours))
+            return static_cast<Phase>(i);
+    if (const auto phase = find_foreign_phase(name)) return *phase;
+    throw Failure(Exit::usage, text("unknown phase \"", name, "\""),
+                  "a phase names the colours of the first two pixels of the first two lines",
+                  "use A or RGGB, B or GRBG, C or GBRG, D or BGGR");
+}
+
+uint32_t method_named(const std::string& name) {
+    for (const NamedMethod& method : methods)
+        if (lower(name) == method.name) return method.value;
+    throw Failure(Exit::usage, text("unknown method \"", name, "\""), "",
+                  "use dup (nearest), ave (mean) or med (median)");
+}
+
+const char* family_name(Family family) {
+    switch (family) {
+        case Family::grey:
+            return "grey";
+        case Family::colour:
+            return "colour";
+        case Family::word:
+            return "word";
+        case Family::yuv:
+            return "yuv";
+        default:
+            return "mosaic";
+    }
+}
+
+const char* phase_name(Phase phase) {
+    return phase == Phase::none ? "-" : phases[static_cast<size_t>(phase)].colours;
+}
+
+const char* method_name(uint32_t value) {
+    for (const NamedMethod& method : methods)
+        if (method.value == value) return method.name;
+    return "?";
+}
+
+std::string names_of(const std::vector<const Format*>& some) {
+    std::vector<std::string> names;
+    names.reserve(some.size());
+    for (const Format* format : some) names.emplace_back(format->name);
+    return list(names);
+}
+
+const Format* letterless(const Format& format) {
+    if (format.phase == Phase::none) return nullptr;
+    const std::string name(format.name);
+    for (const Format& other : formats)
+        if (name.substr(0, name.rfind('_')) == other.name) return &other;
+    return nullptr;
+}
+
+const Format* with_bits(const Format& like, uint32_t bits) {
+    const auto letters = [](const Format& format) {
+        const std::string name(format.name);
+        return name.substr(0, name.find_first_of("0123456789"));
+    };
+    const Format* best = nullptr;
+    for (const Format& format : formats) {
+        if (letters(format) != letters(like) || format.stored != like.stored ||
+            letterless(format) != nullptr)
+            continue;
+        if (format.significant >= bits && (!best || format.significant < best->significant))
+            best = &format;
+    }
+    return best;
+}
+
+}  // namespace trv::tool

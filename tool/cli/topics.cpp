@@ -1,0 +1,102 @@
+#include "tool/cli/topics.h"
+
+#include "tool/cli/text.h"
+
+namespace trv::tool {
+
+const std::vector<Topic> topics = {
+    {"examples", "Examples",
+     R"(  trvil convert -s 1920x1080 -f BAY10 --phase RGGB dump.raw -o picture.png
+  trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.tif
+  trvil convert -s 640x480 -f BAY8 --scale auto --jobs 4 *.raw -o 'out/{name}.png'
+  camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
+  trvil guess unknown.raw -o sheet.png
+  trvil info -s 1920x1080 -f BAY10 --phase RGGB dump.raw
+  trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png
+  trvil frame -s 720x288 -f BGR24 --field even field.raw -o frame.png
+  trvil bench -s 1920x1080 -f BAY8 -t BGR24
+  trvil sample -s 1280x720 -f BAY12 -o chart.raw
+  trvil routes Mono12P
+  trvil formats --names)"},
+    {"formats", "Pixel formats",
+     R"(A format says how pixels lie in memory. `trvil formats` lists them all.
+
+  Mono8, Mono16          grey, 8 or 16 bits
+  Mono10, Mono12, ...    grey in 16-bit words, of which the lowest 10, 12, ... are used
+  Mono10P, Mono12P, ...  the same packed without gaps, lowest bits first
+  Mono12MP               two pixels in three bytes, highest bits first
+  BAY8, BAY10, ...       mosaics of a colour sensor, stored as grey is; see `trvil help phases`
+  BAY10P_A, ...          packed mosaics; the letter is the phase
+  BGR24, RGB24, ...      colours in the order in which they lie in memory
+  RGB16, BGR30, ...      three colours in one word, the first letter in the highest bits
+  YUV422                 luminance, U, luminance, V for each two pixels
+
+10 bits in 16-bit words (BAY10) and packed 10 bits (BAY10P_A) are the usual mix-up: the first takes
+2 bytes a pixel, the second 5 bytes for 4 pixels. Names of other projects are understood too, with
+their prefix (v4l2:RG10) or without; `trvil formats --names` has them.)"},
+    {"phases", "Phases of a mosaic",
+     R"(A sensor with a mosaic sees one colour per pixel. The phase names the colours of the first two
+pixels of the first line, then of the second:
+
+  A RGGB    B GRBG    C GBRG    D BGGR
+
+A wrong phase gives wrong colours, or a fine check pattern. Cutting an odd number of pixels or lines
+off changes the phase. `trvil phase` says which two can be right and shows all four; between those two,
+which exchange red and blue, only the eye can tell.)"},
+    {"methods", "Methods of demosaicing",
+     R"(Two of three colours of each pixel are made from its neighbours; -m says how:
+
+  dup  the nearest sample, copied: fast, every value was measured, edges have coloured teeth
+  ave  the mean of the nearest two or four: smooth; this is what is taken without -m
+  med  the median of the nearest four: as ave, with cleaner edges
+
+`trvil routes FROM TO` says which methods exist between two formats.)"},
+    {"sizes", "Sizes, strides and headers",
+     R"(A raw dump is nothing but samples: its size is not in it. -s WIDTHxHEIGHT gives the pixels.
+
+  bytes = bytes of a line x lines; a line of BAY10 has 2 bytes a pixel, one of BAY10P_A 1.25
+
+Where lines are padded, --stride gives the bytes from the start of a line to the start of the next.
+Where something precedes the picture, --skip says how many bytes. A picture that leans has a wrong
+width or stride; one that shows vertical stripes a wrong format; one that is shifted sideways and
+wraps around a wrong --skip. When the length does not fit, the message says what would fit.
+
+When nothing is known, `trvil guess` proposes sizes and formats, and shows them.)"},
+    {"depth", "Dark pictures",
+     R"(Pictures have 8 bits a sample, or 16 where grey is kept. Deep samples are brought down to 8 by the
+depth that the format names: BAY12 by a shift of 4. When the picture is dark or black, the camera used
+fewer bits than the format says; when it is torn into bands of wrong brightness, more. `trvil info`
+says which bits are in use. --scale auto stretches what is there.
+
+Values are not scaled when they grow: Mono8 200 becomes Mono16 200, which looks black.)"},
+    {"batch", "Many dumps",
+     R"(`trvil convert` takes many inputs of one size and format. {name} in the output stands for an
+input's name without its end; an output that is a folder gets {name}.png, or the kind that --as says.
+
+  trvil convert -s 640x480 -f BAY8 *.raw -o 'out/{name}.png'
+  trvil convert -s 640x480 -f BAY8 --jobs 0 *.raw -o out/
+
+--jobs N converts N at a time, 0 as many as there are processors; each needs memory for its picture.
+A dump that fails does not stop the others; the end says which failed, and the exit code why the
+first of them did. An output appears whole or not at all, also when
+the run is interrupted, and replaces nothing without --force.)"},
+    {"json", "Answers for programs",
+     R"(info, guess, formats, routes, phase and bench print JSON when asked by --json: one value on
+stdout, in ASCII. Notes and failures are text on stderr all the same, and the exit codes are the same.
+Members may be added in later versions; those that are there keep their names and meaning.)"},
+    {"exit-codes", "Exit codes",
+     R"(  0  done
+  1  the conversion failed, or nothing could be told
+  2  the command line makes no sense
+  3  there is no way between the formats
+  4  an input is missing, unreadable or too short
+  5  an output could not be written)"},
+};
+
+const Topic* find_topic(const std::string& name) {
+    for (const Topic& topic : topics)
+        if (lower(name) == topic.name) return &topic;
+    return nullptr;
+}
+
+}  // namespace trv::tool

@@ -1,0 +1,168 @@
+#include "tool/commands/conversion.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "tool/cli/catalogue.h"
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
+#include "tool/files/input.h"
+#include "tool/files/picture.h"
+#include "trvil/raw.h"
+#include "trvil/til.h"
+
+namespace trv::tool {
+namespace {
+
+constexpr uint32_t dim = 8;  // a picture is dim when it stays below this part of full range
+
+void check_method(const Conversion& c, const Format& from, const Format& to) {
+    const std::string wanted = method_name(c.how.method);
+    const std::vector<std::string> methods = methods_between(from, to, c.how.phase);
+    if (std::find(methods.begin(), methods.end(), wanted) != methods.end()) return;
+    const std::string what = text("method ", wanted, " does not exist from ", from.name, " to ",
+                                  to.name, " in phase ", phase_name(c.how.phase));
+    const std::string why =
+        methods.empty() ? "no method does" : text("what exists there is ", list(methods));
+    throw Failure(Exit::no_route, what, why, "choose another method with -m or target with -t");
+}
+
+void check_mosaic(const Conversion& c) {
+    if (c.source.width < 2 || c.source.height < 2)
+        throw Failure(Exit::usage, "a mosaic has at least 2x2 pixels",
+                      "one block of it holds one red, one blue and two green pixels", "check -s");
+}
+
+// The first picture on the way whose samples can be told apart: gains apply to it, at the depth it
+// has. Unpacking does not lose any.
+std::optional<size_t> tuned_step(const Conversion& c) {
+    for (size_t i = 0; i < c.path.size(); ++i)
+        if (sample_layout(*c.path[i], c.how.phase)) return i;
+    return std::nullopt;
+}
+
+void check_tuning(const Conversion& c) {
+    const Format& source = *c.source.format;
+    if (c.tuning.white != Tuning::White::off && source.family == Family::grey)
+        throw Failure(Exit::usage, text("no white balance for ", source.name), "it is grey",
+                      "leave --wb out, or give the format of the mosaic with -f");
+    if (!tuned_step(c))
+        throw Failure(Exit::usage, text("cannot balance or stretch ", c.path.back()->name),
+                      "neither its samples nor those of the source are whole bytes or words",
+                      "choose another target with -t");
+}
+
+uint32_t bits_for(uint32_t level) {
+    return static_cast<uint32_t>(std::bit_width(level));
+}
+
+std::string maybe_meant(const Format& format, uint32_t level) {
+    const Format* other = with_bits(format, bits_for(level));
+    if (other == nullptr || other->significant == format.significant) return "";
+    return text(" (is it ", other->name, "?)");
+}
+
+void note_levels(const Format& format, const SampleLayout& layout, const Census& census,
+                 bool stretched, const std::string& input) {
+    const uint32_t top = brightest(census);
+    if (const uint64_t above = count_above(census, layout.full()); above != 0)
+        note(text(input, ": ", above, " samples exceed the ", layout.bits, " bits of ", format.name,
+                  ", up to ", top, maybe_meant(format, top)));
+    else if (top < layout.full() / dim && !stretched)
+        note(text(input, ": the picture will be dark, its brightest sample is ", top, " of ",
+                  layout.full(), maybe_meant(format, top), "; --scale auto stretches it"));
+}
+
+void tune(const Conversion& c, const Frame& frame, const std::string& input) {
+    const Format& format = *frame.geometry().format;
+    const SampleLayout layout = *sample_layout(format, c.how.phase);
+    const Census census = take_census(frame, layout);
+    if (format.code == c.source.format->code)
+        note_levels(format, layout, census, c.tuning.stretch, input);
+    if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, census, layout), frame, layout);
+}
+
+constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many
+
+// Lines with room for so many bytes behind them.
+Geometry roomy(const Format& format, const Geometry& like, uint64_t room) {
+    constexpr uint64_t step = 64;
+    Geometry g = tight(format, like.width, like.height);
+    g.stride = static_cast<uint32_t>((g.line() + room + step - 1) / step * step);
+    return g;
+}
+
+// A demosaic of odd width looks at one sample behind each line. What lies there in a dump is the
+// next line; the picture wants a sample of that colour, and the nearest one is two back.
+Frame with_sample_behind(const Frame& mosaic) {
+    const Geometry& g = mosaic.geometry();
+    const size_t sample = g.format->stored / 8, behind = sample * g.width;
+    Frame result(roomy(*g.format, g, sample));
+    for (uint32_t y = 0; y < g.height; ++y) {
+        std::memcpy(result.line(y), mosaic.line(y), g.line());
+        std::memcpy(result.line(y) + behind, mosaic.line(y) + behind - 2 * sample, sample);
+    }
+    return result;
+}
+
+// The line of an explanation that begins with the word, without it; empty when there is none.
+std::string line_of(const std::string& explanation, const std::string& word) {
+    const size_t start = ("\n" + explanation).find("\n" + word);
+    if (start == std::string::npos) return "";
+    const size_t rest = start + word.size();
+    return explanation.substr(rest, explanation.find('\n', rest) - rest);
+}
+
+Failure refusal(const Frame& from, const Frame& to) {
+    char explanation[TRW_EXPLAIN_BYTES];
+    TRW_Explain(from.handle(), 0, to.handle(), explanation, sizeof explanation);
+    return {
+        Exit::conversion,
+        text("cannot convert ", from.geometry().format->name, " to ", to.geometry().format->name,
+             ": ", text("status ", line_of(explanation, "status "))),
+        line_of(explanation, "why: "), line_of(explanation, "next: ")};
+}
+
+bool demosaics(const Format& from, const Format& to) {
+    return from.family == Family::bayer && to.family != Family::bayer;
+}
+
+Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
+    const Geometry& g = from.geometry();
+    Frame result(is_packed(*g.format) ? roomy(to, g, group_room) : tight(to, g.width, g.height));
+    std::optional<Frame> widened;
+    if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
+    const Frame& source = widened ? *widened : from;
+    source.set_bayer(how.method, how.phase);
+    if (TIL_Convert(source.handle(), result.handle()) != TRV_STATUS_OK)
+        throw refusal(source, result);
+    return result;
+}
+
+}  // namespace
+
+void check_conversion(const Conversion& c) {
+    if (c.source.format->family == Family::bayer) check_mosaic(c);
+    for (size_t i = 1; i < c.path.size(); ++i)
+        if (demosaics(*c.path[i - 1], *c.path[i])) check_method(c, *c.path[i - 1], *c.path[i]);
+    if (c.tuning.needed()) check_tuning(c);
+}
+
+Frame convert(Frame frame, const Path& path, const Demosaic& how) {
+    for (size_t i = 1; i < path.size(); ++i) frame = convert_step(how, frame, *path[i]);
+    return frame;
+}
+
+void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
+                    Progress* progress) {
+    Frame frame = read_frame(input, c.source, c.skip);
+    const std::optional<size_t> tuned = tuned_step(c);
+    for (size_t i = 0; i < c.path.size(); ++i) {
+        if (i > 0) frame = convert_step(c.how, frame, *c.path[i]);
+        if (i == tuned) tune(c, frame, input);
+    }
+    put_picture(std::move(frame), c.kind, output, c.force, progress);
+}
+
+}  // namespace trv::tool

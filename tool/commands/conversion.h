@@ -1,0 +1,32 @@
+// One dump becomes one picture.
+#pragma once
+
+#include <string>
+
+#include "tool/cli/report.h"
+#include "tool/files/kind.h"
+#include "tool/picture/balance.h"
+#include "tool/routes.h"
+
+namespace trv::tool {
+
+struct Conversion {
+    Geometry source;
+    uint64_t skip;
+    Demosaic how;
+    Path path;
+    Kind kind;
+    Tuning tuning;
+    bool force;
+};
+
+// Throws Failure when there is no such conversion, whatever the input holds.
+void check_conversion(const Conversion& conversion);
+
+// The picture after all steps of a path.
+Frame convert(Frame frame, const Path& path, const Demosaic& how);
+
+void run_conversion(const Conversion& conversion, const std::string& input,
+                    const std::string& output, Progress* progress);
+
+}  // namespace trv::tool

@@ -1,0 +1,135 @@
+#include <iomanip>
+#include <iostream>
+#include <memory>
+
+#include "tool/cli/catalogue.h"
+#include "tool/cli/error.h"
+#include "tool/cli/json.h"
+#include "tool/cli/text.h"
+#include "tool/commands/command.h"
+#include "tool/routes.h"
+
+namespace trv::tool {
+namespace {
+
+void put_line(const std::string& name, const std::string& words) {
+    std::cout << std::left << std::setw(11) << name << words << '\n';
+}
+
+void list_direct() {
+    for (const Format& from : formats)
+        if (const auto known = reachable(from); !known.empty())
+            put_line(from.name, names_of(known));
+}
+
+// By the first method that there is, so that no way is missed.
+std::optional<Path> some_way(const Format& from, const Format& to) {
+    const Phase phase = from.phase == Phase::none ? Phase::A : from.phase;
+    for (const uint32_t method : {TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_DUP})
+        if (auto path = find_chain(from, to, {method, phase})) return path;
+    return std::nullopt;
+}
+
+std::string methods_note(const Format& from, const Format& to) {
+    if (from.family != Family::bayer || to.family == Family::bayer) return "";
+    std::vector<std::string> words;
+    for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
+        if (const auto methods = methods_between(from, to, phase); !methods.empty())
+            words.push_back(text(phase_name(phase), " by ", list(methods)));
+    return text(" (", list(words, "; "), ")");
+}
+
+// All that is to be said of the ways from one format to another.
+struct Ways {
+    const Format& from;
+    const Format& to;
+    bool direct;
+    const char* spoiled;  // what the direct one does to a picture, or null
+    std::optional<Path> path;
+
+    bool any() const { return direct || path.has_value(); }
+};
+
+Ways find_ways(const Format& from, const Format& to) {
+    const bool direct = converts(from, to);
+    return {from, to, direct, direct ? spoils(from, to) : nullptr, some_way(from, to)};
+}
+
+void describe(const Ways& w) {
+    if (w.direct)
+        put_line(w.to.name, text("direct", methods_note(w.from, w.to),
+                                 w.spoiled == nullptr ? "" : text(", but ", w.spoiled)));
+    if (w.path && w.path->size() > 2) put_line(w.direct ? "" : w.to.name, path_text(*w.path));
+}
+
+Json as_json(const Ways& w) {
+    Json path;
+    if (w.path)
+        for (const Format* step : *w.path) path.push_back(step->name);
+    Json methods;
+    if (w.direct && w.from.family == Family::bayer && w.to.family != Family::bayer)
+        for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
+            methods[phase_name(phase)] = methods_between(w.from, w.to, phase);
+    return {{"from", w.from.name}, {"to", w.to.name},
+            {"direct", w.direct},  {"spoils", w.spoiled == nullptr ? Json() : Json(w.spoiled)},
+            {"path", path},        {"methods_by_phase", methods}};
+}
+
+std::vector<Ways> ways_from(const Format& from) {
+    std::vector<Ways> all;
+    for (const Format& to : formats)
+        if (to.code != from.code)
+            if (Ways ways = find_ways(from, to); ways.any()) all.push_back(std::move(ways));
+    if (all.empty())
+        throw Failure(Exit::no_route, text("no way from ", from.name, " to anything"), "",
+                      "`trvil routes` lists where there is one");
+    return all;
+}
+
+std::vector<Ways> ways_between(const Format& from, const Format& to) {
+    if (Ways ways = find_ways(from, to); ways.any()) return {std::move(ways)};
+    const std::string why =
+        from.code == to.code ? "it is the same format, and this one is not copied" : "";
+    throw Failure(Exit::no_route, text("no way from ", from.name, " to ", to.name), why,
+                  text("`trvil routes ", from.name, "` lists what there is"));
+}
+
+struct Options {
+    std::string from, to;
+    bool json = false;
+};
+
+void print_direct_as_json() {
+    Json list = Json::array();
+    for (const Format& from : formats)
+        for (const Format* to : reachable(from))
+            list.push_back({{"from", from.name}, {"to", to->name}});
+    print_json(list);
+}
+
+void list_routes(const Options& o) {
+    if (o.from.empty()) return o.json ? print_direct_as_json() : list_direct();
+    const Format& from = format_named(o.from);
+    const auto all = o.to.empty() ? ways_from(from) : ways_between(from, format_named(o.to));
+    Json list = Json::array();
+    for (const Ways& ways : all) o.json ? list.push_back(as_json(ways)) : describe(ways);
+    if (o.json) print_json(list);
+}
+
+}  // namespace
+
+void add_routes(CLI::App* app) {
+    CLI::App* command = app->add_subcommand("routes", "List which format becomes which");
+    const auto o = std::make_shared<Options>();
+    command->add_option("from", o->from, "Ways from this format, over several steps too")
+        ->type_name("FORMAT");
+    command->add_option("to", o->to, "Only to this format")->type_name("FORMAT");
+    add_json_flag(command, &o->json);
+    command->footer(
+        "Without formats: all direct routes. Chains are the shortest on which nothing is lost "
+        "before\n"
+        "the last step; `trvil convert` takes them by itself and says so.");
+    command->callback([o] { list_routes(*o); });
+}
+
+}  // namespace trv::tool

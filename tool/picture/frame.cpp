@@ -1,0 +1,66 @@
+#include "tool/picture/frame.h"
+
+#include <unistd.h>
+
+#include <cstring>
+
+#include "tool/cli/catalogue.h"
+#include "tool/cli/error.h"
+#include "tool/cli/text.h"
+
+namespace trv::tool {
+namespace {
+
+constexpr size_t slack = 64;  // readable and writable bytes behind the last line
+
+uint64_t memory_of_machine() {
+    return static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+           static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+// Zeroed memory takes room only where it is written to, so a picture that breaks off early costs
+// what there is of it. A machine may promise more than it has.
+uint8_t* allocate(const Geometry& g) {
+    void* memory = nullptr;
+    if (g.bytes() < memory_of_machine()) memory = std::calloc(1, g.bytes() + slack);
+    if (memory == nullptr)
+        throw Failure(Exit::conversion,
+                      text("not enough memory for ", g.width, "x", g.height, " ", g.format->name),
+                      text("it needs ", g.bytes(), " bytes, and the machine has ",
+                           memory_of_machine(), " for all that runs on it"),
+                      "check -s and -f, or use fewer --jobs");
+    return static_cast<uint8_t*>(memory);
+}
+
+uint64_t wrap(const Geometry& g, uint8_t* memory) {
+    uint64_t handle = 0;
+    const uint32_t status = TBS_BufferWrap(&handle, g.width, g.height, whole_code(*g.format),
+                                           memory, g.bytes(), g.stride, nullptr, nullptr);
+    if (status != TRV_STATUS_OK)
+        throw Failure(Exit::conversion, text("cannot make a buffer of ", g.format->name),
+                      text("the buffer library answered status ", status), "");
+    return handle;
+}
+
+}  // namespace
+
+Geometry tight(const Format& format, uint32_t width, uint32_t height) {
+    return {&format, width, height, static_cast<uint32_t>(line_bytes(format, width))};
+}
+
+Frame::Frame(const Geometry& geometry)
+    : geometry_(geometry), memory_(allocate(geometry)), handle_(wrap(geometry, memory_.get())) {}
+
+void Frame::set_bayer(uint32_t method, Phase phase) const {
+    TBS_BufferParameterSet(handle(), TBL_PARAMETER_BAYER_METHOD, method);
+    TBS_BufferParameterSet(handle(), TBL_PARAMETER_BAYER_PHASE, phase_parameter(phase));
+}
+
+Frame Frame::tightened() const {
+    Frame result(tight(*geometry_.format, geometry_.width, geometry_.height));
+    for (uint32_t y = 0; y < geometry_.height; ++y)
+        std::memcpy(result.line(y), line(y), geometry_.line());
+    return result;
+}
+
+}  // namespace trv::tool
