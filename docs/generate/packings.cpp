@@ -109,6 +109,9 @@ for pmsb and be, and in the byte that it has for itself in all others.
 - **Lines begin with whole bytes.** Some GigE Vision cameras let a line of odd width end in the middle of a
   byte and go on there: unpack such a picture as a single line of all its pixels.
 - **Not in place.** Source and destination must not overlap.
+
+Unpacking is as fast as a memory copy of as many bytes, or nearly; `build/bin/bench_raw` compares them, and a
+plain loop, on your machine. `--cold` takes frames from main memory, `--level v3` an older processor's loops.
 )";
 
 }  // namespace
