@@ -6,6 +6,7 @@
 
 #include "fuzz/buffers.h"
 #include "fuzz/compare.h"
+#include "raw/unpack/decision.h"
 #include "trvil/raw.h"
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
