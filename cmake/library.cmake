@@ -1,5 +1,6 @@
 # How the shared libraries are made: $ORIGIN run path, a version script, and an unversioned SONAME unless
-# VERSION and SOVERSION say otherwise; the link to a versioned library belongs to the component dev.
+# VERSION and SOVERSION say otherwise; the link to a versioned library belongs to the component dev. The
+# property TRVIL_EXPORT_MAP of the target is the version script.
 function(trvil_shared_library name)
   cmake_parse_arguments(arg "" "EXPORTS;COMPONENT;EXPORT_NAME;VERSION;SOVERSION" "SOURCES" ${ARGN})
   add_library(${name} SHARED ${arg_SOURCES})
@@ -15,7 +16,7 @@ function(trvil_shared_library name)
     EXPORT_NAME ${arg_EXPORT_NAME}
     LINKER_LANGUAGE C
     BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN"
-    LINK_DEPENDS ${arg_EXPORTS})
+    LINK_DEPENDS ${arg_EXPORTS} TRVIL_EXPORT_MAP ${arg_EXPORTS})
   target_link_libraries(${name} PRIVATE trvil_core_flags)
   target_link_options(${name} PRIVATE
     -Wl,--version-script=${arg_EXPORTS} -Wl,--enable-new-dtags -Wl,--gc-sections)

@@ -42,12 +42,18 @@ macro(debian_package component name section depends description)
   set(CPACK_DEBIAN_${id}_PACKAGE_DEPENDS "${depends}")
   set(CPACK_DEBIAN_${id}_DESCRIPTION "${description}")
   file(GLOB CPACK_DEBIAN_${id}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/${name}/*)
-  list(FILTER CPACK_DEBIAN_${id}_PACKAGE_CONTROL_EXTRA EXCLUDE REGEX "/overrides$")
+  list(FILTER CPACK_DEBIAN_${id}_PACKAGE_CONTROL_EXTRA EXCLUDE REGEX "/(overrides|symbols\\.in)$")
   install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${changelog}
           DESTINATION share/doc/${name} COMPONENT debian_${component} EXCLUDE_FROM_ALL)
   install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/${name}/overrides OPTIONAL RENAME ${name}
           DESTINATION share/lintian/overrides COMPONENT debian_${component} EXCLUDE_FROM_ALL)
 endmacro()
+
+# The exported kernels have all been there from the first version.
+list(TRANSFORM TRVIL_KERNELS APPEND "@Base 0.1.0" OUTPUT_VARIABLE kernel_symbols)
+list(JOIN kernel_symbols "\n " TRVIL_KERNEL_SYMBOLS)
+set(symbols ${CMAKE_CURRENT_BINARY_DIR}/debian/libtrvil/symbols)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/libtrvil/symbols.in ${symbols} @ONLY)
 
 set(buffers "libtrvbl (= ${version}) | trvil-buffer-library")
 
@@ -57,6 +63,7 @@ Converts pictures among 74 pixel formats, demosaics raw sensor data, makes
 frames of the fields of interlaced pictures and writes TIFF and raw files.
 .
 This package has the shared library libtrvilx64.so.")
+list(APPEND CPACK_DEBIAN_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${symbols})
 
 debian_package(companion libtrvbl libs ""
 "buffers for trvil's image processing

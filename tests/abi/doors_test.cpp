@@ -1,13 +1,12 @@
-// Every exported conversion under its own name, as a program that calls it directly: the list of
-// names says which there are, and TIL_Convert and TIL_FieldToFrame, which are compared with the
+// Every exported conversion under its own name, as a program that calls it directly: the table of
+// kernels says which there are, and TIL_Convert and TIL_FieldToFrame, which are compared with the
 // rules elsewhere, what they do.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <map>
-#include <regex>
+#include <iterator>
+#include <string>
 
 #include "image/format/format.h"
 #include "trvil/tbl.h"
@@ -78,28 +77,34 @@ std::string through_door(const std::string& name, const Picture& from, uint32_t 
     return to.bytes();
 }
 
+struct Kernel {
+    const char* name;
+    const char* output;
+    char input, phase;
+    uint32_t method;
+};
+
+constexpr uint32_t dup = TBL_BAYER_METHOD_DUP, ave = TBL_BAYER_METHOD_AVE,
+                   med = TBL_BAYER_METHOD_MED;
+
+const Kernel kernels[] = {
+#define TRV_KERNEL(input, output, method, phase) \
+    {"TIL_" #input "_to_" #output "_" #method "_" #phase, #output, #input[3], *#phase, method},
+#include "image/format/members.inc"
+};
+
 TEST(Doors, OfMosaicsAreWhatTheirNamesSay) {
-    const std::map<std::string, uint32_t> methods = {{"dup", TBL_BAYER_METHOD_DUP},
-                                                     {"ave", TBL_BAYER_METHOD_AVE},
-                                                     {"med", TBL_BAYER_METHOD_MED}};
-    const std::regex pattern("TIL_BAY([8n])_to_(\\w+)_(dup|ave|med)_([A-D])");
-    std::ifstream names(TRVIL_NAMES);
-    int found = 0;
-    for (std::string name; names >> name;) {
-        std::smatch part;
-        if (!std::regex_match(name, part, pattern)) continue;
-        ++found;
-        const bool deep = part[1] == "n";
-        const uint32_t to = code_of(part[2]);
+    for (const auto& [name, output, input, phase, method] : kernels) {
+        const bool deep = input == 'n';
+        const uint32_t to = code_of(output);
         Picture from(deep ? TBL_FORMAT(BAY12) : TBL_FORMAT(BAY8), height);
         from.scramble();
-        TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_METHOD, methods.at(part[3]));
-        TBS_BufferParameterSet(
-            from.handle, TBL_PARAMETER_BAYER_PHASE,
-            TBL_BAYER_PHASE_A + (static_cast<uint32_t>(*part[4].first - 'A') << 8));
+        TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_METHOD, method);
+        TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_PHASE,
+                               TBL_BAYER_PHASE_A + (static_cast<uint32_t>(phase - 'A') << 8));
         EXPECT_TRUE(through_door(name, from, to, deep) == through_convert(from, to)) << name;
     }
-    EXPECT_EQ(found, 81);
+    EXPECT_EQ(std::size(kernels), 81u);
 }
 
 TEST(Doors, OfFieldMethodsAreTheEntrysMethods) {

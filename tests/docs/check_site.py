@@ -1,5 +1,5 @@
-"""Builds the site into the given folder. Then: every link in it leads somewhere, nothing in it comes
-from elsewhere, and every exported name can be found."""
+"""check_site.py FOLDER MAP...: builds the site into FOLDER. Then: every link in it leads somewhere, nothing in it comes
+from elsewhere, and every name of the export maps can be found."""
 import html.parser
 import pathlib
 import re
@@ -47,8 +47,8 @@ for path in site.rglob("*.css"):
         faults.append(f"{path}: loads {found}")
 
 places = set().union(*(page.places for page in pages.values()))
-for room in ("image/exports", "companion"):
-    for name in re.findall(r"^\s+(\w+);", (tree / room / "exports.map").read_text(), re.M):
+for path in sys.argv[2:]:
+    for name in re.findall(r"^\s+(\w+);", pathlib.Path(path).read_text(), re.M):
         if f"c.{name}" not in places:
             faults.append(f"{name} has no entry")
 print(f"{len(pages)} pages, {sum(len(p.links) for p in pages.values())} links")
