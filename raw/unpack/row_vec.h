@@ -23,7 +23,7 @@ struct Window {
 };
 
 // Bits `from` to `to` - 1 of sample k.
-consteval Window window(const Packing& p, unsigned k, unsigned from, unsigned to) {
+constexpr Window window(const Packing& p, unsigned k, unsigned from, unsigned to) {
     const raw::Place bottom = raw::place(p, k, from), top = raw::place(p, k, to - 1);
     const bool is_one_byte = bottom.byte == top.byte;
     Window w{is_one_byte ? zero : static_cast<int>(bottom.byte), static_cast<int>(top.byte),
@@ -45,7 +45,7 @@ consteval Window window(const Packing& p, unsigned k, unsigned from, unsigned to
 //   double  a window for its upper bits, a window for the others
 enum class Form : uint8_t { masked, moved, split, two };
 
-consteval Form form_of(const Packing& p) {
+constexpr Form form_of(const Packing& p) {
     bool masked = true, moved = true, split = true;
     for (unsigned k = 0; k < p.samples; ++k) {
         const Window whole = window(p, k, 0, p.bits);
@@ -61,32 +61,32 @@ consteval Form form_of(const Packing& p) {
 template <size_t P>
 struct Whole {
     static constexpr int bits = packings[P].bits;
-    static consteval Window at(unsigned k) { return window(packings[P], k, 0, bits); }
-    static consteval int factor(unsigned k) { return 1 << (16 - bits - at(k).bottom); }
+    static constexpr Window at(unsigned k) { return window(packings[P], k, 0, bits); }
+    static constexpr int factor(unsigned k) { return 1 << (16 - bits - at(k).bottom); }
 };
 
 template <size_t P>
 struct Upper {
     static constexpr unsigned bits = packings[P].bits;
-    static consteval Window at(unsigned k) { return window(packings[P], k, bits - 8, bits); }
-    static consteval int factor(unsigned k) { return 1 << (8 - at(k).bottom); }
+    static constexpr Window at(unsigned k) { return window(packings[P], k, bits - 8, bits); }
+    static constexpr int factor(unsigned k) { return 1 << (8 - at(k).bottom); }
 };
 
 // The factor is for the upper half of the product: it moves the bits down, their top to bit 7.
 template <size_t P>
 struct Lower {
     static constexpr int bits = packings[P].bits - 8;
-    static consteval Window at(unsigned k) { return window(packings[P], k, 0, bits); }
-    static consteval int factor(unsigned k) { return 1 << (16 - (at(k).bottom + bits - 8)); }
+    static constexpr Window at(unsigned k) { return window(packings[P], k, 0, bits); }
+    static constexpr int factor(unsigned k) { return 1 << (16 - (at(k).bottom + bits - 8)); }
 };
 
 template <size_t P>
 struct TwoBytes {
     static constexpr int bits = packings[P].bits - 8;
-    static consteval Window at(unsigned k) {
+    static constexpr Window at(unsigned k) {
         return {Lower<P>::at(k).high, Upper<P>::at(k).high, Lower<P>::at(k).bottom - 8, true};
     }
-    static consteval int factor(unsigned k) { return 1 << (8 - bits - at(k).bottom); }
+    static constexpr int factor(unsigned k) { return 1 << (8 - bits - at(k).bottom); }
 };
 
 template <typename Taken, int Bytes, int... I>
@@ -109,7 +109,7 @@ TRV_INLINE U16 windows(const uint8_t* source) {
 }
 
 template <size_t P, typename Taken, int First>
-consteval Lanes<uint16_t, sizeof(U16) / 2> factor_lanes() {
+constexpr Lanes<uint16_t, sizeof(U16) / 2> factor_lanes() {
     Lanes<uint16_t, sizeof(U16) / 2> lanes{};
     unsigned k = First % packings[P].samples;
     for (auto& lane : lanes.v) {
@@ -126,7 +126,7 @@ TRV_INLINE U16 factors() {
 }
 
 template <typename L>
-consteval bool are_ones(const L& list) {
+constexpr bool are_ones(const L& list) {
     for (const auto lane : list.v)
         if (lane != 1) return false;
     return true;
@@ -186,7 +186,7 @@ struct Block {
     static constexpr int bytes = pixels / group * packings[P].bytes;
     static constexpr int vectors = (pixels + vector_words - 1) / vector_words;
 
-    static consteval int first(int vector) {
+    static constexpr int first(int vector) {
         const int latest = pixels - vector_words;
         return vector * vector_words < latest ? vector * vector_words : latest;
     }
