@@ -1,4 +1,5 @@
-/* What cameras send: packings beyond the pixel formats of trvil/tbl.h become these formats.
+/* What cameras send: packings beyond the pixel formats of trvil/tbl.h become these formats; what
+   other systems call them; and by which conversions one format becomes another.
 
    The library libtrvraw.so.0 stands above the buffer library and asks for a buffer's parameters by
    TBL_BufferParameterGet alone, so it works with buffers that a program answers for itself.
@@ -70,6 +71,113 @@ TRV_API uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t w
    No byte is read that has no bit of a sample of the picture, and none is written beside its
    pixels. Source and destination must not overlap. */
 TRV_API uint32_t TRW_Unpack(uint64_t source, uint32_t packing, uint64_t destination);
+
+/* ---- Names of other systems ---- */
+
+TRV_EXTERN_C_END
+
+/* Systems that have names for pixels of their own. A name may begin with the system's and a colon:
+   "pfnc:RGB16". */
+#define TRW_SYSTEM_PFNC 1u   /* pfnc: GenICam's pixel format names and values */
+#define TRW_SYSTEM_V4L2 2u   /* v4l2: the four-character codes of Video4Linux */
+#define TRW_SYSTEM_GST 3u    /* gst: formats of GStreamer caps */
+#define TRW_SYSTEM_ROS 4u    /* ros: encodings of sensor_msgs/Image */
+#define TRW_SYSTEM_OPENCV 5u /* opencv: phases in names of conversions, such as BayerBG */
+#define TRW_SYSTEM_END 6u    /* one past the last */
+
+/* What a name or a code of another system says of pixels. The texts live as long as the library. */
+typedef struct TRW_Reading {
+    uint32_t size;           /* bytes of this record, set by the caller: sizeof(TRW_Reading) */
+    uint32_t system;         /* TRW_SYSTEM_... whose name it is; 0: of none, or of several */
+    uint32_t code;           /* its PFNC value or fourcc; 0 where it has none */
+    uint32_t format;         /* TBL_FORMAT of the picture, a mosaic's with the letter of its phase;
+                                0: the name says a phase alone, or the pixels are not read */
+    uint32_t packing;        /* TRW_PACKING_... that TRW_Unpack takes to get there; 0: none, as
+                                TIL_Convert reads the pixels as they are */
+    uint32_t phase;          /* TBL_BAYER_PHASE_... of a mosaic, else 0 */
+    const char* system_name; /* "pfnc"; null for system 0 */
+    const char* name;        /* as the system spells it; null when nothing is called so */
+    const char* why;         /* why it is not read, as a sentence without its end; else null */
+} TRW_Reading;
+
+TRV_EXTERN_C_BEGIN
+
+/* Reads a name of another system, such as "BayerRG12Packed", "v4l2:pRAA" or "UYVY".
+
+   "name" may begin with the name of a system and a colon; otherwise all are looked at. Capitals
+   count only where they tell names apart. "reading->size" says how much of the record the caller
+   knows: as many bytes are written.
+
+     TRV_STATUS_OK           *reading says how to read such pixels, or the phase
+     TRV_STATUS_UNSUPPORTED  reading->why says why not: nothing is called so, systems disagree, or
+                             nothing here reads such pixels; reading->name tells these apart
+     TRV_STATUS_PARAMETER    "name" or "reading" is null, or "reading->size" is below 8; nothing is
+                             written */
+TRV_API uint32_t TRW_FindName(const char* name, TRW_Reading* reading);
+
+/* Reads a number of another system: a PFNC value such as 0x010C002B, or a fourcc of V4L2. Where
+   several names have it, the newest.
+
+     TRV_STATUS_OK           *reading says how to read such pixels
+     TRV_STATUS_UNSUPPORTED  reading->why says why not; reading->name is null for an unknown code
+     TRV_STATUS_PARAMETER    "reading" is null or "reading->size" is below 8; nothing is written */
+TRV_API uint32_t TRW_FindCode(uint32_t system, uint32_t code, TRW_Reading* reading);
+
+/* Finds what a system calls pixels.
+
+   "format" is their TBL_FORMAT, and with a "packing" that which they become. "phase" is
+   TBL_BAYER_PHASE_... and counts for mosaics whose format has no letter.
+
+     TRV_STATUS_OK           *reading is the name
+     TRV_STATUS_UNSUPPORTED  the system has no name for such pixels, or is none; reading->why is set
+     TRV_STATUS_PARAMETER    "reading" is null or "reading->size" is below 8; nothing is written */
+TRV_API uint32_t TRW_NameOf(uint32_t system, uint32_t format, uint32_t packing, uint32_t phase,
+                            TRW_Reading* reading);
+
+/* The names one by one, by "index" from 0, those included that are not read.
+
+     TRV_STATUS_OK           *reading is the name
+     TRV_STATUS_UNSUPPORTED  there are no more; nothing is written
+     TRV_STATUS_PARAMETER    "reading" is null or "reading->size" is below 8; nothing is written */
+TRV_API uint32_t TRW_NameAt(uint32_t index, TRW_Reading* reading);
+
+/* ---- Routes ---- */
+
+TRV_EXTERN_C_END
+
+/* Methods by which TIL_Convert goes straight, as bits; all of them where nothing is demosaiced. */
+#define TRW_DIRECT_DUP 1u
+#define TRW_DIRECT_AVE 2u
+#define TRW_DIRECT_MED 4u
+
+/* How one format becomes another. The texts live as long as the library. */
+typedef struct TRW_Route {
+    uint32_t size;  /* bytes of this record, set by the caller: sizeof(TRW_Route) */
+    uint32_t steps; /* conversions one after the other, 0 to 3; 0: none is needed, or no route */
+    uint32_t format[4]; /* TBL_FORMAT that the picture has: first, after each step; then 0 */
+    uint32_t direct;    /* TRW_DIRECT_... of the straight conversion; 0: there is none */
+    uint32_t reserved;  /* 0 */
+    const char* remark; /* what the straight conversion does to the picture when it does not keep
+                           it, as the end of "this route ..."; else null */
+    const char* why;    /* why there is no route, as a sentence without its end; else null */
+} TRW_Route;
+
+TRV_EXTERN_C_BEGIN
+
+/* Plans how a picture of one format becomes one of another by TIL_Convert, at most three times.
+
+   The route is the shortest one on which the picture is kept: no bits are lost before the last
+   step, values that grew are not narrowed again, and no step has a remark. Only the low byte of
+   "from" and "to" counts, as in TIL_Convert. "method" and "phase" are TBL_BAYER_METHOD_... and
+   TBL_BAYER_PHASE_... of a mosaic; 0 stands for any of them. "route->size" says how much of the
+   record the caller knows: as many bytes are written.
+
+     TRV_STATUS_OK           *route is filled
+     TRV_STATUS_UNSUPPORTED  there is none: route->why is set, and direct and remark are as they are
+     TRV_STATUS_PARAMETER    "from" or "to" is no pixel format, "method" or "phase" is none, "route"
+                             is null or "route->size" is below 8; nothing is written */
+TRV_API uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint32_t phase,
+                               TRW_Route* route);
 
 /* ---- Explanations ---- */
 

@@ -3,41 +3,12 @@
 
 #include <initializer_list>
 
-#include "image/format/lossy.h"
 #include "raw/explain/reach.h"
 #include "raw/explain/words.h"
+#include "raw/routes/plan.h"
 
 namespace trv::raw {
 namespace {
-
-bool leads(const Format& from, const Format& to) {
-    return find_way(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) !=
-               Way::none &&
-           spoils(from, to) == nullptr;
-}
-
-// Values are not scaled when they grow, so what grew must not be narrowed: it would be black.
-bool keeps_the_picture(const Format& from, const Format& between, const Format& to) {
-    const uint8_t least = from.significant < to.significant ? from.significant : to.significant;
-    const bool grew = between.significant > from.significant;
-    return between.significant >= least && !(grew && to.significant < between.significant);
-}
-
-bool is_better(const Format& one, const Format* other) {
-    if (other == nullptr) return true;
-    const bool word = one.family == Family::word, other_word = other->family == Family::word;
-    return word != other_word ? other_word : one.stored < other->stored;
-}
-
-// The format by way of which two steps do what no single one does, or null.
-const Format* step_between(const Format& from, const Format& to) {
-    const Format* best = nullptr;
-    for (const Format& between : formats)
-        if (leads(from, between) && leads(between, to) && keeps_the_picture(from, between, to) &&
-            is_better(between, best))
-            best = &between;
-    return best;
-}
 
 // The destinations of a source; how many there are.
 unsigned list_destinations(const Format& from, Writer* out) {
@@ -74,10 +45,10 @@ void explain_no_pair(const Format& from, const Format& to, Writer* out) {
     out->add("%s converts to ", from.name);
     list_destinations(from, out);
     out->begin("next");
-    if (const Format* between = step_between(from, to))
-        out->add("convert to %s first, and that to %s", between->name, to.name);
-    else
-        out->add("choose one of these as the destination");
+    const Plan way = plan(from, to, any_way);
+    if (way.steps < 2) return out->add("choose one of these as the destination");
+    out->add("convert to %s first", way.format[1]->name);
+    for (unsigned i = 2; i <= way.steps; ++i) out->add(", and that to %s", way.format[i]->name);
 }
 
 void explain_no_route(const Job& job, const Decision& decision, Writer* out) {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "image/format/format.h"
+#include "raw/exports/record.h"
 #include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 
@@ -21,18 +22,17 @@ uint32_t format_of(const Packing& packing) {
 
 uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t width,
                             TRW_PackingInfo* info) {
-    if (info == nullptr || info->size < 8) return TRV_STATUS_PARAMETER;
+    if (!trv::raw::is_record(info)) return TRV_STATUS_PARAMETER;
     const trv::raw::Packing* p = trv::raw::find_packing(packing);
     if (p == nullptr) return TRV_STATUS_UNSUPPORTED;
     TRW_PackingInfo full{};
-    full.size = info->size < sizeof full ? info->size : uint32_t{sizeof full};
     full.bits = p->bits;
     full.group_pixels = p->group;
     full.group_bytes = p->bytes;
     full.format = trv::raw::format_of(*p);
     full.line_bytes = trv::raw::line_bytes(*p, first, width);
     std::memcpy(full.name, p->name, std::strlen(p->name));
-    std::memcpy(info, &full, full.size);
+    trv::raw::fill_record(full, info);
     return TRV_STATUS_OK;
 }
 

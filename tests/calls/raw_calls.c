@@ -28,6 +28,21 @@ static void unpack(const TRW_PackingInfo* info, uint32_t packing, uint32_t width
     free(memory);
 }
 
+static void read_names(void) {
+    TRW_Reading reading;
+    TRW_Route route;
+    memset(&reading, 0, sizeof reading);
+    memset(&route, 0, sizeof route);
+    reading.size = sizeof reading;
+    route.size = sizeof route;
+    GIVES(TRV_STATUS_OK, TRW_FindName, AT("pfnc:BayerRG12Packed"), AT(&reading));
+    GIVES(TRV_STATUS_OK, TRW_FindCode, TRW_SYSTEM_PFNC, reading.code, AT(&reading));
+    GIVES(TRV_STATUS_OK, TRW_NameOf, TRW_SYSTEM_PFNC, reading.format, reading.packing, 0,
+          AT(&reading));
+    GIVES(TRV_STATUS_OK, TRW_NameAt, 0, AT(&reading));
+    GIVES(TRV_STATUS_OK, TRW_PlanRoute, TBL_FORMAT(BAY12P_D), TBL_FORMAT(RGB24), 0, 0, AT(&route));
+}
+
 void call_raw(void) {
     static const uint32_t widths[] = {1, 37, 300};
     TRW_PackingInfo info;
@@ -39,4 +54,5 @@ void call_raw(void) {
             unpack(&info, packing, widths[i]);
         }
     GIVES(TRV_STATUS_PARAMETER, TRW_PackingInfoGet, 1, 0, 1, 0);
+    read_names();
 }

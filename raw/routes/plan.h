@@ -1,0 +1,41 @@
+// The way from one format to another over direct conversions, so that the picture is kept.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "image/format/format.h"
+#include "image/format/members.h"
+
+namespace trv::raw {
+
+inline constexpr unsigned most_steps = 3;
+
+// By which methods and in which phases a mosaic may be demosaiced on the way: a bit for each pair.
+using Ways = uint16_t;
+
+constexpr Ways way_bit(bayer::Method method, Phase phase) {
+    return static_cast<Ways>(
+        1u << (4 * static_cast<unsigned>(method) + static_cast<unsigned>(phase)));
+}
+
+inline constexpr Ways any_way = 0xFFF;
+
+// Ways by which TIL_Convert makes `to` of `from`; all of them where no mosaic is demosaiced.
+Ways direct_ways(const Format& from, const Format& to);
+
+// Whether conversions read a format, or make it.
+bool is_read(const Format& format);
+bool is_made(const Format& format);
+
+struct Plan {
+    bool found;
+    unsigned steps;
+    const Format* format[most_steps + 1];  // what the picture goes through
+};
+
+// The shortest way on which nothing is lost before the last step, over steps that all go by one of
+// `ways`.
+Plan plan(const Format& from, const Format& to, Ways ways);
+
+}  // namespace trv::raw
