@@ -1,9 +1,6 @@
 # Compiler and linker flags of every target: warnings, hardening, sanitizers.
 set(TRVIL_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize= takes them (empty: none)")
 
-# -O3 blows the plain loops up to no gain: what must be fast is written as vector code.
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
-
 add_library(trvil_flags INTERFACE)
 target_compile_options(trvil_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wformat=2 -Wundef
@@ -25,7 +22,10 @@ if(TRVIL_SANITIZE)
   endif()
   target_link_options(trvil_flags INTERFACE -fsanitize=${TRVIL_SANITIZE})
 else()
-  target_compile_options(trvil_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  # A distribution's flags may ask for another degree.
+  if(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS} $ENV{CPPFLAGS}" MATCHES "_FORTIFY_SOURCE")
+    target_compile_options(trvil_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+  endif()
   target_link_options(trvil_flags INTERFACE -Wl,--no-undefined)
 endif()
 

@@ -29,6 +29,8 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE trvil)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The libraries of this tree are in no package yet; what depends on them says so itself.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # debian_package(COMPONENT NAME SECTION DEPENDS DESCRIPTION): depends on DEPENDS and on what dpkg-shlibdeps
@@ -89,7 +91,7 @@ Headers for C and C++, also for handing pictures to and from OpenCV, and
 files that tell CMake and pkg-config how to link.")
 
 if(TARGET trvil_tool)
-  debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION})"
+  debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
 "turn raw dumps of cameras and frame grabbers into pictures
 Converts dumps of 74 pixel formats to PNG, TIFF, PPM or PGM, with white
 balance and stretch; finds out the phase of a mosaic; makes frames of the
