@@ -60,7 +60,7 @@ size_t reach(const Answers& from, const Answers& to) {
 }
 
 // What a rule may read: its lines, a rest of a group, the sample or pixel behind the last line.
-size_t source_reach(const Answers& from, const Answers& to) {
+size_t source_extent(const Answers& from, const Answers& to) {
     return std::max(size_t{from.stride} * from.height, size_t{to.stride} * to.height) + 64;
 }
 
@@ -69,7 +69,7 @@ size_t source_reach(const Answers& from, const Answers& to) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Input in(data, size);
     Answers from = any_buffer(in), to = any_buffer(in);
-    const size_t source_size = source_reach(from, to), destination_size = reach(from, to);
+    const size_t source_size = source_extent(from, to), destination_size = reach(from, to);
     const uint8_t sides = in.byte();
     const bool missing = in.one_in(64);
     from.address = fuzz::place(fuzz::source_arena(), source_size, sides & 1);

@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-#include "raw/explain/reach.h"
+#include "raw/explain/access_extent.h"
 #include "raw/explain/words.h"
 #include "raw/routes/plan.h"
 
@@ -70,7 +70,7 @@ void say_sizes(const Job& job, const Decision& decision, Writer* out) {
 }
 
 void say_what_holds_it(const Job& job, const Decision& decision, Writer* out) {
-    const Reach reach = destination_reach(job, decision);
+    const AccessExtent reach = destination_extent(job, decision);
     out->begin("next");
     out->add("give the destination a stride of at least %" PRIu64 " bytes and %" PRIu32 " lines",
              reach.line + reach.behind, job.source.height);

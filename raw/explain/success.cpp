@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "image/format/lossy.h"
-#include "raw/explain/reach.h"
+#include "raw/explain/access_extent.h"
 #include "raw/explain/words.h"
 
 namespace trv::raw {
@@ -15,8 +15,8 @@ struct Case {
     const Decision& decision;
     const Format& source;
     const Format& destination;
-    Reach from;
-    Reach to;
+    AccessExtent from;
+    AccessExtent to;
     Writer* out;
 
     bool demosaics() const { return decision.way == Way::bayer; }
@@ -250,8 +250,8 @@ void explain_success(const Job& job, const Decision& decision, Writer* out) {
                  decision,
                  *decision.source,
                  *decision.destination,
-                 source_reach(job, decision),
-                 destination_reach(job, decision),
+                 source_extent(job, decision),
+                 destination_extent(job, decision),
                  out};
     title(c);
     if (does_nothing(c)) return nothing_to_do(c);

@@ -63,10 +63,10 @@ std::string maybe_meant(const Format& format, uint32_t level) {
     return text(" (is it ", other->name, "?)");
 }
 
-void note_levels(const Format& format, const SampleLayout& layout, const Census& census,
+void note_levels(const Format& format, const SampleLayout& layout, const Histogram& histogram,
                  bool stretched, const std::string& input) {
-    const uint32_t top = brightest(census);
-    if (const uint64_t above = count_above(census, layout.full()); above != 0)
+    const uint32_t top = brightest(histogram);
+    if (const uint64_t above = count_above(histogram, layout.full()); above != 0)
         note(text(input, ": ", above, " samples exceed the ", layout.bits, " bits of ", format.name,
                   ", up to ", top, maybe_meant(format, top)));
     else if (top < layout.full() / dim && !stretched)
@@ -77,10 +77,10 @@ void note_levels(const Format& format, const SampleLayout& layout, const Census&
 void tune(const Conversion& c, const Frame& frame, const std::string& input) {
     const Format& format = *frame.geometry().format;
     const SampleLayout layout = *sample_layout(format, c.how.phase);
-    const Census census = take_census(frame, layout);
+    const Histogram histogram = take_histogram(frame, layout);
     if (format.code == c.source.format->code)
-        note_levels(format, layout, census, c.tuning.stretch, input);
-    if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, census, layout), frame, layout);
+        note_levels(format, layout, histogram, c.tuning.stretch, input);
+    if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, histogram, layout), frame, layout);
 }
 
 constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many

@@ -26,9 +26,9 @@ Word load(const uint8_t* at) {
 }
 
 template <typename Word>
-void count_samples(const Frame& frame, const SampleLayout& layout, Census* census) {
-    for_each_sample<Word>(frame, layout, [census](Channel channel, const uint8_t* at) {
-        ++census->counts[static_cast<size_t>(channel)][load<Word>(at)];
+void count_samples(const Frame& frame, const SampleLayout& layout, Histogram* histogram) {
+    for_each_sample<Word>(frame, layout, [histogram](Channel channel, const uint8_t* at) {
+        ++histogram->counts[static_cast<size_t>(channel)][load<Word>(at)];
     });
 }
 
@@ -85,10 +85,10 @@ double level_of(const Counts& counts, double part) {
     return 0;
 }
 
-Gains grey_world(const Census& census, double full) {
-    const double greens = mean(census.counts[green], 1, full);
-    const Gains gains = {gain_to_mean(census.counts[red], greens, full), 1,
-                         gain_to_mean(census.counts[blue], greens, full)};
+Gains grey_world(const Histogram& histogram, double full) {
+    const double greens = mean(histogram.counts[green], 1, full);
+    const Gains gains = {gain_to_mean(histogram.counts[red], greens, full), 1,
+                         gain_to_mean(histogram.counts[blue], greens, full)};
     if (greens == 0 || std::max(gains[red], gains[blue]) >= largest_gain)
         throw Failure(Exit::conversion, "no white balance",
                       "the picture has no red, no green or no blue to speak of",
@@ -96,10 +96,10 @@ Gains grey_world(const Census& census, double full) {
     return gains;
 }
 
-double stretch_of(const Gains& gains, const Census& census, const SampleLayout& layout) {
+double stretch_of(const Gains& gains, const Histogram& histogram, const SampleLayout& layout) {
     double top = 0;
     for (size_t i = 0; i < channel_count; ++i)
-        top = std::max(top, gains[i] * level_of(census.counts[i], used_part));
+        top = std::max(top, gains[i] * level_of(histogram.counts[i], used_part));
     return top == 0 ? 1 : layout.full() / top;
 }
 
@@ -119,27 +119,27 @@ Gains parse_gains(const std::string& words) {
 
 }  // namespace
 
-Census take_census(const Frame& frame, const SampleLayout& layout) {
-    Census census;
-    for (Counts& counts : census.counts) counts.resize(size_t{1} << 8 * layout.bytes);
+Histogram take_histogram(const Frame& frame, const SampleLayout& layout) {
+    Histogram histogram;
+    for (Counts& counts : histogram.counts) counts.resize(size_t{1} << 8 * layout.bytes);
     if (layout.bytes == 1)
-        count_samples<uint8_t>(frame, layout, &census);
+        count_samples<uint8_t>(frame, layout, &histogram);
     else
-        count_samples<uint16_t>(frame, layout, &census);
-    return census;
+        count_samples<uint16_t>(frame, layout, &histogram);
+    return histogram;
 }
 
-uint32_t brightest(const Census& census) {
+uint32_t brightest(const Histogram& histogram) {
     uint32_t level = 0;
-    for (const Counts& counts : census.counts)
+    for (const Counts& counts : histogram.counts)
         for (uint32_t value = level; value < counts.size(); ++value)
             if (counts[value] != 0) level = value;
     return level;
 }
 
-uint64_t count_above(const Census& census, uint32_t level) {
+uint64_t count_above(const Histogram& histogram, uint32_t level) {
     uint64_t sum = 0;
-    for (const Counts& counts : census.counts)
+    for (const Counts& counts : histogram.counts)
         for (size_t value = size_t{level} + 1; value < counts.size(); ++value) sum += counts[value];
     return sum;
 }
@@ -156,13 +156,13 @@ Tuning tuning_named(const std::string& white, const std::string& scale) {
     return tuning;
 }
 
-Gains choose_gains(const Tuning& tuning, const Census& census, const SampleLayout& layout) {
+Gains choose_gains(const Tuning& tuning, const Histogram& histogram, const SampleLayout& layout) {
     Gains gains = tuning.given;
-    if (tuning.white == Tuning::White::grey) gains = grey_world(census, layout.full());
+    if (tuning.white == Tuning::White::grey) gains = grey_world(histogram, layout.full());
     if (!tuning.stretch) return gains;
     // No gain below 1: where the sensor was saturated in all colours, white would turn pink.
     const double least = *std::min_element(gains.begin(), gains.end());
-    const double stretch = std::max(stretch_of(gains, census, layout), 1 / least);
+    const double stretch = std::max(stretch_of(gains, histogram, layout), 1 / least);
     for (double& gain : gains) gain *= stretch;
     return gains;
 }

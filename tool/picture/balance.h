@@ -13,15 +13,15 @@ namespace trv::tool {
 using Gains = std::array<double, channel_count>;  // red, green, blue
 
 // How often each sample value occurs, per channel.
-struct Census {
+struct Histogram {
     std::array<std::vector<uint64_t>, channel_count> counts;
 };
-Census take_census(const Frame& frame, const SampleLayout& layout);
+Histogram take_histogram(const Frame& frame, const SampleLayout& layout);
 
 // The largest value that occurs.
-uint32_t brightest(const Census& census);
+uint32_t brightest(const Histogram& histogram);
 // How many samples are above `level`.
-uint64_t count_above(const Census& census, uint32_t level);
+uint64_t count_above(const Histogram& histogram, uint32_t level);
 
 struct Tuning {
     enum class White { off, grey, given } white = White::off;
@@ -37,7 +37,7 @@ Tuning tuning_named(const std::string& white, const std::string& scale);
 // Grey world scales red and blue until their means equal green's. The stretch then brings the level
 // that 99.9 % of a channel's samples do not exceed to full range, for the brightest channel, and no
 // gain below 1.
-Gains choose_gains(const Tuning& tuning, const Census& census, const SampleLayout& layout);
+Gains choose_gains(const Tuning& tuning, const Histogram& histogram, const SampleLayout& layout);
 
 // Samples are rounded, and end at full range.
 void apply_gains(const Gains& gains, const Frame& frame, const SampleLayout& layout);

@@ -11,19 +11,19 @@ namespace trv::tool {
 namespace {
 
 // A guess that is wrong may leave nothing to balance; the picture is worth seeing all the same.
-Gains gains_for(const Census& census, const SampleLayout& layout, bool mosaic) {
+Gains gains_for(const Histogram& histogram, const SampleLayout& layout, bool mosaic) {
     const Tuning plain{Tuning::White::off, {1, 1, 1}, true};
-    if (!mosaic) return choose_gains(plain, census, layout);
+    if (!mosaic) return choose_gains(plain, histogram, layout);
     try {
-        return choose_gains({Tuning::White::grey, {1, 1, 1}, true}, census, layout);
+        return choose_gains({Tuning::White::grey, {1, 1, 1}, true}, histogram, layout);
     } catch (const Failure&) {
-        return choose_gains(plain, census, layout);
+        return choose_gains(plain, histogram, layout);
     }
 }
 
 void tune(const Frame& frame, const SampleLayout& layout) {
     const bool mosaic = frame.geometry().format->family == Family::bayer;
-    apply_gains(gains_for(take_census(frame, layout), layout, mosaic), frame, layout);
+    apply_gains(gains_for(take_histogram(frame, layout), layout, mosaic), frame, layout);
 }
 
 }  // namespace

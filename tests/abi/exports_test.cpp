@@ -93,7 +93,7 @@ const Kernel kernels[] = {
 #include "image/format/members.inc"
 };
 
-TEST(Doors, OfMosaicsAreWhatTheirNamesSay) {
+TEST(Exports, OfMosaicsAreWhatTheirNamesSay) {
     for (const auto& [name, output, input, phase, method] : kernels) {
         const bool deep = input == 'n';
         const uint32_t to = code_of(output);
@@ -107,7 +107,7 @@ TEST(Doors, OfMosaicsAreWhatTheirNamesSay) {
     EXPECT_EQ(std::size(kernels), 81u);
 }
 
-TEST(Doors, OfFieldMethodsAreTheEntrysMethods) {
+TEST(Exports, OfFieldMethodsAreTheEntrysMethods) {
     const char* const names[] = {"TIL_FieldToFrame_LineDup", "TIL_FieldToFrame_LineAve",
                                  "TIL_FieldToFrame_Bilinear", "TIL_FieldToFrame_Median"};
     for (uint32_t method = 0; method < 4; ++method)

@@ -7,7 +7,7 @@ namespace trv::raw {
 
 // Lines begin `step` bytes apart. Of each, `line` bytes belong to the picture and `behind` more are
 // touched. A picture that is copied as one block is one line.
-struct Reach {
+struct AccessExtent {
     uint64_t line;
     uint64_t behind;
     uint64_t step;
@@ -78,7 +78,7 @@ constexpr bool steps_backwards(const Job& job, const Decision& decision) {
            uint64_t{job.source.width} + job.destination.stride < job.destination.width;
 }
 
-constexpr Reach source_reach(const Job& job, const Decision& decision) {
+constexpr AccessExtent source_extent(const Job& job, const Decision& decision) {
     const Side& side = job.source;
     if (is_block(job, decision)) return {side.bytes(), 0, 0, 1};
     const uint32_t step = reads_whole_words(decision) ? side.stride & ~1u : side.stride;
@@ -86,7 +86,7 @@ constexpr Reach source_reach(const Job& job, const Decision& decision) {
             side.height};
 }
 
-constexpr Reach destination_reach(const Job& job, const Decision& decision) {
+constexpr AccessExtent destination_extent(const Job& job, const Decision& decision) {
     const Format& format = *decision.destination;
     if (is_block(job, decision)) return {job.source.bytes(), 0, 0, 1};
     const uint64_t line = line_bytes(format, job.source.width);
