@@ -1,21 +1,18 @@
 #include "tool/routes.h"
 
-#include "image/format/routes.h"
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
-#include "tool/picture/frame.h"
-#include "trvil/til.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
 
-uint32_t try_method(const Format& from, const Format& to, uint32_t method, Phase phase) {
-    constexpr uint32_t width = 16, height = 2;  // whole groups of every packed format
-    const Frame source(tight(from, width, height));
-    const Frame destination(tight(to, width, height));
-    source.set_bayer(method, phase);
-    return TIL_Convert(source.handle(), destination.handle());
+TRW_Route route_between(const Format& from, const Format& to, uint32_t method, uint32_t phase) {
+    TRW_Route route{};
+    route.size = sizeof route;
+    TRW_PlanRoute(whole_code(from), whole_code(to), method, phase, &route);
+    return route;
 }
 
 // Best first. A picture that needs no conversion beats all others.
@@ -65,8 +62,7 @@ Failure unsuited(const Format& wanted, Kind kind) {
 }  // namespace
 
 bool converts(const Format& from, const Format& to) {
-    if (find_way(whole_code(from), whole_code(to)) == Way::none) return false;
-    return try_method(from, to, TBL_BAYER_METHOD_DUP, Phase::A) == TRV_STATUS_OK;
+    return route_between(from, to, 0, 0).direct != 0;
 }
 
 std::vector<const Format*> reachable(const Format& from) {
@@ -77,11 +73,30 @@ std::vector<const Format*> reachable(const Format& from) {
 }
 
 std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase) {
+    const uint32_t direct = route_between(from, to, 0, phase_parameter(phase)).direct;
     std::vector<std::string> names;
-    for (const uint32_t method : {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_MED})
-        if (try_method(from, to, method, phase) == TRV_STATUS_OK)
-            names.emplace_back(method_name(method));
+    if (direct & TRW_DIRECT_DUP) names.emplace_back(method_name(TBL_BAYER_METHOD_DUP));
+    if (direct & TRW_DIRECT_AVE) names.emplace_back(method_name(TBL_BAYER_METHOD_AVE));
+    if (direct & TRW_DIRECT_MED) names.emplace_back(method_name(TBL_BAYER_METHOD_MED));
     return names;
+}
+
+const char* spoils(const Format& from, const Format& to) {
+    return route_between(from, to, 0, 0).remark;
+}
+
+std::string path_text(const Path& path) {
+    std::vector<std::string> names;
+    for (const Format* format : path) names.emplace_back(format->name);
+    return list(names, " > ");
+}
+
+std::optional<Path> find_chain(const Format& from, const Format& to, const Demosaic& how) {
+    const TRW_Route route = route_between(from, to, how.method, phase_parameter(how.phase));
+    if (route.format[0] == 0) return std::nullopt;
+    Path path;
+    for (uint32_t i = 0; i <= route.steps; ++i) path.push_back(find_whole_format(route.format[i]));
+    return path;
 }
 
 std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& how, Via via) {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "image/format/format.h"
-#include "image/format/lossy.h"
 #include "tool/cli/catalogue.h"
 #include "tool/files/kind.h"
 
@@ -21,10 +20,12 @@ struct Demosaic {
 
 enum class Via { automatic, never };
 
-// Whether there is a direct route, by any method. Asked of the library itself with a tiny picture,
-// so the answer is what this library does.
+// Whether there is a direct route, by any method.
 bool converts(const Format& from, const Format& to);
 std::vector<const Format*> reachable(const Format& from);
+
+// What the direct route does to a picture, as the end of "this route ..."; null when it keeps it.
+const char* spoils(const Format& from, const Format& to);
 
 // The methods by which a mosaic of this phase becomes `to`.
 std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase);

@@ -1,8 +1,9 @@
 #include "tool/cli/catalogue.h"
 
+#include "tool/cli/alias.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
-#include "tool/foreign.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
@@ -28,20 +29,40 @@ std::vector<std::string> all_format_names() {
 
 }  // namespace
 
-const Format& format_named(const std::string& name) {
+std::string packing_name(uint32_t packing) {
+    TRW_PackingInfo info{};
+    info.size = sizeof info;
+    TRW_PackingInfoGet(packing, 0, 0, &info);
+    return info.name;
+}
+
+std::string description(const Pixels& pixels) {
+    if (pixels.packing == 0) return pixels.format->name;
+    return text(pixels.format->name, " from ", packing_name(pixels.packing));
+}
+
+Pixels pixels_named(const std::string& name) {
     for (const Format& format : formats)
-        if (lower(format.name) == lower(name)) return format;
-    if (const Format* format = find_foreign_format(name)) return *format;
+        if (lower(format.name) == lower(name)) return {&format};
+    if (const auto pixels = find_alias(name)) return *pixels;
     throw Failure(Exit::usage, text("unknown format \"", name, "\""),
                   text("the nearest names are ", list(nearest(name, all_format_names(), 4))),
                   "`trvil formats` lists them all, `trvil formats --names` what others call them");
+}
+
+const Format& format_named(const std::string& name) {
+    const Pixels pixels = pixels_named(name);
+    if (pixels.packing == 0) return *pixels.format;
+    throw Failure(Exit::usage, text(name, " is read and not written"),
+                  text("it is packed as ", packing_name(pixels.packing)),
+                  text("use ", pixels.format->name, ", which it becomes"));
 }
 
 Phase phase_named(const std::string& name) {
     for (size_t i = 0; i < std::size(phases); ++i)
         if (lower(name) == lower(phases[i].letter) || lower(name) == lower(phases[i].colours))
             return static_cast<Phase>(i);
-    if (const auto phase = find_foreign_phase(name)) return *phase;
+    if (const auto phase = find_phase_alias(name)) return *phase;
     throw Failure(Exit::usage, text("unknown phase \"", name, "\""),
                   "a phase names the colours of the first two pixels of the first two lines",
                   "use A or RGGB, B or GRBG, C or GBRG, D or BGGR");

@@ -12,7 +12,21 @@ namespace trv::tool {
 // Used where the command line names none.
 inline constexpr uint32_t default_method = TBL_BAYER_METHOD_AVE;
 
-// Each throws Failure with the nearest names when there is none of this name.
+// How a dump stores pixels: in a format, or packed so that TRW_Unpack makes it of them.
+struct Pixels {
+    const Format* format;
+    uint32_t packing = 0;  // TRW_PACKING_...; 0: none
+};
+
+// "12Packed".
+std::string packing_name(uint32_t packing);
+
+// "BAY12_A", or "BAY12_A from 12Packed".
+std::string description(const Pixels& pixels);
+
+// Each throws Failure with the nearest names when there is none of this name. A format is one that
+// pictures can have: nothing packs them.
+Pixels pixels_named(const std::string& name);
 const Format& format_named(const std::string& name);
 Phase phase_named(const std::string& name);
 uint32_t method_named(const std::string& name);

@@ -51,16 +51,19 @@ Size size_named(const std::string& name) {
                   "write it as -s 1920x1080");
 }
 
-Geometry source_geometry(const Format& format, const Size& size, std::optional<uint64_t> stride) {
+Geometry source_geometry(const Pixels& pixels, const Size& size, std::optional<uint64_t> stride) {
+    const Format& format = *pixels.format;
     Geometry geometry = tight(format, size.width, size.height);
+    geometry.packing = pixels.packing;
+    geometry.stride = static_cast<uint32_t>(geometry.line());
     if (!stride) return geometry;
     const std::string what = text("cannot use the stride ", *stride);
     if (*stride < geometry.line() || *stride > UINT32_MAX)
         throw Failure(Exit::usage, what,
-                      text("a line of ", size.width, " pixels ", format.name, " has ",
+                      text("a line of ", size.width, " pixels ", geometry.name(), " has ",
                            geometry.line(), " bytes, and lines lie at most 4294967295 apart"),
                       "give the bytes from the start of a line to the start of the next");
-    if (*stride % 2 != 0 && wants_even_stride(format))
+    if (*stride % 2 != 0 && pixels.packing == 0 && wants_even_stride(format))
         throw Failure(Exit::usage, what, text("the samples of ", format.name, " are 16-bit words"),
                       "give an even number of bytes");
     geometry.stride = static_cast<uint32_t>(*stride);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "tool/cli/catalogue.h"
 #include "tool/picture/frame.h"
 
 namespace trv::tool {
@@ -17,7 +18,7 @@ struct Size {
 Size size_named(const std::string& name);
 
 // Lines of `stride` bytes, or without padding. Throws Failure for a stride that cannot be.
-Geometry source_geometry(const Format& format, const Size& size, std::optional<uint64_t> stride);
+Geometry source_geometry(const Pixels& pixels, const Size& size, std::optional<uint64_t> stride);
 
 // What could be meant when only `available` bytes follow the `skipped` ones.
 std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_t skipped);

@@ -5,7 +5,7 @@
 namespace trv::tool {
 
 Geometry Reading::geometry() const {
-    return source_geometry(format_named(format), size_named(size), stride);
+    return source_geometry(pixels_named(format), size_named(size), stride);
 }
 
 void add_reading(CLI::App* command, Reading* reading, const std::string& what, bool required) {

@@ -157,6 +157,7 @@ void convert_all(Options o) {
     const Conversion conversion = resolve(o);
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
     check_files(o.inputs, outputs, o.force);
+    if (conversion.source.packing != 0) note(text("unpacking ", conversion.source.name()));
     say_way(conversion.path);
     Batch(conversion, o.inputs, outputs).run(jobs_of(o));
 }

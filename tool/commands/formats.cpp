@@ -1,12 +1,13 @@
+#include <algorithm>
 #include <iomanip>
 #include <iostream>
 #include <memory>
 
+#include "tool/cli/alias.h"
 #include "tool/cli/catalogue.h"
 #include "tool/cli/json.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
-#include "tool/foreign.h"
 #include "tool/routes.h"
 
 namespace trv::tool {
@@ -39,32 +40,57 @@ void list_formats() {
                 phase_name(format.phase), picture_of(format));
 }
 
-void put_names(const std::string& name, const std::vector<std::string>& cells) {
-    std::cout << std::left << std::setw(11) << name;
-    for (size_t i = 0; i < cells.size(); ++i)
-        std::cout << std::setw(i + 1 < cells.size() ? 14 : 0) << cells[i];
-    std::cout << '\n';
+using Row = std::vector<std::string>;
+
+void put_table(const std::vector<Row>& rows) {
+    std::vector<size_t> widths;
+    for (const Row& row : rows)
+        for (size_t i = 0; i < row.size(); ++i) {
+            if (i == widths.size()) widths.push_back(0);
+            widths[i] = std::max(widths[i], row[i].size());
+        }
+    for (const Row& row : rows) {
+        for (size_t i = 0; i + 1 < row.size(); ++i)
+            std::cout << std::left << std::setw(static_cast<int>(widths[i]) + 2) << row[i];
+        std::cout << row.back() << '\n';
+    }
+}
+
+constexpr const char* columns[] = {"pfnc", "v4l2", "gst", "ros"};
+
+Row alias_row(Row row, const Pixels& pixels) {
+    for (const char* system : columns) {
+        const std::string cell = list(aliases(pixels, system));
+        row.push_back(cell.empty() ? "-" : cell);
+    }
+    return row;
 }
 
 void list_names() {
-    put_names("NAME", {"PFNC", "V4L2", "GST", "ROS"});
-    for (const Format& format : formats) {
-        std::vector<std::string> cells;
-        for (const char* world : {"pfnc", "v4l2", "gst", "ros"}) {
-            const std::string cell = list(foreign_names(format, world));
-            cells.push_back(cell.empty() ? "-" : cell);
-        }
-        put_names(format.name, cells);
-    }
+    std::vector<Row> rows = {{"NAME", "PFNC", "V4L2", "GST", "ROS"}};
+    for (const Format& format : formats) rows.push_back(alias_row({format.name}, {&format}));
+    put_table(rows);
+    std::cout << '\n';
+    rows = {{"UNPACKED TO", "FROM", "PFNC", "V4L2", "GST", "ROS"}};
+    for (const Pixels& pixels : packed_pixels())
+        rows.push_back(alias_row({pixels.format->name, packing_name(pixels.packing)}, pixels));
+    put_table(rows);
     std::cout << "\nPHASE\n";
     for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
-        put_names(phase_name(phase), {list(foreign_names(phase))});
+        std::cout << phase_name(phase) << "  " << list(aliases(phase)) << '\n';
+}
+
+Json all_aliases(const Pixels& pixels) {
+    Json names;
+    for (const std::string& system : systems()) names[system] = aliases(pixels, system);
+    return names;
 }
 
 Json as_json(const Format& format) {
-    Json names;
-    for (const std::string& world : worlds()) names[world] = foreign_names(format, world);
     const std::string picture = picture_of(format);
+    Json packed = Json::object();
+    for (const Pixels& pixels : packed_pixels())
+        if (pixels.format == &format) packed[packing_name(pixels.packing)] = all_aliases(pixels);
     return {{"name", format.name},
             {"code", whole_code(format)},
             {"bits_per_pixel", format.stored},
@@ -73,7 +99,8 @@ Json as_json(const Format& format) {
             {"phase", format.phase == Phase::none ? Json() : Json(phase_name(format.phase))},
             {"pixels_per_group", format.group},
             {"picture", picture == "-" ? Json() : Json(picture)},
-            {"foreign_names", names}};
+            {"aliases", all_aliases({&format})},
+            {"packed_aliases", packed}};
 }
 
 struct Options {
@@ -92,14 +119,16 @@ void run_formats(const Options& o) {
 void add_formats(CLI::App* app) {
     CLI::App* command = app->add_subcommand("formats", "List the pixel formats");
     const auto o = std::make_shared<Options>();
-    command->add_flag("--names", o->names, "What other projects call them");
+    command->add_flag("--names", o->names, "What other systems call them");
     add_json_flag(command, &o->json);
     command->footer(
         "STORED is bits of memory per pixel, DEPTH the bits of a sample that carry the value,\n"
         "PICTURE the format in which a PNG holds it, or - where there is no way to one.\n\n"
-        "All names are understood, with the prefix of their world (v4l2:RG10) or without. By "
-        "itself a\n"
-        "name of this library's own is that: RGB16 has 16 bits per pixel, pfnc:RGB16 48.");
+        "All names are understood, with the prefix of their system (v4l2:RG10) or without, and "
+        "PFNC values\n"
+        "(pfnc:0x010C002B). By itself a name of this library's own is that: RGB16 has 16 bits per "
+        "pixel,\n"
+        "pfnc:RGB16 48. Packed pixels are read under their names and unpacked first.");
     command->callback([o] { run_formats(*o); });
 }
 

@@ -65,16 +65,23 @@ std::optional<Phase> phase_of(const Options& o, const Format& format) {
 
 struct Subject {
     Frame frame;
+    Geometry stored;  // as it is in the file
     bool raw;
 };
 
 Subject read_subject(const Options& o) {
     const bool described = !o.reading.size.empty() && !o.reading.format.empty();
-    if (described) return {read_frame(o.input, o.reading.geometry(), o.reading.skip), true};
+    if (described) {
+        const Geometry stored = o.reading.geometry();
+        return {read_frame(o.input, stored, o.reading.skip), stored, true};
+    }
     if (!o.reading.size.empty() || !o.reading.format.empty())
         throw Failure(Exit::usage, "-s and -f belong together", "",
                       "give both for a dump, or none for a picture");
-    if (auto picture = read_picture(o.input)) return {std::move(*picture), false};
+    if (auto picture = read_picture(o.input)) {
+        const Geometry stored = picture->geometry();
+        return {std::move(*picture), stored, false};
+    }
     throw Failure(Exit::usage, text("cannot tell what ", o.input, " holds"),
                   "it is no PNG, PGM or PPM, and a dump tells nothing about itself",
                   text("give -s and -f, or try `trvil guess ", shell_word(o.input), "`"));
@@ -87,8 +94,8 @@ std::optional<uint64_t> length_of(const std::string& path) {
 }
 
 std::string size_check(const Options& o, const Subject& subject) {
-    const Geometry& g = subject.frame.geometry();
-    const std::string shape = text(g.width, "x", g.height, " ", g.format->name);
+    const Geometry& g = subject.stored;
+    const std::string shape = text(g.width, "x", g.height, " ", g.name());
     if (!subject.raw) return shape;
     const std::string needed = text(shape, " in lines of ", g.stride, " bytes: ", g.bytes());
     const auto length = length_of(o.input);
@@ -127,7 +134,7 @@ Json as_json(const Plane& p) {
 }
 
 void print_as_json(const Options& o, const Subject& subject, const std::vector<Plane>& planes) {
-    const Geometry& g = subject.frame.geometry();
+    const Geometry& g = subject.stored;
     Json list = Json::array();
     for (const Plane& plane : planes) list.push_back(as_json(plane));
     const auto length = length_of(o.input);
@@ -136,6 +143,7 @@ void print_as_json(const Options& o, const Subject& subject, const std::vector<P
                 {"width", g.width},
                 {"height", g.height},
                 {"format", g.format->name},
+                {"packing", g.packing == 0 ? Json() : Json(packing_name(g.packing))},
                 {"stride", g.stride},
                 {"picture_bytes", g.bytes()},
                 {"planes", list}});

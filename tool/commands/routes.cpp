@@ -109,7 +109,7 @@ void print_direct_as_json() {
 
 void list_routes(const Options& o) {
     if (o.from.empty()) return o.json ? print_direct_as_json() : list_direct();
-    const Format& from = format_named(o.from);
+    const Format& from = *pixels_named(o.from).format;
     const auto all = o.to.empty() ? ways_from(from) : ways_between(from, format_named(o.to));
     Json list = Json::array();
     for (const Ways& ways : all) o.json ? list.push_back(as_json(ways)) : describe(ways);

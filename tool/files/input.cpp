@@ -20,7 +20,7 @@ namespace {
 Failure too_short(const Input& input, const Geometry& g, uint64_t available, uint64_t skip) {
     const std::string behind = skip == 0 ? "" : text(" behind the first ", skip);
     return {Exit::input,
-            text(input.name(), " is too short for ", g.width, "x", g.height, " ", g.format->name),
+            text(input.name(), " is too short for ", g.width, "x", g.height, " ", g.name()),
             text("needs ", g.bytes(), " bytes (lines of ", g.stride, "), has ", available, behind),
             advice_for_short(g, available, skip)};
 }
@@ -129,11 +129,11 @@ Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t ski
             throw too_short(input, geometry, *length - skipped, skipped);
     }
     input.skip(skip);
-    Frame frame(geometry);
+    Frame frame(bytes_of(geometry));
     const uint64_t got = input.read(frame.line(0), geometry.bytes());
     if (got < geometry.bytes()) throw too_short(input, geometry, got, skip);
     note_surplus(&input, geometry, skip);
-    return frame;
+    return geometry.packing == 0 ? std::move(frame) : unpack(frame, geometry);
 }
 
 Contents read_contents(const std::string& path, uint64_t most, uint64_t longest) {

@@ -7,6 +7,7 @@
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
@@ -44,6 +45,18 @@ uint64_t wrap(const Geometry& g, uint8_t* memory) {
 
 }  // namespace
 
+uint64_t Geometry::line() const {
+    if (packing == 0) return line_bytes(*format, width);
+    TRW_PackingInfo info{};
+    info.size = sizeof info;
+    TRW_PackingInfoGet(packing, 0, width, &info);
+    return info.line_bytes;
+}
+
+std::string Geometry::name() const {
+    return description({format, packing});
+}
+
 Geometry tight(const Format& format, uint32_t width, uint32_t height) {
     return {&format, width, height, static_cast<uint32_t>(line_bytes(format, width))};
 }
@@ -61,6 +74,23 @@ Frame Frame::tightened() const {
     for (uint32_t y = 0; y < geometry_.height; ++y)
         std::memcpy(result.line(y), line(y), geometry_.line());
     return result;
+}
+
+Geometry bytes_of(const Geometry& dump) {
+    if (dump.packing == 0) return dump;
+    return {&format_of(Code::Mono8), static_cast<uint32_t>(dump.line()), dump.height, dump.stride};
+}
+
+Frame unpack(const Frame& bytes, const Geometry& dump) {
+    uint64_t view = 0;
+    TBS_BufferView(&view, bytes.handle(), 0, 0, dump.width, dump.height);
+    const BufferHandle source(view);
+    Frame picture(tight(*dump.format, dump.width, dump.height));
+    const uint32_t status = TRW_Unpack(source.get(), dump.packing, picture.handle());
+    if (status != TRV_STATUS_OK)
+        throw Failure(Exit::conversion, text("cannot unpack ", dump.name()),
+                      text("the library answered status ", status), "");
+    return picture;
 }
 
 }  // namespace trv::tool

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "image/format/format.h"
@@ -16,8 +17,10 @@ struct Geometry {
     uint32_t width;
     uint32_t height;
     uint32_t stride;
+    uint32_t packing = 0;  // TRW_PACKING_... of a dump that becomes the format; 0: none
 
-    uint64_t line() const { return line_bytes(*format, width); }
+    uint64_t line() const;
+    std::string name() const;  // of the pixels
     // The last line needs no padding behind it.
     uint64_t bytes() const { return uint64_t{stride} * (height - 1) + line(); }
 };
@@ -69,5 +72,11 @@ class Frame {
     std::unique_ptr<uint8_t[], Free> memory_;
     BufferHandle handle_;
 };
+
+// What the bytes of a dump are read into: as they are, or where it is packed, a picture of bytes.
+Geometry bytes_of(const Geometry& dump);
+
+// The picture of a packed dump.
+Frame unpack(const Frame& bytes, const Geometry& dump);
 
 }  // namespace trv::tool
