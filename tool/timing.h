@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tool/cli/geometry.h"
-#include "tool/routes.h"
+#include "tool/commands/path.h"
 
 namespace trv::tool {
 

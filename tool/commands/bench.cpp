@@ -9,7 +9,7 @@
 #include "tool/cli/json.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
-#include "tool/routes.h"
+#include "tool/commands/path.h"
 #include "tool/timing.h"
 
 namespace trv::tool {

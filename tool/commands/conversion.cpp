@@ -8,7 +8,7 @@
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
 #include "tool/files/input.h"
-#include "tool/files/picture.h"
+#include "tool/files/picture_write.h"
 #include "trvil/raw.h"
 #include "trvil/til.h"
 

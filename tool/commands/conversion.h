@@ -4,9 +4,9 @@
 #include <string>
 
 #include "tool/cli/report.h"
+#include "tool/commands/path.h"
 #include "tool/files/kind.h"
 #include "tool/picture/balance.h"
-#include "tool/routes.h"
 
 namespace trv::tool {
 

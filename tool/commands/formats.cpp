@@ -8,7 +8,7 @@
 #include "tool/cli/json.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
-#include "tool/routes.h"
+#include "tool/commands/path.h"
 
 namespace trv::tool {
 namespace {

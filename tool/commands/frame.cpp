@@ -9,7 +9,7 @@
 #include "tool/commands/conversion.h"
 #include "tool/files/input.h"
 #include "tool/files/naming.h"
-#include "tool/files/picture.h"
+#include "tool/files/picture_write.h"
 #include "tool/files/same_file.h"
 #include "trvil/til.h"
 

@@ -11,8 +11,8 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/files/input.h"
-#include "tool/files/picture.h"
 #include "tool/files/picture_read.h"
+#include "tool/files/picture_write.h"
 #include "tool/files/same_file.h"
 #include "tool/picture/statistics.h"
 

@@ -9,7 +9,7 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/files/input.h"
-#include "tool/files/picture.h"
+#include "tool/files/picture_write.h"
 #include "tool/files/same_file.h"
 #include "tool/guess/phase.h"
 #include "tool/picture/preview.h"

@@ -6,7 +6,7 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/files/output.h"
-#include "tool/files/picture.h"
+#include "tool/files/picture_write.h"
 #include "tool/files/same_file.h"
 #include "tool/picture/chart.h"
 

@@ -1,9 +1,11 @@
+#include "tool/files/png.h"
+
 #include <png.h>
 
 #include <csetjmp>
 
 #include "tool/cli/error.h"
-#include "tool/files/picture.h"
+#include "tool/files/lines.h"
 
 namespace trv::tool {
 namespace {

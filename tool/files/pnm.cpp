@@ -1,4 +1,6 @@
-#include "tool/files/picture.h"
+#include "tool/files/pnm.h"
+
+#include "tool/files/lines.h"
 
 namespace trv::tool {
 

@@ -1,9 +1,9 @@
-// How a person tries a proposal out.
+#include "tool/guess/commands.h"
+
 #include <filesystem>
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/text.h"
-#include "tool/guess/proposal.h"
 
 namespace trv::tool::guess {
 namespace {

@@ -1,8 +1,7 @@
-// Where lines begin and end.
+#include "tool/guess/lines.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "tool/guess/hypothesis.h"
 
 namespace trv::tool::guess {
 namespace {

@@ -1,4 +1,5 @@
 #include "tool/guess/proposal.h"
+#include "tool/guess/lines.h"
 
 #include <algorithm>
 #include <bit>

@@ -26,7 +26,4 @@ std::vector<Proposal> propose(const Dump& dump, size_t most);
 // The picture as a proposal reads it, or nothing when that many bytes are not at hand.
 std::optional<Frame> read_as(const Dump& dump, const Proposal& proposal);
 
-// The commands that make a picture by a proposal, as a shell takes them.
-std::vector<std::string> commands_for(const Dump& dump, const Proposal& proposal);
-
 }  // namespace trv::tool::guess

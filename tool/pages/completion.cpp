@@ -1,10 +1,12 @@
 // Completion for bash, without the help of other packages.
+#include "tool/pages/completion.h"
+
 #include <algorithm>
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/text.h"
 #include "tool/cli/topics.h"
-#include "tool/pages/pages.h"
+#include "tool/pages/options.h"
 
 namespace trv::tool::pages {
 namespace {

@@ -3,7 +3,8 @@
 #include <iostream>
 
 #include "tool/cli/application.h"
-#include "tool/pages/pages.h"
+#include "tool/pages/completion.h"
+#include "tool/pages/manual.h"
 
 int main(int count, char** words) {
     const auto app = trv::tool::make_application();

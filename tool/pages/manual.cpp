@@ -1,7 +1,9 @@
 // The manual page, in the man macros that man and mandoc both understand.
+#include "tool/pages/manual.h"
+
 #include "tool/cli/text.h"
 #include "tool/cli/topics.h"
-#include "tool/pages/pages.h"
+#include "tool/pages/options.h"
 
 namespace trv::tool::pages {
 namespace {

@@ -2,10 +2,10 @@
 
 #include "tool/cli/error.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/path.h"
 #include "tool/picture/balance.h"
 #include "tool/picture/samples.h"
 #include "tool/picture/sheet.h"
-#include "tool/routes.h"
 
 namespace trv::tool {
 namespace {

@@ -1,4 +1,4 @@
-// What is made from the command line when the tool is built: the manual page and the completion.
+// The commands and options of the tool, as its pages list them.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -6,9 +6,6 @@
 #include <vector>
 
 namespace trv::tool::pages {
-
-std::string manual(CLI::App* app);
-std::string completion(CLI::App* app);
 
 inline std::vector<CLI::App*> commands_of(CLI::App* app) {
     return app->get_subcommands(std::function<bool(CLI::App*)>());

@@ -1,4 +1,4 @@
-#include "tool/routes.h"
+#include "tool/commands/path.h"
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"

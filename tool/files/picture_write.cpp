@@ -1,19 +1,28 @@
-#include "tool/files/picture.h"
+#include "tool/files/picture_write.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
+#include "tool/files/png.h"
+#include "tool/files/pnm.h"
 #include "trvil/til.h"
 
 namespace trv::tool {
 namespace {
+
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<FILE, CloseFile>;
 
 Failure not_written(const Output& output, const std::string& why) {
     return {Exit::output,
@@ -105,26 +114,6 @@ void write_by_tool(const Frame& frame, Kind kind, const Output& output, Progress
 }
 
 }  // namespace
-
-PictureLines::PictureLines(const Frame& frame)
-    : frame_(frame),
-      layout_(*sample_layout(*frame.geometry().format, Phase::A)),
-      samples_(frame.geometry().format->family == Family::grey ? 1 : 3),
-      places_{place_of(layout_, Channel::red), place_of(layout_, Channel::green),
-              place_of(layout_, Channel::blue)},
-      line_(size_t{frame.geometry().width} * samples_ * layout_.bytes) {}
-
-const uint8_t* PictureLines::get(uint32_t y) {
-    const uint8_t* pixel = frame_.line(y);
-    uint8_t* out = line_.data();
-    for (uint32_t x = 0; x < frame_.geometry().width; ++x) {
-        for (uint32_t i = 0; i < samples_; ++i)
-            for (uint32_t byte = layout_.bytes; byte-- > 0;)
-                *out++ = pixel[places_[i] * layout_.bytes + byte];
-        pixel += size_t{layout_.per_pixel} * layout_.bytes;
-    }
-    return line_.data();
-}
 
 void write_picture(const Frame& frame, Kind kind, Output* output, Progress* progress) {
     if (kind == Kind::tif || kind == Kind::raw)
