@@ -87,11 +87,12 @@ TEST(Stack, OfConversions) {
     for (const auto& [source, destinations] : reference::routes())
         for (const std::string& destination : destinations) {
             const Made from(source), to(destination, 400);
+            const std::string route = source + " to " + destination + " ";
             // The one method and phase that every layout has.
             TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_METHOD, TBL_BAYER_METHOD_DUP);
             TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_PHASE, TBL_BAYER_PHASE_A);
             for_each_level([&](const trv::Level& level) {
-                deepest.measure(source + " to " + destination + " " + level.name, [&] {
+                deepest.measure(route + level.name, [&] {
                     EXPECT_EQ(trv::convert(level, from.handle, to.handle), 0u);
                 });
             });
