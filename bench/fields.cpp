@@ -12,9 +12,9 @@ int main(int argc, char** argv) {
          {trv::Code::Mono8, trv::Code::YUV422, trv::Code::BGR24, trv::Code::BGRX32})
         for (uint32_t method = 0; method < 4; ++method) {
             const trv::Format& format = trv::format_of(code);
-            const unsigned level = options.level;
+            const trv::Level level = options.table();
             const auto run = [level, method](uint64_t source, uint64_t destination) {
-                trv::field_to_frame(trv::levels[level], source, destination, method, 0);
+                trv::field_to_frame(level, source, destination, method, 0);
             };
             tasks.push_back({std::string(format.name) + " " + methods[method], format, format,
                              field, options.size, run});

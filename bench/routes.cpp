@@ -11,10 +11,10 @@ using trv::Format;
 
 Task make_task(const Format& from, const Format& to, const char* method_name, uint32_t method,
                const Options& options) {
-    const unsigned level = options.level;
+    const trv::Level level = options.table();
     const auto run = [level, method](uint64_t source, uint64_t destination) {
         TBS_BufferParameterSet(source, TBL_PARAMETER_BAYER_METHOD, method);
-        trv::convert(trv::levels[level], source, destination);
+        trv::convert(level, source, destination);
     };
     return {std::string(from.name) + " " + to.name + method_name,
             from,

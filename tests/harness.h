@@ -149,6 +149,23 @@ inline std::vector<unsigned> machine_levels() {
     return list;
 }
 
+// A machine on which small pictures are made in the ways of large ones, or large ones in those of
+// small ones, in any mixture.
+inline trv::Machine any_machine(Random& random) {
+    const auto size = [&] { return random.one_in(2) ? uint64_t{0} : UINT64_MAX; };
+    return {"other",
+            {.nearest_cache = size(),
+             .core_caches = size(),
+             .last_cache = size(),
+             .fetch_distance = 64,
+             .fetch_distance_far = 448,
+             .streams_from = size(),
+             .fetches_fields = random.one_in(2),
+             .past_caches_from = size(),
+             .copied_at_once = random.between(1, 4000),
+             .masks_freely = random.one_in(2)}};
+}
+
 // Widths that meet every tail of every vector length, now and then a long line.
 inline uint32_t any_width(Random& random) {
     return random.one_in(12) ? random.between(131, 700) : random.between(2, 130);

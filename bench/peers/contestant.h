@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bench/peers/task.h"
+#include "image/dispatch/level.h"
 
 namespace peers {
 
@@ -56,8 +57,8 @@ void add_yuv(const Task& task, Contestants* list);
 void add_swscale(const Task& task, Contestants* list);
 void add_dc1394(const Task& task, Contestants* list);
 
-// Ourselves at a level, by the level's table.
-Contestant ours(const Task& task, unsigned level, const std::string& name);
+// Ourselves at a level on a machine.
+Contestant ours(const Task& task, const trv::Level& table, const std::string& name);
 
 Contestants peers_of(const Task& task);
 

@@ -15,17 +15,18 @@ using namespace peers;
 struct Options {
     Rules rules;
     std::string only, json;
-    bool all_levels = false, list = false;
+    bool all_levels = false, all_machines = false, list = false;
 };
 
 const char usage[] =
     "usage: bench_peers [--size WxH] [--cold] [--rounds N] [--threads N] [--levels]\n"
-    "                   [--only TEXT] [--json FILE] [--list]\n"
+    "                   [--machines] [--only TEXT] [--json FILE] [--list]\n"
     "  --size WxH    frame size, even sides (1920x1080)\n"
     "  --cold        rings of frames beyond the caches, 4096x3072, 9 rounds\n"
     "  --rounds N    rounds of the contest (31)\n"
     "  --threads N   N threads convert frames of their own; speeds are of all together\n"
     "  --levels      all our levels take part, not only the best\n"
+    "  --machines    the policies of all machines take part, not only this one's\n"
     "  --only TEXT   tasks whose name or family contains TEXT\n"
     "  --json FILE   all times, with machine and versions\n"
     "  --list        names the tasks and who takes part, and measures nothing\n";
@@ -60,6 +61,8 @@ void take_flag(const std::string& word, Options* options) {
         std::exit(0);
     } else if (word == "--levels") {
         options->all_levels = true;
+    } else if (word == "--machines") {
+        options->all_machines = true;
     } else if (word == "--list") {
         options->list = true;
     } else if (word == "--cold") {
@@ -103,9 +106,16 @@ Options parse(int argc, char** argv) {
 // and counted in `faults`.
 Contestants field_of(const Task& task, const Options& options, int* faults) {
     const unsigned best = trv::best_level();
-    Contestants all{ours(task, best, "trvil")}, list;
+    const auto on_this = [](unsigned level) {
+        return trv::on_machine(trv::levels[level], trv::this_machine());
+    };
+    Contestants all{ours(task, on_this(best), "trvil")}, list;
     for (unsigned level = options.all_levels ? 0 : best; level < best; ++level)
-        all.push_back(ours(task, level, std::string("trvil ") + trv::levels[level].name));
+        all.push_back(ours(task, on_this(level), std::string("trvil ") + trv::levels[level].name));
+    if (options.all_machines)
+        for (const trv::Machine& machine : trv::machines)
+            all.push_back(ours(task, trv::on_machine(trv::levels[best], machine),
+                               std::string("trvil on ") + machine.name));
     for (Contestant& peer : peers_of(task)) all.push_back(std::move(peer));
     for (const Contestant& contestant : all) {
         const std::string found = check(task, all.front(), contestant);

@@ -17,20 +17,19 @@ uint32_t field_method(Method method) {
 
 }  // namespace
 
-Contestant ours(const Task& task, unsigned level, const std::string& name) {
-    const trv::Level& table = trv::levels[level];
+Contestant ours(const Task& task, const trv::Level& table, const std::string& name) {
     if (task.is_field()) {
         const uint32_t method = field_method(task.method);
-        return {name, {}, [&table, method](Size) -> Run {
-                    return [&table, method](const Job& job) {
+        return {name, {}, [table, method](Size) -> Run {
+                    return [table, method](const Job& job) {
                         trv::field_to_frame(table, job.from_handle, job.to_handle, method, 1);
                     };
                 }};
     }
     const bool mosaic = task.is_mosaic();
     const uint32_t method = bayer_method(task.method);
-    return {name, {}, [&table, mosaic, method](Size) -> Run {
-                return [&table, mosaic, method](const Job& job) {
+    return {name, {}, [table, mosaic, method](Size) -> Run {
+                return [table, mosaic, method](const Job& job) {
                     if (mosaic)
                         TBS_BufferParameterSet(job.from_handle, TBL_PARAMETER_BAYER_METHOD, method);
                     trv::convert(table, job.from_handle, job.to_handle);

@@ -23,8 +23,8 @@ struct LineKind {
 // How a picture of its size is made out of and into memory.
 struct Memory {
     uint32_t fetch_distance;  // bytes ahead of their use that memory is fetched, 0 for not at all
-    bool outgrows_core;       // whether what is written outgrows the caches of the core
-    bool outgrows_caches;     // whether the picture comes from main memory
+    bool by_fallback;         // 8-bit samples are made sooner by the level below, if masks are here
+    bool aligned_stores;      // stores begin with cache lines, loads wherever that puts them
 };
 
 // Pixels 1 to 2 * pairs of a line. The pointers are those of pixel 0; on the first and the last

@@ -38,15 +38,14 @@ TRV_INLINE size_t behind_cache_line(const uint8_t* out) {
 }
 
 // Whether the first vector and the last one are made apart, so that the stores between them begin
-// with cache lines. They do so at the price of loads that do not, which is worth it where most is
-// stored per sample: in pixels of three bytes when they leave the core, in four-byte ones always,
-// as stores under a mask are slow across cache lines.
+// with cache lines. They do so at the price of loads that do not, which may be worth it where most
+// is stored per sample.
 template <typename Step>
 TRV_INLINE bool aligns_stores(const bayer::Lines& line) {
     if constexpr (!has_lane_masks || Step::sample_bytes == 2 || Step::layout == bayer::rgb16)
         return false;
     else
-        return Step::layout == bayer::bgrx32 || line.memory.outgrows_core;
+        return line.memory.aligned_stores;
 }
 
 template <typename Step>
@@ -119,15 +118,6 @@ TRV_INLINE MakeVectors maker16(unsigned shift) {
         return shift == 8 ? by.template operator()<Sums::upper_byte>() : nullptr;
 }
 
-// Whether 8-bit samples of a picture so large are made sooner by the fallback level: half of its
-// loads and stores lie within a cache line, and where pad bytes are kept its loads bring the
-// destination into the core.
-template <bayer::SpanLayout L>
-TRV_INLINE bool is_faster_by_fallback(const bayer::Lines& line) {
-    if constexpr (!has_lane_masks) return false;
-    return L == bayer::bgrx32 ? line.memory.outgrows_core : line.memory.outgrows_caches;
-}
-
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Lines& line) {
     constexpr Kind kind{D, L, M, {GreenFirst, RowIsRed}};
@@ -138,7 +128,7 @@ void span(const bayer::Lines& line) {
         fallback::bayer_spans.get(D, L, M, kind.line)(line);
     else if constexpr (D == bayer::depth16)
         make_line(line, kind, maker16<L, M, first, RowIsRed>(line.shift));
-    else if (is_faster_by_fallback<L>(line))
+    else if (has_lane_masks && line.memory.by_fallback)
         make_line(line, kind, nullptr);
     else
         make_line(line, kind, make_vectors<Step8<L, M, first, RowIsRed>>);

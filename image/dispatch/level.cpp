@@ -1,5 +1,7 @@
 #include "image/dispatch/level.h"
 
+#include "image/simd/processor.h"
+
 namespace trv {
 
 const Level levels[level_count] = {
@@ -12,17 +14,29 @@ namespace {
 
 // Written once, by the loader, before any caller can be here.
 unsigned chosen = 0;
+Machine machine = machines[0];
 Level current{};
+
+void choose_machine() {
+    if (processor_make() != Make::amd) return;
+    machine = machines[1];
+    if (last_cache_bytes() != 0) machine.memory = amd_policy(last_cache_bytes());
+}
 
 __attribute__((constructor)) void choose_level() {
     chosen = highest_level();
-    current = on_machine(levels[chosen], machines[best_machine()]);
+    choose_machine();
+    current = on_machine(levels[chosen], machine);
 }
 
 }  // namespace
 
 unsigned best_level() {
     return chosen;
+}
+
+const Machine& this_machine() {
+    return machine;
 }
 
 const Level& current_level() {

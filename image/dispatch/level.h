@@ -34,7 +34,7 @@ constexpr Level on_machine(Level level, const Machine& machine) {
 // Index of the highest level that this processor and its operating system run.
 unsigned best_level();
 
-// What the exported functions use: levels[best_level()] on machines[best_machine()].
+// What the exported functions use: levels[best_level()] on this_machine().
 const Level& current_level();
 
 }  // namespace trv

@@ -22,6 +22,15 @@ Mosaic mosaic_of(const Kernel& kernel) {
             kernel.phase == Phase::B};
 }
 
+// Stores under a mask, which keep the pad byte of four, may be slow where they cross cache lines,
+// and for large pictures anywhere: loads that blend bring the destination into the core.
+Memory memory_of(const MemoryPolicy& policy, uint64_t written, uint64_t all, bool masked) {
+    const bool is_large = policy.outgrows_core(written), is_far = policy.outgrows_caches(all);
+    return {.fetch_distance = policy.distance(all),
+            .by_fallback = !policy.masks_freely && (masked ? is_large : is_far),
+            .aligned_stores = !policy.masks_freely && (masked || is_large)};
+}
+
 Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& destination,
                  uint32_t bits, const MemoryPolicy& memory) {
     Image image{};
@@ -37,8 +46,7 @@ Image read_image(const Kernel& kernel, const Buffer& source, const Buffer& desti
     if (span_layout(kernel.output) == rgb16) image.destination_step &= ~1u;
     const uint64_t written = uint64_t{image.destination_step} * image.height;
     const uint64_t all = written + uint64_t{image.source_step} * image.height;
-    image.memory = {memory.distance(all), memory.outgrows_core(written),
-                    memory.outgrows_caches(all)};
+    image.memory = memory_of(memory, written, all, span_layout(kernel.output) == bgrx32);
     return image;
 }
 

@@ -109,9 +109,7 @@ void compare(const Case& c, Random& random) {
     test::Picture source(format, c.width, c.height, stride, bytes_beyond_line(c.kernel, c.width),
                          test::any_side(random));
     fill_samples(source, c.bits, random);
-    // What is done for large pictures alone is done for these small ones too.
-    const auto size = [&] { return random.one_in(2) ? uint64_t{0} : UINT64_MAX; };
-    const trv::Machine other = {"other", {size(), size(), size(), 64, 448}};
+    const trv::Machine other = test::any_machine(random);
     for (unsigned level = 0; level <= trv::best_level(); ++level) {
         ASSERT_TRUE(check(trv::levels[level], c, source, random));
         ASSERT_TRUE(check(trv::on_machine(trv::levels[level], other), c, source, random));
