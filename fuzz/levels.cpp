@@ -40,7 +40,7 @@ void compare_direct(Input& in) {
     if (trv::levels[0].direct->get(reader, writer) == nullptr) return;
     const uint32_t end = 1 + (in.one_in(4) ? in.below(400) : in.below(70));
     direct::Line line{};
-    line.fetch_ahead = in.one_in(2);
+    line.memory = {in.one_in(2), in.one_in(2)};
     line.end = writer == direct::Writer::word ? (end + group - 1) / group * group : end;
     line.shift = 2 * in.between(1, 4);  // 10, 12, 14 or 16 bits
     line.flag = in.below(5);
@@ -94,6 +94,7 @@ void compare_field(Input& in) {
     if (neighbour == field::yuv) count = count / 4 * 4;
     const size_t stride = count + 2 * edge;
     const Memory m = memory_of(in, 2 * stride, count);
+    const bool fetch_ahead = in.one_in(2);
     const auto row_of = [&](const trv::Level& level) {
         if (choice == average) return level.field->average;
         if (choice == copy) return level.field->copy;
@@ -101,7 +102,7 @@ void compare_field(Input& in) {
                                                : level.field->median[neighbour];
     };
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
-        row_of(level)(m.source + edge, m.source + stride + edge, m.out, count);
+        row_of(level)(m.source + edge, m.source + stride + edge, m.out, count, fetch_ahead);
         return 0u;
     });
 }

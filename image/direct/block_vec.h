@@ -48,12 +48,13 @@ struct Field {
     }
 };
 
-// Pixels per block that fill whole vectors of the destination and give a load room at the source.
+// Pixels per block that fill whole vectors of the destination and give a load room at the source:
+// the processor does not fetch ahead by itself for loads under a mask, of less than a vector.
 template <typename M>
 consteval int block_pixels() {
     int pixels = vector_bytes;
     while (pixels * M::destination % (2 * vector_bytes) == 0 &&
-           pixels / 2 * M::source >= (vector_bytes == 64 ? 32 : 16))
+           pixels / 2 * M::source >= (vector_bytes == 64 ? 64 : 16))
         pixels /= 2;
     while (pixels * M::source < 16) pixels *= 2;
     return pixels;

@@ -52,6 +52,12 @@ enum class Writer : uint8_t {
     count
 };
 
+// How a picture of its size is made out of and into memory.
+struct Memory {
+    bool fetch_streams;  // source and destination are fetched ahead of their use
+    bool past_caches;    // nothing of the destination would stay in the caches anyway
+};
+
 // Pixels begin to end - 1 of a line. The pointers are those of pixel 0.
 struct Line {
     const uint8_t* source;
@@ -61,7 +67,7 @@ struct Line {
     unsigned shift;           // significant bits - 8, for sources of words
     unsigned flag;            // what tells of the other channel, for the 48-bit to word routes
     unsigned packing_offset;  // place of pixel 0 in its group, for packed sources to 4-byte pixels
-    bool fetch_ahead;         // whether the picture outgrows the nearest cache
+    Memory memory;
 };
 
 // Always inlined, like all that levels share: no level may leave a copy behind for others.

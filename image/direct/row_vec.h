@@ -10,6 +10,7 @@
 
 #include "image/direct/colour_vec.h"
 #include "image/direct/grey_vec.h"
+#include "image/simd/stream.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
@@ -32,6 +33,17 @@ constexpr int offset_group = 1;
 template <int Bits, int Group>
 constexpr int offset_group<GreyFour<Packed<Bits, Group>>> = Group;
 
+// Whether some bytes of the destination stay as they are.
+template <typename Rule>
+constexpr bool keeps_bytes = false;
+template <template <typename> typename Kind, typename M>
+constexpr bool keeps_bytes<Kind<M>> = [] {
+    if constexpr (requires { M::has_kept(); })
+        return M::has_kept();
+    else
+        return false;
+}();
+
 // Blocks of a line, one behind the other.
 struct Blocks {
     const uint8_t* from;
@@ -47,25 +59,43 @@ struct Pair {
     direct::Reader reader;
     direct::Writer writer;
     uint8_t pixels, unit_bits, unit_bytes, group;  // a unit is 1 << unit_bits pixels
+    bool keeps_bytes;
 
     constexpr size_t bytes(size_t count) const { return (count >> unit_bits) * unit_bytes; }
 };
 constexpr size_t longest_block = 512;
 
-// Fetching both streams ahead is worth a fifth of the time of cold frames on a server core.
 template <typename K, size_t Bytes>
 TRV_SHARED void make_blocks(const Line& line, Blocks blocks) {
     constexpr size_t block_bytes = K::pixels / K::unit * K::unit_bytes;
-    static_assert(block_bytes <= longest_block);
+    static_assert(block_bytes <= longest_block && K::pixels * Bytes <= longest_block);
     const Line job = line;
     for (; blocks.count != 0; --blocks.count) {
-        if (job.fetch_ahead) [[likely]] {
+        if (job.memory.fetch_streams) [[likely]] {
             prefetch_ahead<K::pixels * Bytes>(blocks.to);
             prefetch_ahead<block_bytes>(blocks.from);
         }
         K::write(blocks.to, K::read(blocks.from, job));
         blocks.from += block_bytes;
         blocks.to += K::pixels * Bytes;
+    }
+}
+
+// Made in the nearest cache first, a few blocks at a time, and stored from there.
+TRV_SHARED void make_past_caches(const Line& line, Pair pair, MakeBlocks make, Blocks blocks) {
+    alignas(sizeof(U8)) uint8_t made[4 * longest_block];
+    const size_t bytes = pair.pixels * direct::writer_bytes(pair.writer);
+    while (blocks.count != 0) {
+        const size_t most = sizeof made / bytes;
+        const size_t count = blocks.count < most ? blocks.count : most;
+        make(line, {blocks.from, made, count});
+        blocks.from += pair.bytes(count * pair.pixels);
+        blocks.count -= count;
+        // While stores wait for memory, the next part of the source is on its way.
+        for (size_t at = 0; at < pair.bytes(count * pair.pixels); at += 64)
+            __builtin_prefetch(blocks.from + at);
+        copy_past_caches(blocks.to, made, count * bytes);
+        blocks.to += count * bytes;
     }
 }
 
@@ -85,7 +115,11 @@ TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
         __builtin_memcpy(saved, tail, pair.bytes(pair.pixels));
         tail = saved;
     }
-    make(line, {line.source, line.destination, (last + pair.pixels - 1) / pair.pixels});
+    const Blocks whole{line.source, line.destination, (last + pair.pixels - 1) / pair.pixels};
+    if (line.memory.past_caches && !pair.keeps_bytes)
+        make_past_caches(line, pair, make, whole);
+    else
+        make(line, whole);
     make(line, {tail, line.destination + last * pixel_bytes, 1});
     if (rest.begin < rest.end) scalar::direct_rows.get(pair.reader, pair.writer)(rest);
 }
@@ -113,7 +147,8 @@ void row(const Line& line) {
                         uint8_t{K::pixels},
                         uint8_t{std::countr_zero(K::unit)},
                         uint8_t{K::unit_bytes},
-                        uint8_t{offset_group<Rule>}};
+                        uint8_t{offset_group<Rule>},
+                        keeps_bytes<Rule>};
     if constexpr (is_copy<Rule>)
         __builtin_memmove(line.destination, line.source, line.end * bytes);
     else if constexpr (pair.group > 1)

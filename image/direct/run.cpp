@@ -1,6 +1,7 @@
 #include "image/direct/run.h"
 
 #include "image/direct/row.h"
+#include "image/simd/stream.h"
 
 namespace trv {
 namespace {
@@ -137,6 +138,15 @@ bool is_one_line(const Job& job, const Format& source, const Format& destination
            width * job.source.height <= UINT32_MAX;
 }
 
+direct::Memory memory_of(const MemoryPolicy& policy, const Job& job) {
+    const uint64_t read = uint64_t{job.source.stride} * job.source.height;
+    const uint64_t written = uint64_t{job.destination.stride} * job.source.height;
+    // What is converted in place is in the caches already.
+    return {policy.fetches_streams(written),
+            policy.stores_past_caches(read, written) &&
+                lie_apart(job.source.address, read, job.destination.address, written)};
+}
+
 }  // namespace
 
 void convert_lines(const Level& level, const Job& job, const Format& source,
@@ -154,8 +164,7 @@ void convert_lines(const Level& level, const Job& job, const Format& source,
     line.shift = source.significant - 8u;
     line.flag = flag_of(source, writer);
     line.packing_offset = job.packing_offset;
-    line.fetch_ahead =
-        level.memory->outgrows_nearest(uint64_t{job.destination.stride} * job.source.height);
+    line.memory = memory_of(*level.memory, job);
     if (line.end == 0 || height == 0) return;
     for (uint32_t y = 1; y < height; ++y) {
         row(line);
@@ -163,6 +172,7 @@ void convert_lines(const Level& level, const Job& job, const Format& source,
         line.destination += job.destination.stride;
     }
     run_last_line(row, scalar::direct_rows.get(reader, writer), line, source, writer);
+    if (line.memory.past_caches) order_stores();
 }
 
 }  // namespace trv

@@ -38,7 +38,8 @@ void swap_words(const uint8_t* from, uint8_t* to, uint32_t count) {
 // Deliberate: RGB24 takes this path too, so its red and blue change places in the file.
 void reverse_pixels(const uint8_t* from, uint8_t* to, uint32_t count) {
     const direct::Rows& rows = *current_level().direct;
-    rows.get(direct::Reader::bgr24, direct::Writer::rgb24)({from, to, 0, count, 0, 0, 0, true});
+    rows.get(direct::Reader::bgr24,
+             direct::Writer::rgb24)({from, to, 0, count, 0, 0, 0, {true, false}});
 }
 
 bool put_pixels(FILE* file, const Layout& layout, const Picture& picture) {

@@ -27,4 +27,9 @@ struct Job {
     uint32_t packing_offset;
 };
 
+// Whether two parts of memory have no byte in common.
+inline bool lie_apart(const uint8_t* a, uint64_t a_bytes, const uint8_t* b, uint64_t b_bytes) {
+    return a + a_bytes <= b || b + b_bytes <= a;
+}
+
 }  // namespace trv

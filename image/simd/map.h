@@ -42,6 +42,9 @@ constexpr Plan plan(int first, int count, int window, int room, bool words) {
         if (at > high) high = at;
     }
     if (words) low -= low % 2;  // a word that is shifted is loaded whole
+    // Loads as long as a cache line lie in one where that takes no more of them.
+    const int line = low - low % window;
+    if (window == 64 && (high - line) / window == (high - low) / window) low = line;
     Plan p{};
     for (int at = low; at <= high; at += window) {
         const int latest = room > window ? room - window : 0;

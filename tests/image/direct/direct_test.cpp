@@ -96,12 +96,16 @@ void compare(const Pair& pair, const Geometry& g, const std::vector<unsigned>& l
                        g.destination_stride);
     const Source from(source, g.packing_offset);
     const test::Wrapped to(destination);
-    for (const unsigned level : levels) {
-        destination.put(background);
-        ASSERT_EQ(trv::convert(trv::levels[level], from.handle(), to.handle()), 0u)
-            << describe(pair, g, level);
-        ASSERT_TRUE(test::same_bytes(destination, expected)) << describe(pair, g, level);
-    }
+    const trv::Machine other = test::any_machine(random);
+    for (const unsigned level : levels)
+        for (const trv::Machine& machine : {trv::machines[0], other}) {
+            destination.put(background);
+            ASSERT_EQ(trv::convert(trv::on_machine(trv::levels[level], machine), from.handle(),
+                                   to.handle()),
+                      0u)
+                << describe(pair, g, level);
+            ASSERT_TRUE(test::same_bytes(destination, expected)) << describe(pair, g, level);
+        }
 }
 
 // Strides that hold the widest line the rule may touch, so that lines do not run into each other;
@@ -165,9 +169,12 @@ TEST(Direct, PicturesConvertInPlaceWhereNoPixelGrows) {
                                      g.source_stride, nullptr, nullptr),
                       0u);
             const test::Wrapped from(picture);
+            const trv::Machine machine = test::any_machine(random);
             for (const unsigned level : levels) {
                 picture.put(before);
-                ASSERT_EQ(trv::convert(trv::levels[level], from.handle(), to), 0u);
+                ASSERT_EQ(
+                    trv::convert(trv::on_machine(trv::levels[level], machine), from.handle(), to),
+                    0u);
                 ASSERT_TRUE(test::same_bytes(picture, expected)) << describe(pair, g, level);
             }
             TBS_BufferRelease(&to);
@@ -223,6 +230,45 @@ TEST(Direct, EveryWordOfEveryDepth) {
             ASSERT_EQ(trv::convert(trv::levels[level], from.handle(), to.handle()), 0u);
             ASSERT_TRUE(test::same_bytes(destination, expected)) << describe(pair, g, level);
         }
+    }
+}
+
+// Beyond what any machine's caches hold; the destination begins and ends inside a cache line.
+TEST(Direct, LargePicturesAreTheSameOnEveryMachine) {
+    const uint32_t width = 4100, height = 3001;
+    const char* const pairs[][2] = {{"Mono8", "BGR24"},
+                                    {"BGR24", "BGRX32"},
+                                    {"BGRX32", "BGRX32"},
+                                    {"Mono16", "BGRX32"},
+                                    {"BGR48", "BGR24"}};
+    for (const auto& [from_name, to_name] : pairs) {
+        const trv::Format *from = nullptr, *to = nullptr;
+        for (const trv::Format& format : trv::formats) {
+            if (format.name == std::string(from_name)) from = &format;
+            if (format.name == std::string(to_name)) to = &format;
+        }
+        test::Picture source(*from, width, height,
+                             static_cast<uint32_t>(trv::line_bytes(*from, width)), 0,
+                             test::Guarded::At::back);
+        test::Picture destination(*to, width, height,
+                                  static_cast<uint32_t>(trv::line_bytes(*to, width)), 0,
+                                  test::Guarded::At::back);
+        Random random(test::seed() + 3);
+        source.fill(random);
+        destination.fill(random);
+        const std::vector<uint8_t> background = destination.bytes();
+        const test::Wrapped in(source), out(destination);
+        std::vector<uint8_t> expected;
+        for (const unsigned level : test::machine_levels())
+            for (const trv::Machine& machine : trv::machines) {
+                destination.put(background);
+                const trv::Level table = trv::on_machine(trv::levels[level], machine);
+                ASSERT_EQ(trv::convert(table, in.handle(), out.handle()), 0u);
+                if (expected.empty()) expected = destination.bytes();
+                ASSERT_TRUE(destination.bytes() == expected)
+                    << from_name << " to " << to_name << " level " << table.name << " on "
+                    << machine.name;
+            }
     }
 }
 
