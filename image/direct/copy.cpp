@@ -58,11 +58,11 @@ void copy_colour(const MemoryPolicy& policy, const Job& job) {
 
 }  // namespace
 
-void copy(const Level& level, const Job& job, const Decision& decision) {
+void copy(const MemoryPolicy& policy, const Job& job, const Decision& decision) {
     if (decision.source->family == Family::grey)
-        copy_grey(*level.memory, job, decision);
+        copy_grey(policy, job, decision);
     else
-        copy_colour(*level.memory, job);
+        copy_colour(policy, job);
 }
 
 }  // namespace trv

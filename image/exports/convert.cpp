@@ -39,7 +39,7 @@ void demosaic(const Level& level, const Job& job, const Decision& decision) {
 void run(const Level& level, const Job& job, const Decision& decision) {
     switch (decision.way) {
         case Way::copy:
-            return copy(level, job, decision);
+            return copy(*level.memory, job, decision);
         case Way::helper:
             return convert_by_helper(level, job, *decision.source, *decision.destination);
         case Way::bayer:

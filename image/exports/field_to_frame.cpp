@@ -9,8 +9,8 @@ uint32_t field_to_frame(const Level& level, Handle source, Handle destination, u
                         uint32_t field_flag) {
     if (!Buffer(source).present() || !Buffer(destination).present()) return TRV_STATUS_PARAMETER;
     if (method >= static_cast<uint32_t>(field::Method::count)) return TRV_STATUS_UNSUPPORTED;
-    return field::run(*level.field, static_cast<field::Method>(method), source, destination,
-                      field_flag);
+    return field::run(*level.field, level.memory->fetches_fields,
+                      static_cast<field::Method>(method), source, destination, field_flag);
 }
 
 }  // namespace trv
@@ -20,7 +20,9 @@ using trv::field::Method;
 namespace {
 
 uint32_t run(Method method, uint64_t source, uint64_t destination, uint32_t field_flag) {
-    return trv::field::run(*trv::current_level().field, method, source, destination, field_flag);
+    const trv::Level& level = trv::current_level();
+    return trv::field::run(*level.field, level.memory->fetches_fields, method, source, destination,
+                           field_flag);
 }
 
 }  // namespace

@@ -59,14 +59,14 @@ bool find_neighbour(uint32_t format, Neighbour* neighbour) {
 
 void duplicate_lines(const Field& field) {
     walk(field, [&](const uint8_t* upper, const uint8_t*, uint8_t* out) {
-        field.rows->copy(upper, upper, out, field.stride);
+        field.rows->copy(upper, upper, out, field.stride, field.fetch_ahead);
         return size_t{field.stride};
     });
 }
 
 void average_lines(const Field& field) {
     walk(field, [&](const uint8_t* upper, const uint8_t* lower, uint8_t* out) {
-        field.rows->average(upper, lower, out, field.stride);
+        field.rows->average(upper, lower, out, field.stride, field.fetch_ahead);
         return size_t{field.stride};
     });
 }
@@ -75,7 +75,7 @@ void interpolate(Method method, Neighbour neighbour, const Field& field) {
     const bool is_median = method == Method::median;
     const Row row = is_median ? field.rows->median[neighbour] : field.rows->bilinear[neighbour];
     walk(field, [&](const uint8_t* upper, const uint8_t* lower, uint8_t* out) {
-        const Between line{upper, lower, out, field.stride};
+        const Between line{upper, lower, out, field.stride, field.fetch_ahead};
         if (!is_median) return make_line<Bilinear>(line, row, neighbour);
         return neighbour == four ? make_short_median_line(line, row)
                                  : make_line<Median>(line, row, neighbour);
@@ -84,7 +84,8 @@ void interpolate(Method method, Neighbour neighbour, const Field& field) {
 
 }  // namespace
 
-uint32_t run(const Rows& rows, Method method, Handle source, Handle destination, uint32_t flag) {
+uint32_t run(const Rows& rows, bool fetch_ahead, Method method, Handle source, Handle destination,
+             uint32_t flag) {
     Field field{};
     uint32_t format = 0;
     const Buffer from(source), to(destination);
@@ -94,6 +95,7 @@ uint32_t run(const Rows& rows, Method method, Handle source, Handle destination,
     if (reads_format(method) && !find_neighbour(format, &neighbour)) return TRV_STATUS_UNSUPPORTED;
     if (field.height == 0) return TRV_STATUS_OK;  // nothing to make a frame of
     field.rows = &rows;
+    field.fetch_ahead = fetch_ahead;
     field.even_lines = flag != 0;
     if (method == Method::duplicate)
         duplicate_lines(field);

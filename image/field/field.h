@@ -10,6 +10,7 @@ namespace trv::field {
 
 enum class Method : uint32_t { duplicate, average, bilinear, median, count };
 
-uint32_t run(const Rows& rows, Method method, Handle source, Handle destination, uint32_t flag);
+uint32_t run(const Rows& rows, bool fetch_ahead, Method method, Handle source, Handle destination,
+             uint32_t flag);
 
 }  // namespace trv::field

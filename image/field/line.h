@@ -18,8 +18,9 @@ enum Neighbour : uint8_t {
 
 // `count` bytes from the lines above and below. The pointers are those of the first byte made; the
 // neighbours in front of it and behind the last are read too. For yuv the first byte is an even
-// one.
-using Row = void (*)(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count);
+// one. `fetch_ahead`: the lower line, which was not read before, and the one made.
+using Row = void (*)(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count,
+                     bool fetch_ahead);
 
 struct Rows {
     Row copy;  // of `upper`; `lower` is only fetched ahead

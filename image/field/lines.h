@@ -19,13 +19,14 @@ struct Between {
     const uint8_t* lower;
     uint8_t* out;
     size_t stride;
+    bool fetch_ahead;
 
     void average(size_t first, size_t count) const {
         for (size_t k = first; k < first + count; ++k)
             out[k] = static_cast<uint8_t>(Average::at(upper, lower, static_cast<ptrdiff_t>(k), 0));
     }
     void run(Row row, size_t first, size_t count) const {
-        row(upper + first, lower + first, out + first, count);
+        row(upper + first, lower + first, out + first, count, fetch_ahead);
     }
 };
 

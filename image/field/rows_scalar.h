@@ -21,7 +21,7 @@ constexpr ptrdiff_t distance(field::Neighbour n, size_t k) {
 }
 
 template <typename Rule, field::Neighbour N>
-void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count) {
+void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count, bool) {
     for (size_t k = 0; k < count; ++k)
         out[k] =
             static_cast<uint8_t>(Rule::at(upper, lower, static_cast<ptrdiff_t>(k), distance(N, k)));

@@ -84,17 +84,22 @@ struct Median {
 };
 
 template <typename Rule, field::Neighbour N>
-void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count) {
-    if (count < sizeof(U8)) return Rule::of(fallback::field_rows, N)(upper, lower, out, count);
+void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count, bool fetch_ahead) {
+    if (count < sizeof(U8))
+        return Rule::of(fallback::field_rows, N)(upper, lower, out, count, fetch_ahead);
     const size_t last = count - sizeof(U8);
     U8 odd = as<U8>(splat<U16>(0xFF00));
     for (size_t k = 0;; k += sizeof(U8)) {
         if (k >= last) {
             if (last % 2 != k % 2) odd = ~odd;
             k = last;
+            // A branch: were k the smaller of two, every load would wait for the one before it.
+            __asm__("" : "+r"(k));
         }
-        prefetch_ahead<sizeof(U8)>(out + k);
-        prefetch_ahead<sizeof(U8)>(lower + k);
+        if (fetch_ahead) {
+            prefetch_ahead<sizeof(U8)>(out + k);
+            prefetch_ahead<sizeof(U8)>(lower + k);
+        }
         store(out + k, Rule::template at<N>(upper + k, lower + k, odd));
         if (k == last) break;
     }

@@ -28,7 +28,8 @@ struct Field {
     uint32_t stride;
     uint32_t height;
     const Rows* rows;
-    bool even_lines;  // the field's lines become the frame's lines 0, 2, 4, ...
+    bool fetch_ahead;  // whether lines are fetched ahead of their use
+    bool even_lines;   // the field's lines become the frame's lines 0, 2, 4, ...
 };
 
 // `synthesise` makes a line from two and says how many bytes it wrote. Both positions go on by that
@@ -39,7 +40,7 @@ void walk(const Field& field, const Synthesise& synthesise) {
     uint8_t* to = field.destination;
     const size_t stride = field.stride;
     const auto copy = [&] {
-        field.rows->copy(from, from, to, stride);
+        field.rows->copy(from, from, to, stride, field.fetch_ahead);
         to += stride;
     };
     if (!field.even_lines) copy();

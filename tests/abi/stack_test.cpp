@@ -118,11 +118,12 @@ TEST(Stack, OfFieldsAndFiles) {
         const Made from(format), to(format, 333, 10);
         for_each_level([&](const trv::Level& level) {
             for (uint32_t method = 0; method < 4; ++method)
-                deepest.measure(
-                    format + " method " + std::to_string(method) + " " + level.name, [&] {
-                        trv::field::run(*level.field, static_cast<trv::field::Method>(method),
-                                        from.handle, to.handle, 0);
-                    });
+                deepest.measure(format + " method " + std::to_string(method) + " " + level.name,
+                                [&] {
+                                    trv::field::run(*level.field, level.memory->fetches_fields,
+                                                    static_cast<trv::field::Method>(method),
+                                                    from.handle, to.handle, 0);
+                                });
         });
         const std::string path = "/proc/self/fd/" + std::to_string(memfd_create("trvil", 0));
         for (const uint32_t type : {TIL_FILE_RAW, TIL_FILE_TIFF})

@@ -40,10 +40,11 @@ void compare(const Case& c, uint32_t stride, Random& random) {
     reference::field_to_frame(field.memory.data(), stride, c.lines, c.format, c.method, c.flag != 0,
                               expected.data());
     const test::Wrapped from(field), to(frame);
+    const trv::Machine machine = test::any_machine(random);
     for (unsigned level = 0; level <= trv::best_level(); ++level) {
         frame.put(background);
-        ASSERT_EQ(trv::field_to_frame(trv::levels[level], from.handle(), to.handle(),
-                                      static_cast<uint32_t>(c.method), c.flag),
+        ASSERT_EQ(trv::field_to_frame(trv::on_machine(trv::levels[level], machine), from.handle(),
+                                      to.handle(), static_cast<uint32_t>(c.method), c.flag),
                   0u);
         ASSERT_TRUE(test::same_bytes(frame, expected))
             << ": " << c.format << " method " << static_cast<int>(c.method) << " flag " << c.flag
@@ -126,7 +127,7 @@ TEST(Median6, VectorRowsEqualSortingOverEveryWeakOrdering) {
     std::vector<uint8_t> out(upper.size());
     for (unsigned level = 0; level <= trv::best_level(); ++level) {
         trv::levels[level].field->median[trv::field::one](upper.data() + 1, lower.data() + 1,
-                                                          out.data() + 1, out.size() - 2);
+                                                          out.data() + 1, out.size() - 2, false);
         for (size_t k = 1; k + 1 < out.size(); k += 3)
             ASSERT_EQ(out[k], reference::median_of_six({upper[k - 1], upper[k], upper[k + 1],
                                                         lower[k - 1], lower[k], lower[k + 1]}));
