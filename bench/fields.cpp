@@ -1,10 +1,11 @@
 // Frames from fields by all four methods; a frame has the size of the options, its field half the
 // lines.
-#include "bench/contest.h"
+#include "bench/task.h"
 #include "image/exports/field_to_frame.h"
 
 int main(int argc, char** argv) {
-    const bench::Options options = bench::parse(argc, argv);
+    const bench::Options options =
+        bench::parse_against_copy("Frames from fields by all four methods", argc, argv);
     const bench::Size field{options.size.width, options.size.height / 2};
     const char* const methods[] = {"dup", "ave", "bilinear", "median"};
     std::vector<bench::Task> tasks;

@@ -1,10 +1,9 @@
 // Unpacking at every level: speed as a part of a memory copy's of the same bytes (half of what is
 // read and written together), beside a plain loop, in turns and in one process.
-#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
-#include "bench/measure.h"
 #include "bench/options.h"
 #include "bench/raw_plain.h"
 #include "raw/unpack/unpack.h"
@@ -18,79 +17,54 @@ namespace {
 using bench::Options;
 using bench::Size;
 using trv::raw::Packing;
+using trv::timing::Candidate;
 
-// Memory of both sides, and of a copy of as many bytes.
+// What one call works on: memory of both sides, and of a copy of as many bytes.
 class Frame {
   public:
     Frame(const Packing& packing, Size size)
-        : line_(static_cast<uint32_t>(trv::raw::line_bytes(packing, 0, size.width))),
-          from_(bytes(uint64_t{line_} * size.height)),
-          to_(bytes(uint64_t{size.width} * 2 * size.height)),
-          half_((uint64_t{line_} + 2 * size.width) * size.height / 2),
-          copy_from_(bytes(half_)),
-          copy_to_(bytes(half_)) {
-        const uint32_t words = packing.bits == 10   ? TBL_FORMAT(Mono10)
-                               : packing.bits == 12 ? TBL_FORMAT(Mono12)
-                               : packing.bits == 14 ? TBL_FORMAT(Mono14)
-                                                    : TBL_FORMAT(Mono16);
-        TBS_BufferWrap(&source, size.width, size.height, TBL_FORMAT(Mono8), from_.get(),
-                       uint64_t{line_} * size.height, line_, nullptr, nullptr);
-        TBS_BufferWrap(&destination, size.width, size.height,
-                       packing.bits == 8 ? TBL_FORMAT(YUV422) : words, to_.get(),
-                       uint64_t{size.width} * 2 * size.height, 0, nullptr, nullptr);
-    }
-    ~Frame() {
-        TBS_BufferRelease(&source);
-        TBS_BufferRelease(&destination);
-    }
-    Frame(const Frame&) = delete;
-    Frame& operator=(const Frame&) = delete;
+        : line_(trv::raw::line_bytes(packing, 0, size.width)),
+          half_(bytes(packing, size) / 2),
+          from_(line_ * size.height),
+          to_(uint64_t{size.width} * 2 * size.height),
+          copy_from_(half_),
+          copy_to_(half_),
+          source_(bench::buffer_of(trv::format_of(trv::Code::Mono8), size, from_.data(), line_)),
+          destination_(bench::buffer_of(words_of(packing), size, to_.data())) {}
 
-    void copy() const { std::memcpy(copy_to_.get(), copy_from_.get(), half_); }
-    uint64_t all_bytes() const { return 4 * half_; }
-    const uint8_t* from() const { return from_.get(); }
-    uint8_t* to() const { return to_.get(); }
-
-    uint64_t source = 0, destination = 0;
+    static uint64_t bytes(const Packing& packing, Size size) {
+        return (trv::raw::line_bytes(packing, 0, size.width) + 2 * uint64_t{size.width}) *
+               size.height;
+    }
+    void copy() const { std::memcpy(copy_to_.data(), copy_from_.data(), half_); }
+    const uint8_t* from() const { return from_.data(); }
+    uint8_t* to() const { return to_.data(); }
+    uint64_t source() const { return source_.handle(); }
+    uint64_t destination() const { return destination_.handle(); }
 
   private:
-    struct Free {
-        void operator()(uint8_t* p) const { std::free(p); }
-    };
-    using Bytes = std::unique_ptr<uint8_t, Free>;
-
-    static Bytes bytes(uint64_t count) {
-        const uint64_t room = (count + 64 + 4095) / 4096 * 4096;
-        Bytes made(static_cast<uint8_t*>(std::aligned_alloc(4096, room)));
-        for (uint64_t i = 0; i < room; ++i)
-            made.get()[i] = static_cast<uint8_t>(i * 2654435761u >> 13);
-        return made;
+    static const trv::Format& words_of(const Packing& packing) {
+        return trv::format_of(packing.bits == 8    ? trv::Code::YUV422
+                              : packing.bits == 10 ? trv::Code::Mono10
+                              : packing.bits == 12 ? trv::Code::Mono12
+                              : packing.bits == 14 ? trv::Code::Mono14
+                                                   : trv::Code::Mono16);
     }
 
-    uint32_t line_;
-    Bytes from_, to_;
-    uint64_t half_;
-    Bytes copy_from_, copy_to_;
+    uint64_t line_, half_;
+    bench::Memory from_, to_, copy_from_, copy_to_;
+    trvil::Buffer source_, destination_;
 };
 
-// Frames of one contestant: one of them when warm, more than the caches hold when cold. Contestants
-// that shared frames would find them in the cache, warmed by the one before.
-class Ring {
-  public:
-    Ring(const Packing& packing, const Options& options) {
-        do frames_.push_back(std::make_unique<Frame>(packing, options.size));
-        while (options.cold && frames_.size() * frames_[0]->all_bytes() < size_t{800} << 20);
-    }
-    const Frame& next() { return *frames_[turn_++ % frames_.size()]; }
-
-  private:
-    std::vector<std::unique_ptr<Frame>> frames_;
-    size_t turn_ = 0;
-};
-
+// A candidate that goes through frames of its own. Candidates that shared frames would find them in
+// the cache, warmed by the one before.
 template <typename Run>
-std::function<void()> contestant(const Packing& packing, const Options& options, Run run) {
-    return [ring = std::make_shared<Ring>(packing, options), run] { run(ring->next()); };
+Candidate candidate(const Packing& packing, const Options& options, Run run) {
+    const auto ring = std::make_shared<std::vector<Frame>>();
+    const uint64_t bytes = Frame::bytes(packing, options.size);
+    for (size_t i = trv::timing::sets_of(bytes, options.rules); i > 0; --i)
+        ring->emplace_back(packing, options.size);
+    return [ring, run, turn = size_t{0}](unsigned) mutable { run((*ring)[turn++ % ring->size()]); };
 }
 
 #ifdef TRV_PEER_YUV
@@ -110,17 +84,19 @@ void shuffle(const Frame& frame, Size size) {
 
 void measure(const Packing& packing, const Options& options) {
     const auto level = trv::raw::levels[options.level];
-    std::vector<std::function<void()>> contestants;
-    const auto add = [&](auto run) { contestants.push_back(contestant(packing, options, run)); };
+    std::vector<Candidate> candidates;
+    const auto add = [&](auto run) { candidates.push_back(candidate(packing, options, run)); };
     add([](const Frame& f) { f.copy(); });
-    add([&](const Frame& f) { trv::raw::unpack(level, f.source, packing.code, f.destination); });
+    add([&](const Frame& f) {
+        trv::raw::unpack(level, f.source(), packing.code, f.destination());
+    });
     add([&](const Frame& f) {
         bench::unpack_plainly(packing.code, f.from(), f.to(), options.size);
     });
 #ifdef TRV_PEER_YUV
     if (is_shuffle(packing)) add([&](const Frame& f) { shuffle(f, options.size); });
 #endif
-    const std::vector<double> times = bench::race(contestants, options.rounds);
+    const std::vector<double> times = trv::timing::compare(candidates, options.rules);
     const double pixels = 1e-6 * options.size.width * options.size.height;
     std::printf("%-10s %6.2f x copy %8.0f Mpx/s   plain loop %5.2f", packing.name,
                 times[0] / times[1], pixels / times[1], times[0] / times[2]);
@@ -132,7 +108,7 @@ void measure(const Packing& packing, const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = bench::parse(argc, argv);
+    const Options options = bench::parse_against_copy("Unpacking at every level", argc, argv);
     std::printf("# below: speed as a part of that copy's\n");
     for (const Packing& packing : trv::raw::packings)
         if (std::string(packing.name).find(options.only) != std::string::npos)

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "bench/ring.h"
+#include "bench/memory.h"
 
 namespace bench {
 

@@ -1,6 +1,6 @@
 // Every route of TIL_Convert, every method of the mosaics.
 #include "image/format/routes.h"
-#include "bench/contest.h"
+#include "bench/task.h"
 #include "image/exports/convert.h"
 
 namespace {
@@ -43,7 +43,8 @@ void add_tasks(const Format& from, const Format& to, const Options& options,
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = bench::parse(argc, argv);
+    const Options options = bench::parse_against_copy(
+        "Every route of TIL_Convert, every method of the mosaics", argc, argv);
     std::vector<Task> tasks;
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats) add_tasks(from, to, options, &tasks);

@@ -8,8 +8,8 @@ test_packages=(libgtest-dev python3 python3-numpy python3-pytest clang-format
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
 # What the preset aarch64 takes.
 cross_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user googletest)
-# What bench/peers measures against; nothing else needs them.
-peer_packages=(pkg-config python3 libopencv-dev libyuv-dev libswscale-dev libdc1394-dev)
+# What bench/peers measures against and draws with; nothing else needs them.
+peer_packages=(pkg-config python3 python3-matplotlib libopencv-dev libyuv-dev libswscale-dev libdc1394-dev)
 
 # Those of the named packages that are not installed.
 missing_packages() {

@@ -3,14 +3,14 @@
 // watched, so this program answers them in front of the buffer library, as any program may.
 #include <dlfcn.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "bench/measure.h"
+#include "bench/options.h"
 #include "bench/peers/frames.h"
 #include "image/dispatch/level.h"
 
@@ -49,13 +49,13 @@ struct Cost {
 };
 
 double nanoseconds(const std::function<void()>& run, int calls) {
-    return 1e9 / calls * bench::seconds([&] {
+    return 1e9 / calls * trv::timing::seconds([&] {
                for (int i = 0; i < calls; ++i) run();
            });
 }
 
 Cost measure(const Task& task, Size size, int rounds) {
-    const Contestant own = ours(task, trv::best_level(), "trvil");
+    const Candidate own = ours(task, trv::current_level(), "trvil");
     const Frame frame(task, size, to_bytes(task, size), Content::noise);
     const Run run = own.prepare(task.from_size(size));
     std::vector<Query> queries;
@@ -77,28 +77,24 @@ Cost measure(const Task& task, Size size, int rounds) {
         calls.push_back(nanoseconds(call, 1000));
         asks.push_back(nanoseconds(ask, 1000));
     }
-    return {task.name(), size, queries.size(), bench::median(calls), bench::median(asks)};
+    return {task.name(), size, queries.size(), trv::timing::median(calls),
+            trv::timing::median(asks)};
 }
 
-void write_json(const char* path, const std::vector<Cost>& costs) {
-    std::FILE* const file = std::fopen(path, "w");
-    if (file == nullptr) {
-        std::fprintf(stderr, "bench_call: cannot write %s: %s\n", path, std::strerror(errno));
-        std::exit(1);
-    }
-    std::fprintf(file, "{\"calls\": [");
-    const char* comma = "";
-    for (const Cost& cost : costs) {
-        std::fprintf(file,
-                     "%s\n{\"task\": \"%s\", \"width\": %u, \"height\": %u, \"queries\": %zu, "
-                     "\"call_ns\": %.1f, \"queries_ns\": %.1f}",
-                     comma, cost.name.c_str(), cost.size.width, cost.size.height, cost.queries,
-                     cost.call_ns, cost.queries_ns);
-        comma = ",";
-    }
-    std::fprintf(file, "]}\n");
-    if (std::fclose(file) == 0) return;
-    std::fprintf(stderr, "bench_call: %s is not complete: %s\n", path, std::strerror(errno));
+void write_json(const std::string& path, const std::vector<Cost>& costs) {
+    auto list = nlohmann::ordered_json::array();
+    for (const Cost& cost : costs)
+        list.push_back({{"task", cost.name},
+                        {"width", cost.size.width},
+                        {"height", cost.size.height},
+                        {"queries", cost.queries},
+                        {"call_ns", cost.call_ns},
+                        {"queries_ns", cost.queries_ns}});
+    std::ofstream file(path);
+    file << nlohmann::ordered_json{{"calls", list}}.dump(1) << '\n';
+    if (file.flush().good()) return;
+    std::fprintf(stderr, "bench_call: cannot write %s; the figures above are not saved\n",
+                 path.c_str());
     std::exit(1);
 }
 
@@ -111,11 +107,13 @@ const Task tasks[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const int rounds = argc >= 2 ? std::atoi(argv[1]) : 200;
-    if (rounds < 1 || argc > 3) {
-        std::fprintf(stderr, "usage: bench_call [ROUNDS [JSON-FILE]]\n");
-        return 2;
-    }
+    int rounds = 200;
+    std::string json;
+    CLI::App app("What a call costs beside the pixels");
+    app.add_option("--rounds", rounds, "So many rounds of 1000 calls [200]")
+        ->check(CLI::Range(1, 100000));
+    app.add_option("--json", json, "All figures")->type_name("FILE");
+    bench::parse(&app, argc, argv);
     std::vector<Cost> costs;
     std::printf("%-24s %8s %9s %8s %8s %8s\n", "ns per call", "size", "queries", "call", "asking",
                 "the rest");
@@ -127,6 +125,6 @@ int main(int argc, char** argv) {
                         cost.queries, cost.call_ns, cost.queries_ns, cost.rest_ns());
             costs.push_back(cost);
         }
-    if (argc == 3) write_json(argv[2], costs);
+    if (!json.empty()) write_json(json, costs);
     return 0;
 }

@@ -13,15 +13,15 @@ import pathlib
 import re
 import sys
 
-from svg import dots_chart, bars_chart
+from drawing import bars_chart, dots_chart
 
 RUNS = ["warm", "cold", "small", "tiny", "threads"]
 PEERS = ["plain", "plain pdep", "OpenCV", "libyuv", "swscale", "dc1394"]
 LEVELS = ["trvil", "trvil v3", "trvil v2", "trvil scalar"]
 
 
-def is_ours(contestant):
-    return contestant["name"].startswith("trvil")
+def is_ours(candidate):
+    return candidate["name"].startswith("trvil")
 
 
 class Task:
@@ -30,9 +30,9 @@ class Task:
     def __init__(self, result):
         self.name, self.family = result["task"], result["family"]
         self.pixels, self.bytes, self.copy = result["pixels"], result["bytes"], result["copy_seconds"]
-        self.contestants = result["contestants"]
-        self.own = self.contestants[0]["seconds"]
-        self.peers = [c for c in self.contestants if not is_ours(c)]
+        self.candidates = result["candidates"]
+        self.own = self.candidates[0]["seconds"]
+        self.peers = [c for c in self.candidates if not is_ours(c)]
         self.best = min(self.peers, key=lambda c: c["seconds"], default=None)
 
     def of_copy(self, seconds=None):
@@ -74,8 +74,8 @@ def table(heads, rows):
     return "\n".join(lines)
 
 
-def named(contestant):
-    return contestant["name"] + ("~" if contestant["near"] else "")
+def named(candidate):
+    return candidate["name"] + ("~" if candidate["differs"] else "")
 
 
 def spread(values):
@@ -128,10 +128,10 @@ def peers_part(runs):
         cells = []
         for name in names:
             peer = by_name.get(name)
-            cells.append(f"{task.of_copy(peer['seconds']):.2f}{'~' if peer['near'] else ''}" if peer else "")
-        near = [f"{c['name']}: {c['near']}" for c in task.peers if c["near"]]
-        rows.append([task.name, f"{task.of_copy():.2f}"] + cells + ["; ".join(near)])
-    return table(["Task", "trvil:"] + [n + ":" for n in names] + ["what is near"], rows)
+            cells.append(f"{task.of_copy(peer['seconds']):.2f}{'~' if peer['differs'] else ''}" if peer else "")
+        differs = [f"{c['name']}: {c['differs']}" for c in task.peers if c["differs"]]
+        rows.append([task.name, f"{task.of_copy():.2f}"] + cells + ["; ".join(differs)])
+    return table(["Task", "trvil:"] + [n + ":" for n in names] + ["what differs"], rows)
 
 
 def level_part(runs):
@@ -139,7 +139,7 @@ def level_part(runs):
     for family, tasks in runs["warm"].families().items():
         cells = []
         for level in LEVELS:
-            times = [(t, c["seconds"]) for t in tasks for c in t.contestants if c["name"] == level]
+            times = [(t, c["seconds"]) for t in tasks for c in t.candidates if c["name"] == level]
             cells.append(f"{mean(t.of_copy(s) for t, s in times):.2f}" if times else "")
         rows.append([family] + cells)
     return table(["Family", runs["warm"].machine["level"] + ":", "v3:", "v2:", "scalar:"], rows)

@@ -31,19 +31,20 @@ bool is_inside(size_t pixel, size_t border) {
            y + border < check_size.height;
 }
 
-std::string compare(const Task& task, const Near& near, const uint8_t* own, const uint8_t* theirs) {
+std::string compare(const Task& task, const Tolerance& tolerance, const uint8_t* own,
+                    const uint8_t* theirs) {
     const Channels ours = channels_of(task.to());
-    const Channels& other = near.channels ? *near.channels : ours;
+    const Channels& other = tolerance.channels ? *tolerance.channels : ours;
     int worst = 0;
     size_t where = 0;
     for (size_t pixel = 0; pixel < size_t{check_size.width} * check_size.height; ++pixel)
-        for (size_t c = 0; is_inside(pixel, near.border) && c < ours.fields.size(); ++c) {
+        for (size_t c = 0; is_inside(pixel, tolerance.border) && c < ours.fields.size(); ++c) {
             const int difference =
                 std::abs(channel(ours, c, own, pixel) - channel(other, c, theirs, pixel));
             if (difference > worst) where = pixel;
             worst = std::max(worst, difference);
         }
-    return worst <= static_cast<int>(near.within) ? "" : differs_by(worst, where);
+    return worst <= static_cast<int>(tolerance.within) ? "" : differs_by(worst, where);
 }
 
 std::string compare_bytes(const Task& task, const Frame& own, const Frame& theirs) {
@@ -56,16 +57,17 @@ std::string compare_bytes(const Task& task, const Frame& own, const Frame& their
 
 }  // namespace
 
-std::string check(const Task& task, const Contestant& own, const Contestant& contestant) {
-    const bool exact = contestant.near.why == nullptr;
-    const size_t room = room_for(task, check_size, {contestant});
+std::string check(const Task& task, const Candidate& own, const Candidate& candidate) {
+    const bool exact = candidate.tolerance.why == nullptr;
+    const size_t capacity = capacity_for(task, check_size, {candidate});
     const Content content = exact ? Content::noise : Content::smooth;
-    const Frame ours(task, check_size, room, content), theirs(task, check_size, room, content);
+    const Frame ours(task, check_size, capacity, content),
+        theirs(task, check_size, capacity, content);
     const Size size = task.from_size(check_size);
     own.prepare(size)(ours.job());
-    contestant.prepare(size)(theirs.job());
+    candidate.prepare(size)(theirs.job());
     if (exact) return compare_bytes(task, ours, theirs);
-    return compare(task, contestant.near, ours.job().to, theirs.job().to);
+    return compare(task, candidate.tolerance, ours.job().to, theirs.job().to);
 }
 
 Channels channels_of(const trv::Format& format) {

@@ -6,21 +6,8 @@
 namespace peers {
 namespace {
 
-// What lies behind a picture and may be read or written by contestants that overrun.
+// What lies behind a picture and may be read or written by candidates that overrun.
 constexpr size_t slack = 256;
-
-constexpr size_t pages(size_t bytes) {
-    return (bytes + 4095) / 4096 * 4096;
-}
-
-uint64_t wrap(const trv::Format& format, Size size, uint8_t* memory) {
-    uint64_t handle = 0;
-    const uint32_t code = trv::format_prefix + static_cast<uint32_t>(format.code);
-    const uint32_t line = static_cast<uint32_t>(trv::line_bytes(format, size.width));
-    TBS_BufferWrap(&handle, size.width, size.height, code, memory,
-                   uint64_t{line} * size.height + 64, line, nullptr, nullptr);
-    return handle;
-}
 
 bool has_words(const trv::Format& format) {
     return format.significant > 8 && format.stored % 16 == 0 && format.family != trv::Family::word;
@@ -68,34 +55,25 @@ void fill_smooth(const trv::Format& format, Size size, uint8_t* memory) {
 
 }  // namespace
 
-Memory::Memory(size_t bytes)
-    : data_(static_cast<uint8_t*>(std::aligned_alloc(4096, pages(bytes)))) {
-    if (data_ == nullptr) std::abort();
-    std::memset(data_.get(), 0x55, bytes);
-}
-
 void fill(Content content, const trv::Format& format, Size size, uint8_t* memory) {
     if (content == Content::smooth) return fill_smooth(format, size, memory);
     fill_noise(format, trv::line_bytes(format, size.width) * size.height, memory);
 }
 
-Frame::Frame(const Task& task, Size size, size_t room, Content content)
-    : to_at_(pages(from_bytes(task, size) + 64)),
+Frame::Frame(const Task& task, Size size, size_t capacity, Content content)
+    : to_at_((from_bytes(task, size) + 64 + 4095) / 4096 * 4096),
       copy_bytes_((from_bytes(task, size) + to_bytes(task, size)) / 2),
-      memory_(to_at_ + room + slack) {
-    uint8_t *const from = memory_.data(), *const to = from + to_at_;
-    fill(content, task.from(), task.from_size(size), from);
-    job_ = {from, to, wrap(task.from(), task.from_size(size), from), wrap(task.to(), size, to)};
+      memory_(to_at_ + capacity + slack),
+      from_(bench::buffer_of(task.from(), task.from_size(size), memory_.data())),
+      to_(bench::buffer_of(task.to(), size, memory_.data() + to_at_)),
+      job_{memory_.data(), memory_.data() + to_at_, from_.handle(), to_.handle()} {
+    std::memset(job_.to, 0x55, capacity);
+    fill(content, task.from(), task.from_size(size), memory_.data());
 }
 
 void Frame::copy() const {
     const size_t to = (copy_bytes_ + 63) / 64 * 64;
     std::memcpy(memory_.data() + to, memory_.data(), copy_bytes_);
-}
-
-Frame::~Frame() {
-    TBS_BufferRelease(&job_.from_handle);
-    TBS_BufferRelease(&job_.to_handle);
 }
 
 size_t from_bytes(const Task& task, Size size) {
@@ -107,13 +85,13 @@ size_t to_bytes(const Task& task, Size size) {
     return trv::line_bytes(task.to(), size.width) * size.height;
 }
 
-size_t room_for(const Task& task, Size size, const Contestants& contestants) {
-    size_t room = to_bytes(task, size);
-    for (const Contestant& contestant : contestants)
-        if (contestant.near.channels)
-            room = std::max(
-                room, size_t{size.width} * size.height * contestant.near.channels->pixel_bits / 8);
-    return room;
+size_t capacity_for(const Task& task, Size size, const Candidates& candidates) {
+    size_t capacity = to_bytes(task, size);
+    for (const Candidate& candidate : candidates)
+        if (candidate.tolerance.channels)
+            capacity = std::max(capacity, size_t{size.width} * size.height *
+                                              candidate.tolerance.channels->pixel_bits / 8);
+    return capacity;
 }
 
 }  // namespace peers

@@ -4,22 +4,16 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
+#include "bench/peers/candidate.h"
 #include "bench/peers/report.h"
 #include "image/dispatch/level.h"
 
 namespace peers {
 namespace {
 
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        if (static_cast<unsigned char>(c) >= ' ') result += c;
-    }
-    return result + '"';
-}
+using Json = nlohmann::ordered_json;
 
 std::string processor() {
     std::ifstream info("/proc/cpuinfo");
@@ -43,56 +37,50 @@ double load() {
     return average;
 }
 
-void write_machine(std::ostream& out) {
+Json machine() {
     utsname system{};
     uname(&system);
-    out << "\"machine\": {\"processor\": " << quoted(processor())
-        << ", \"processors\": " << sysconf(_SC_NPROCESSORS_ONLN)
-        << ", \"system\": " << quoted(std::string(system.sysname) + " " + system.release)
-        << ", \"l2_bytes\": " << sysconf(_SC_LEVEL2_CACHE_SIZE)
-        << ", \"l3_bytes\": " << sysconf(_SC_LEVEL3_CACHE_SIZE)
-        << ", \"compiler\": " << quoted(std::string(TRV_COMPILER) + " " + __VERSION__)
-        << ", \"level\": " << quoted(trv::current_level().name) << ", \"load\": " << load()
-        << ", \"date\": " << quoted(today()) << "},\n\"versions\": {";
-    const char* comma = "";
-    for (const Version& version : versions()) {
-        out << comma << quoted(version.name) << ": " << quoted(version.version);
-        comma = ", ";
-    }
-    out << "},\n";
+    return {{"processor", processor()},
+            {"processors", sysconf(_SC_NPROCESSORS_ONLN)},
+            {"system", std::string(system.sysname) + " " + system.release},
+            {"l2_bytes", sysconf(_SC_LEVEL2_CACHE_SIZE)},
+            {"l3_bytes", sysconf(_SC_LEVEL3_CACHE_SIZE)},
+            {"compiler", std::string(TRV_COMPILER) + " " + __VERSION__},
+            {"level", trv::current_level().name},
+            {"load", load()},
+            {"date", today()}};
 }
 
-void write_result(std::ostream& out, const Result& result) {
-    out << "{\"task\": " << quoted(result.task->name())
-        << ", \"family\": " << quoted(result.task->family) << ", \"pixels\": " << result.pixels
-        << ", \"bytes\": " << result.bytes << ", \"copy_seconds\": " << result.copy_seconds
-        << ",\n  \"contestants\": [";
-    const char* comma = "";
-    for (const Entry& entry : result.entries) {
-        out << comma << "{\"name\": " << quoted(entry.name) << ", \"seconds\": " << entry.seconds
-            << ", \"near\": " << (entry.near != nullptr ? quoted(entry.near) : "null") << "}";
-        comma = ",\n    ";
-    }
-    out << "]}";
+Json result_of(const Result& result) {
+    Json candidates = Json::array();
+    for (const Entry& entry : result.entries)
+        candidates.push_back({{"name", entry.name},
+                              {"seconds", entry.seconds},
+                              {"differs", entry.differs ? Json(entry.differs) : Json()}});
+    return {{"task", result.task->name()},
+            {"family", result.task->family},
+            {"pixels", result.pixels},
+            {"bytes", result.bytes},
+            {"copy_seconds", result.copy_seconds},
+            {"candidates", candidates}};
 }
 
 }  // namespace
 
-bool write_json(const std::string& path, const Rules& rules, const std::vector<Result>& results) {
-    std::ostringstream text;
-    text.precision(9);
-    text << "{";
-    write_machine(text);
-    text << "\"run\": {\"width\": " << rules.size.width << ", \"height\": " << rules.size.height
-         << ", \"cold\": " << (rules.cold ? "true" : "false") << ", \"threads\": " << rules.threads
-         << ", \"rounds\": " << rules.rounds << "},\n\"results\": [\n";
-    for (size_t i = 0; i < results.size(); ++i) {
-        if (i > 0) text << ",\n";
-        write_result(text, results[i]);
-    }
-    text << "]}\n";
+bool write_json(const std::string& path, const bench::Options& options,
+                const std::vector<Result>& results) {
+    Json names = Json::object(), list = Json::array();
+    for (const Version& version : versions()) names[version.name] = version.version;
+    for (const Result& result : results) list.push_back(result_of(result));
+    const Json run = {{"width", options.size.width},
+                      {"height", options.size.height},
+                      {"cold", options.rules.cold},
+                      {"threads", options.rules.threads},
+                      {"rounds", options.rules.rounds}};
     std::ofstream file(path);
-    file << text.str();
+    file << Json{{"machine", machine()}, {"versions", names}, {"run", run}, {"results", list}}.dump(
+                1)
+         << '\n';
     return file.flush().good();
 }
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 
 namespace peers {
 namespace {
@@ -36,9 +36,9 @@ void narrow(const Mat& from, Mat to, unsigned significant) {
 
 using Step = std::function<void(const Mat& from, Mat to)>;
 
-Contestant one_step(const Task& task, const Near& near, const Step& step) {
+Candidate one_step(const Task& task, const Tolerance& tolerance, const Step& step) {
     const int from_type = type_of(task.from()), to_type = type_of(task.to());
-    return {"OpenCV", near, [=](Size size) -> Run {
+    return {"OpenCV", tolerance, [=](Size size) -> Run {
                 return [=](const Job& job) {
                     step(picture(job.from, size, from_type), picture(job.to, size, to_type));
                 };
@@ -72,13 +72,13 @@ Step widen() {
 
 struct Row {
     Code from, to;
-    Near near;
+    Tolerance tolerance;
     Step step;
 };
 
 const std::vector<Row>& direct_rows() {
-    const Near pad{"pad byte", 0};
-    const Near range{"limited-range YUV", 20};
+    const Tolerance pad{"pad byte", 0};
+    const Tolerance range{"limited-range YUV", 20};
     static const std::vector<Row> rows = {
         {Code::BGR24, Code::BGRX32, pad, colour(cv::COLOR_BGR2BGRA)},
         {Code::BGRX32, Code::BGR24, {}, colour(cv::COLOR_BGRA2BGR)},
@@ -120,7 +120,7 @@ int demosaic_code(const Task& task) {
     }
 }
 
-Near demosaic_near(const Task& task) {
+Tolerance demosaic_tolerance(const Task& task) {
     if (task.method == Method::dup) return {"bilinear filter", 3, 2};
     if (task.method == Method::med && task.to_code == Code::BGR24)
         return {"edge-aware filter", 2, 2};
@@ -129,11 +129,11 @@ Near demosaic_near(const Task& task) {
 }
 
 // Deep samples are narrowed first: its demosaicing of 16-bit samples has no vector code.
-Contestant demosaic(const Task& task) {
+Candidate demosaic(const Task& task) {
     const unsigned significant = task.from().significant;
     const int code = demosaic_code(task), to_type = type_of(task.to());
     const bool word = task.to_code == Code::RGB16;
-    return {"OpenCV", demosaic_near(task), [=](Size size) -> Run {
+    return {"OpenCV", demosaic_tolerance(task), [=](Size size) -> Run {
                 const auto scratch = std::make_shared<Mat>(dimensions(size), CV_8U);
                 const auto wide = std::make_shared<Mat>(dimensions(size), CV_8UC3);
                 return [=](const Job& job) {
@@ -169,7 +169,7 @@ void make_between(Method method, const Mat& field, Mat between) {
     field.row(field.rows - 1).copyTo(between.row(field.rows - 1));
 }
 
-Near field_near(Method method) {
+Tolerance field_tolerance(Method method) {
     if (method == Method::line_dup) return {};
     if (method == Method::line_ave) return {"rounding", 1};
     if (method == Method::bilinear) return {"rounding, border", 1, 2};
@@ -177,11 +177,11 @@ Near field_near(Method method) {
 }
 
 // The frame's even lines and its odd lines are two pictures of twice the stride.
-Contestant frame(const Task& task) {
+Candidate frame(const Task& task) {
     const trv::Format& format = task.from();
     const int type = type_of(format);
     const Method method = task.method;
-    return {"OpenCV", field_near(method), [=, &format](Size size) -> Run {
+    return {"OpenCV", field_tolerance(method), [=, &format](Size size) -> Run {
                 const size_t line = trv::line_bytes(format, size.width);
                 return [=](const Job& job) {
                     const Mat field = picture(job.from, size, type);
@@ -195,12 +195,12 @@ Contestant frame(const Task& task) {
 
 }  // namespace
 
-void add_opencv(const Task& task, Contestants* list) {
+void add_opencv(const Task& task, Candidates* list) {
     cv::setNumThreads(1);
     if (task.is_mosaic()) return list->push_back(demosaic(task));
     if (task.is_field() && task.from_code != Code::YUV422) return list->push_back(frame(task));
     for (const Row& row : direct_rows())
-        if (task.is(row.from, row.to)) list->push_back(one_step(task, row.near, row.step));
+        if (task.is(row.from, row.to)) list->push_back(one_step(task, row.tolerance, row.step));
 }
 
 }  // namespace peers

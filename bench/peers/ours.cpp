@@ -1,4 +1,4 @@
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 #include "image/exports/convert.h"
 #include "image/exports/field_to_frame.h"
 
@@ -17,7 +17,7 @@ uint32_t field_method(Method method) {
 
 }  // namespace
 
-Contestant ours(const Task& task, const trv::Level& table, const std::string& name) {
+Candidate ours(const Task& task, const trv::Level& table, const std::string& name) {
     if (task.is_field()) {
         const uint32_t method = field_method(task.method);
         return {name, {}, [table, method](Size) -> Run {

@@ -13,7 +13,7 @@ struct Row {
     Convert convert;
 };
 
-// Sizes are those of the source; its lines are tight, as everywhere in the contest.
+// Sizes are those of the source; its lines are tight, as everywhere here.
 const Row direct_rows[] = {
     {Code::BGR24, Code::BGRX32, plain::pixels<3, 4, plain::Bytes<0, 1, 2>>},
     {Code::BGRX32, Code::BGR24, plain::pixels<4, 3, plain::Bytes<0, 1, 2>>},
@@ -61,16 +61,16 @@ const Row deposit_rows[] = {
 };
 #endif
 
-void add(const char* name, const Near& near, Convert convert, Contestants* list) {
+void add(const char* name, const Tolerance& tolerance, Convert convert, Candidates* list) {
     if (convert == nullptr) return;
-    list->push_back({name, near, [convert](Size size) -> Run {
+    list->push_back({name, tolerance, [convert](Size size) -> Run {
                          return [=](const Job& job) { convert(job.from, job.to, size); };
                      }});
 }
 
 }  // namespace
 
-void add_plain(const Task& task, Contestants* list) {
+void add_plain(const Task& task, Candidates* list) {
     if (task.is_mosaic()) return add("plain", {"border", 0, 1}, plain::demosaic(task), list);
     if (task.is_field()) return add("plain", {}, plain::field(task), list);
     for (const Row& row : direct_rows)

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 
 #ifdef __BMI2__
 #include <immintrin.h>

@@ -15,12 +15,14 @@ const Entry* Result::best_peer() const {
     return best;
 }
 
-void print_heading(const Rules& rules) {
-    std::printf("# %ux%u, %s, %u thread%s, %d rounds; x copy: speed as a part of a memory copy's\n",
-                rules.size.width, rules.size.height, rules.cold ? "cold" : "warm", rules.threads,
+void print_heading(const bench::Options& options) {
+    const Size size = options.size;
+    const trv::timing::Rules& rules = options.rules;
+    std::printf("# %ux%u, %s, %u thread%s, %u rounds; x copy: speed as a part of a memory copy's\n",
+                size.width, size.height, rules.cold ? "cold" : "warm", rules.threads,
                 rules.threads == 1 ? "" : "s", rules.rounds);
     std::printf("%-26s %8s %6s %6s %6s  %s\n", "task", "Mpx/s", "GB/s", "x copy", "x best",
-                "others, x copy (~ near operation: why)");
+                "others, x copy (~ another operation: how)");
 }
 
 void print(const Result& result) {
@@ -35,8 +37,8 @@ void print(const Result& result) {
     for (size_t i = 1; i < result.entries.size(); ++i) {
         const Entry& entry = result.entries[i];
         std::printf(" %s%s%s %.2f", &entry == best ? "*" : "", entry.name.c_str(),
-                    entry.near != nullptr ? "~" : "", result.of_copy(entry));
-        if (entry.near != nullptr) std::printf(" (%s)", entry.near);
+                    entry.differs != nullptr ? "~" : "", result.of_copy(entry));
+        if (entry.differs != nullptr) std::printf(" (%s)", entry.differs);
     }
     std::printf("\n");
     std::fflush(stdout);

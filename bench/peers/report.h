@@ -4,14 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "bench/peers/race.h"
+#include "bench/options.h"
+#include "bench/peers/task.h"
 
 namespace peers {
 
 struct Entry {
     std::string name;
-    const char* near;  // null: the same operation
-    double seconds;    // per frame, or per as many frames as there are threads
+    const char* differs;  // why; null: the same operation
+    double seconds;       // per frame, or per as many frames as there are threads
 };
 
 struct Result {
@@ -27,10 +28,11 @@ struct Result {
 
 bool is_ours(const Entry& entry);
 
-void print_heading(const Rules& rules);
+void print_heading(const bench::Options& options);
 void print(const Result& result);
 
 // Writes all results with the machine they were measured on; false when the file cannot be written.
-bool write_json(const std::string& path, const Rules& rules, const std::vector<Result>& results);
+bool write_json(const std::string& path, const bench::Options& options,
+                const std::vector<Result>& results);
 
 }  // namespace peers

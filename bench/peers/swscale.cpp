@@ -7,7 +7,7 @@ extern "C" {
 
 #include <memory>
 
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 
 namespace peers {
 namespace {
@@ -60,7 +60,7 @@ Context context_for(const Task& task, Size size) {
     return context;
 }
 
-Near near_of(const Task& task) {
+Tolerance tolerance_of(const Task& task) {
     if (task.from().stored == 32 && task.to().stored == 32) return {};
     if (task.is_mosaic()) return {"rounding, border", 1, 2};
     if (task.from_code == Code::YUV422) return {"coefficients", 3};
@@ -75,12 +75,12 @@ Near near_of(const Task& task) {
 
 }  // namespace
 
-void add_swscale(const Task& task, Contestants* list) {
+void add_swscale(const Task& task, Candidates* list) {
     av_log_set_level(AV_LOG_ERROR);  // it remarks on every RGB16
     if (task.is_field() || task.method == Method::dup || task.method == Method::med) return;
     if (known(task.from_code) == AV_PIX_FMT_NONE || known(task.to_code) == AV_PIX_FMT_NONE) return;
     if (!context_for(task, {64, 64})) return;
-    list->push_back({"swscale", near_of(task), [task](Size size) -> Run {
+    list->push_back({"swscale", tolerance_of(task), [task](Size size) -> Run {
                          const Context context = context_for(task, size);
                          const int from =
                              static_cast<int>(trv::line_bytes(task.from(), size.width));

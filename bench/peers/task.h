@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "bench/ring.h"
+#include "bench/memory.h"
 #include "image/format/format.h"
 
 namespace peers {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 
 namespace peers {
 namespace {
@@ -70,7 +70,7 @@ void mono16_to_bgr24(const Strip& s) {
 
 struct Row {
     Code from, to;
-    Near near;
+    Tolerance tolerance;
     Convert convert;
     bool is_chain = false;
 };
@@ -78,10 +78,10 @@ struct Row {
 using namespace libyuv;
 
 const std::vector<Row>& rows() {
-    const Near pad{"pad byte", 0};
-    const Near range{"limited-range YUV", 20};
-    const Near thirty{"fields of 10, 10, 10 and 2 bits", 0, 0,
-                      Channels{32, {{0, 10, 2}, {10, 10, 2}, {20, 10, 2}}}};
+    const Tolerance pad{"pad byte", 0};
+    const Tolerance range{"limited-range YUV", 20};
+    const Tolerance thirty{"fields of 10, 10, 10 and 2 bits", 0, 0,
+                           Channels{32, {{0, 10, 2}, {10, 10, 2}, {20, 10, 2}}}};
     static const std::vector<Row> table = {
         {Code::BGR24, Code::BGRX32, pad, one<RGB24ToARGB, 3, 4>},
         {Code::BGRX32, Code::BGR24, {}, one<ARGBToRGB24, 4, 3>},
@@ -117,12 +117,12 @@ Run convert_by(const Row& row, const Task& task, Size size) {
     const size_t from_line = trv::line_bytes(task.from(), size.width);
     const size_t to_line = trv::line_bytes(task.to(), size.width);
     const uint32_t lines = row.is_chain ? 16 : size.height;
-    const size_t room = row.is_chain ? size_t{size.width} * lines * 4 + 64 : 0;
-    const auto scratch = std::make_shared<std::vector<uint8_t>>(2 * room);
+    const size_t half = row.is_chain ? size_t{size.width} * lines * 4 + 64 : 0;
+    const auto scratch = std::make_shared<std::vector<uint8_t>>(2 * half);
     return [=, convert = row.convert](const Job& job) {
         for (uint32_t y = 0; y < size.height; y += lines)
             convert({job.from + y * from_line, job.to + y * to_line, scratch->data(),
-                     scratch->data() + room, static_cast<int>(size.width),
+                     scratch->data() + half, static_cast<int>(size.width),
                      static_cast<int>(std::min(lines, size.height - y))});
     };
 }
@@ -141,18 +141,18 @@ Run frame(Size size, int line, bool mean) {
 
 }  // namespace
 
-void add_yuv(const Task& task, Contestants* list) {
+void add_yuv(const Task& task, Candidates* list) {
     if (task.method == Method::line_dup || task.method == Method::line_ave) {
         const bool mean = task.method == Method::line_ave;
         const int pixel = task.from().stored / 8;
-        const Near near = mean ? Near{"rounding", 1} : Near{};
-        list->push_back({"libyuv", near, [=](Size size) -> Run {
+        const Tolerance tolerance = mean ? Tolerance{"rounding", 1} : Tolerance{};
+        list->push_back({"libyuv", tolerance, [=](Size size) -> Run {
                              return frame(size, static_cast<int>(size.width) * pixel, mean);
                          }});
     }
     for (const Row& row : rows())
         if (task.is(row.from, row.to))
-            list->push_back({"libyuv", row.near, [task, &row](Size size) -> Run {
+            list->push_back({"libyuv", row.tolerance, [task, &row](Size size) -> Run {
                                  return convert_by(row, task, size);
                              }});
 }

@@ -13,10 +13,10 @@ using namespace peers;
 
 const Task mosaic{"", Code::BAY8, Code::BGR24, Method::ave};
 
-Contestant changed(const Task& task, const Near& near,
-                   const std::function<void(uint8_t* picture, Size size)>& change) {
-    const Contestant own = ours(task, trv::best_level(), "own");
-    return {"changed", near, [=](Size size) -> peers::Run {
+Candidate changed(const Task& task, const Tolerance& tolerance,
+                  const std::function<void(uint8_t* picture, Size size)>& change) {
+    const Candidate own = ours(task, trv::current_level(), "own");
+    return {"changed", tolerance, [=](Size size) -> peers::Run {
                 const Run run = own.prepare(size);
                 return [=](const Job& job) {
                     run(job);
@@ -25,23 +25,24 @@ Contestant changed(const Task& task, const Near& near,
             }};
 }
 
-std::string found(const Near& near, const std::function<void(uint8_t*, Size)>& change) {
-    return check(mosaic, ours(mosaic, trv::best_level(), "own"), changed(mosaic, near, change));
+std::string found(const Tolerance& tolerance, const std::function<void(uint8_t*, Size)>& change) {
+    return check(mosaic, ours(mosaic, trv::current_level(), "own"),
+                 changed(mosaic, tolerance, change));
 }
 
-TEST(Contest, WhoDoesNothingIsFound) {
-    const Contestant idle{"idle", {}, [](Size) -> peers::Run { return [](const Job&) {}; }};
+TEST(Comparison, WhoDoesNothingIsFound) {
+    const Candidate idle{"idle", {}, [](Size) -> peers::Run { return [](const Job&) {}; }};
     for (const Task& task : all_tasks()) {
-        const Contestant own = ours(task, trv::best_level(), "own");
+        const Candidate own = ours(task, trv::current_level(), "own");
         EXPECT_EQ(check(task, own, own), "") << task.name();
         EXPECT_NE(check(task, own, idle), "") << task.name();
-        Contestant loose = idle;
-        loose.near = {"loose", 3, 2};
+        Candidate loose = idle;
+        loose.tolerance = {"loose", 3, 2};
         EXPECT_NE(check(task, own, loose), "") << task.name();
     }
 }
 
-TEST(Contest, OneWrongByteIsFoundWhereNoneMayBe) {
+TEST(Comparison, OneWrongByteIsFoundWhereNoneMayBe) {
     const auto last = [](uint8_t* picture, Size size) {
         ++picture[3 * size.width * size.height - 1];
     };
@@ -50,7 +51,7 @@ TEST(Contest, OneWrongByteIsFoundWhereNoneMayBe) {
     EXPECT_EQ(found({"rounding", 1}, last), "");
 }
 
-TEST(Contest, ExchangedColoursAndLinesAreFoundWithinAllTolerances) {
+TEST(Comparison, ExchangedColoursAndLinesAreFoundWithinAllTolerances) {
     const auto exchange = [](uint8_t* picture, Size size) {
         for (size_t i = 0; i < size_t{size.width} * size.height; ++i)
             std::swap(picture[3 * i], picture[3 * i + 2]);

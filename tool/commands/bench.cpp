@@ -10,7 +10,7 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/path.h"
-#include "tool/timing.h"
+#include "tool/commands/timing.h"
 
 namespace trv::tool {
 namespace {
@@ -18,6 +18,7 @@ namespace {
 constexpr const char* footer =
     R"(Conversion and memory copy take turns, round by round, and medians are compared: what the machine
 does to one it does to the other. The copy moves as many bytes as the conversion reads and writes.
+One thread is timed by the processor's time of its own, several by the clock.
 Each thread has pictures of its own. Without --cold they are the same ones in every round, as in a
 program that looks at a picture at once; with it they are out of the caches, as after a transfer.)";
 
@@ -46,7 +47,7 @@ Task make_task(const Options& o) {
     if (path.size() < 2)
         throw Failure(Exit::usage, "nothing to measure", "source and result are the same",
                       "choose another format with -t");
-    return {path, how, size, o.threads, o.rounds, o.cold};
+    return {path, how, size, {o.rounds, o.threads, o.cold}};
 }
 
 std::string title(const Task& task) {
@@ -54,9 +55,9 @@ std::string title(const Task& task) {
     std::string words = text(task.size.width, "x", task.size.height, " ", path_text(task.path));
     if (from.family == Family::bayer)
         words += text(", ", method_name(task.how.method), " ", phase_name(task.how.phase));
-    return text(words, "; level ", build_info().level, ", ", task.threads,
-                task.threads == 1 ? " thread, " : " threads, ", task.rounds, " rounds, ",
-                task.cold ? "cold" : "warm");
+    return text(words, "; level ", build_info().level, ", ", task.rules.threads,
+                task.rules.threads == 1 ? " thread, " : " threads, ", task.rules.rounds,
+                " rounds, ", task.rules.cold ? "cold" : "warm");
 }
 
 void print(const Task& task, const Timing& t) {
@@ -64,7 +65,7 @@ void print(const Task& task, const Timing& t) {
               << std::fixed << std::setprecision(0) << t.megapixels() << " Mpx/s, "
               << std::setprecision(2) << t.gigabytes() << " GB/s read and written, "
               << t.seconds * 1e3 << " ms for "
-              << (task.threads == 1 ? "a picture" : "a picture each") << '\n'
+              << (task.rules.threads == 1 ? "a picture" : "a picture each") << '\n'
               << t.ratio() << " times a memory copy of the same bytes (" << t.copy_seconds * 1e3
               << " ms)\n";
 }
@@ -79,9 +80,9 @@ void print_as_json(const Task& task, const Timing& t) {
                 {"method", mosaic ? Json(method_name(task.how.method)) : Json()},
                 {"phase", mosaic ? Json(phase_name(task.how.phase)) : Json()},
                 {"level", build_info().level},
-                {"threads", task.threads},
-                {"rounds", task.rounds},
-                {"cold", task.cold},
+                {"threads", task.rules.threads},
+                {"rounds", task.rules.rounds},
+                {"cold", task.rules.cold},
                 {"seconds", t.seconds},
                 {"copy_seconds", t.copy_seconds},
                 {"ratio_to_copy", t.ratio()},
@@ -91,7 +92,7 @@ void print_as_json(const Task& task, const Timing& t) {
 
 void run_bench(const Options& o) {
     const Task task = make_task(o);
-    const Timing timing = race(task);
+    const Timing timing = measure(task);
     o.json ? print_as_json(task, timing) : print(task, timing);
 }
 

@@ -33,14 +33,14 @@ uint8_t* allocate(const Geometry& g) {
     return static_cast<uint8_t*>(memory);
 }
 
-uint64_t wrap(const Geometry& g, uint8_t* memory) {
+trvil::Buffer wrap(const Geometry& g, uint8_t* memory) {
     uint64_t handle = 0;
     const uint32_t status = TBS_BufferWrap(&handle, g.width, g.height, whole_code(*g.format),
                                            memory, g.bytes(), g.stride, nullptr, nullptr);
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot make a buffer of ", g.format->name),
                       text("the buffer library answered status ", status), "");
-    return handle;
+    return trvil::Buffer::adopt(handle);
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ Geometry tight(const Format& format, uint32_t width, uint32_t height) {
 }
 
 Frame::Frame(const Geometry& geometry)
-    : geometry_(geometry), memory_(allocate(geometry)), handle_(wrap(geometry, memory_.get())) {}
+    : geometry_(geometry), memory_(allocate(geometry)), buffer_(wrap(geometry, memory_.get())) {}
 
 void Frame::set_bayer(uint32_t method, Phase phase) const {
     TBS_BufferParameterSet(handle(), TBL_PARAMETER_BAYER_METHOD, method);
@@ -84,9 +84,9 @@ Geometry bytes_of(const Geometry& dump) {
 Frame unpack(const Frame& bytes, const Geometry& dump) {
     uint64_t view = 0;
     TBS_BufferView(&view, bytes.handle(), 0, 0, dump.width, dump.height);
-    const BufferHandle source(view);
+    const auto source = trvil::Buffer::adopt(view);
     Frame picture(tight(*dump.format, dump.width, dump.height));
-    const uint32_t status = TRW_Unpack(source.get(), dump.packing, picture.handle());
+    const uint32_t status = TRW_Unpack(source.handle(), dump.packing, picture.handle());
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot unpack ", dump.name()),
                       text("the library answered status ", status), "");

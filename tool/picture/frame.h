@@ -1,14 +1,13 @@
-// A picture in memory, and the buffer handle by which the library knows it.
+// A picture in memory, and the buffer by which the library knows it.
 #pragma once
 
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "image/format/format.h"
-#include "trvil/tbl.h"
+#include "trvil/buffer.hpp"
 
 namespace trv::tool {
 
@@ -28,26 +27,6 @@ struct Geometry {
 // Without padding between lines.
 Geometry tight(const Format& format, uint32_t width, uint32_t height);
 
-class BufferHandle {
-  public:
-    explicit BufferHandle(uint64_t value) : value_(value) {}
-    ~BufferHandle() {
-        if (value_ != 0) TBS_BufferRelease(&value_);
-    }
-    BufferHandle(BufferHandle&& other) noexcept : value_(other.value_) { other.value_ = 0; }
-    BufferHandle& operator=(BufferHandle&& other) noexcept {
-        std::swap(value_, other.value_);
-        return *this;
-    }
-    BufferHandle(const BufferHandle&) = delete;
-    BufferHandle& operator=(const BufferHandle&) = delete;
-
-    uint64_t get() const { return value_; }
-
-  private:
-    uint64_t value_;
-};
-
 class Frame {
   public:
     // Zeroed memory of its own. A little of it lies behind the last line, because some conversions
@@ -55,7 +34,7 @@ class Frame {
     explicit Frame(const Geometry& geometry);
 
     const Geometry& geometry() const { return geometry_; }
-    uint64_t handle() const { return handle_.get(); }
+    uint64_t handle() const { return buffer_.handle(); }
     uint8_t* line(uint32_t y) const { return memory_.get() + size_t{geometry_.stride} * y; }
 
     void set_bayer(uint32_t method, Phase phase) const;
@@ -70,7 +49,7 @@ class Frame {
 
     Geometry geometry_;
     std::unique_ptr<uint8_t[], Free> memory_;
-    BufferHandle handle_;
+    trvil::Buffer buffer_;
 };
 
 // What the bytes of a dump are read into: as they are, or where it is packed, a picture of bytes.

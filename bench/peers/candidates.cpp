@@ -1,4 +1,4 @@
-#include "bench/peers/contestant.h"
+#include "bench/peers/candidate.h"
 
 #ifdef TRV_PEER_OPENCV
 #include <opencv2/core/version.hpp>
@@ -9,8 +9,8 @@
 
 namespace peers {
 
-Contestants peers_of(const Task& task) {
-    Contestants list;
+Candidates peers_of(const Task& task) {
+    Candidates list;
     add_plain(task, &list);
 #ifdef TRV_PEER_OPENCV
     add_opencv(task, &list);

@@ -6,24 +6,27 @@
 #include <thread>
 #include <vector>
 
-namespace peers {
+namespace trv::timing {
 
-class Crew {
+class ThreadPool {
   public:
-    explicit Crew(unsigned threads) : start_(threads), end_(threads) {
-        for (unsigned i = 1; i < threads; ++i) members_.emplace_back([this, i] { serve(i); });
+    explicit ThreadPool(unsigned threads) : start_(threads), end_(threads) {
+        for (unsigned i = 1; i < threads; ++i) workers_.emplace_back([this, i] { serve(i); });
     }
-    ~Crew() {
+    ~ThreadPool() {
+        if (workers_.empty()) return;
         work_ = nullptr;
         start_.arrive_and_wait();
-        for (std::thread& member : members_) member.join();
+        for (std::thread& worker : workers_) worker.join();
     }
-    Crew(const Crew&) = delete;
-    Crew& operator=(const Crew&) = delete;
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
+
+    bool has_workers() const { return !workers_.empty(); }
 
     // Calls `work` once in every thread, the calling one as number 0; returns when all are done.
     void all(const std::function<void(unsigned)>& work) {
-        if (members_.empty()) return work(0);
+        if (workers_.empty()) return work(0);
         work_ = &work;
         start_.arrive_and_wait();
         work(0);
@@ -42,7 +45,7 @@ class Crew {
 
     std::barrier<> start_, end_;
     const std::function<void(unsigned)>* work_ = nullptr;
-    std::vector<std::thread> members_;
+    std::vector<std::thread> workers_;
 };
 
-}  // namespace peers
+}  // namespace trv::timing

@@ -3,6 +3,7 @@
 
 #include "tool/cli/geometry.h"
 #include "tool/commands/path.h"
+#include "tool/timing/comparison.h"
 
 namespace trv::tool {
 
@@ -10,9 +11,7 @@ struct Task {
     Path path;
     Demosaic how;
     Size size;
-    uint32_t threads;  // each converts pictures of its own
-    uint32_t rounds;
-    bool cold;  // pictures out of the caches
+    timing::Rules rules;  // each thread converts pictures of its own
 };
 
 struct Timing {
@@ -26,6 +25,6 @@ struct Timing {
 };
 
 // Throws Failure when a conversion is refused.
-Timing race(const Task& task);
+Timing measure(const Task& task);
 
 }  // namespace trv::tool

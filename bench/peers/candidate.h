@@ -33,34 +33,34 @@ struct Channels {
 Channels channels_of(const trv::Format& format);
 Channels three_words(unsigned down);  // blue, green, red in 16 bits each, to be shifted down
 
-// How a contestant's result differs from ours. Without a reason it has to be ours byte for byte.
-struct Near {
+// How a candidate's result differs from ours. Without a reason it has to be ours byte for byte.
+struct Tolerance {
     const char* why = nullptr;
     unsigned within = 0;  // largest difference of a channel, on a smooth picture
     unsigned border = 0;  // pixels at all four edges that are not compared
     std::optional<Channels> channels = std::nullopt;  // where the result has another layout
 };
 
-struct Contestant {
+struct Candidate {
     std::string name;
-    Near near;
+    Tolerance tolerance;
     // Makes the call for sources of this size; state that belongs to one thread is made here.
     std::function<Run(Size)> prepare;
 };
 
-using Contestants = std::vector<Contestant>;
+using Candidates = std::vector<Candidate>;
 
 // Every peer adds what it can do of a task, or nothing.
-void add_plain(const Task& task, Contestants* list);
-void add_opencv(const Task& task, Contestants* list);
-void add_yuv(const Task& task, Contestants* list);
-void add_swscale(const Task& task, Contestants* list);
-void add_dc1394(const Task& task, Contestants* list);
+void add_plain(const Task& task, Candidates* list);
+void add_opencv(const Task& task, Candidates* list);
+void add_yuv(const Task& task, Candidates* list);
+void add_swscale(const Task& task, Candidates* list);
+void add_dc1394(const Task& task, Candidates* list);
 
 // Ourselves at a level on a machine.
-Contestant ours(const Task& task, const trv::Level& table, const std::string& name);
+Candidate ours(const Task& task, const trv::Level& table, const std::string& name);
 
-Contestants peers_of(const Task& task);
+Candidates peers_of(const Task& task);
 
 // Name and version of every library that takes part.
 struct Version {
