@@ -132,7 +132,7 @@ uint64_t group_start(const Format& format, uint64_t x, uint64_t* place) {
 }
 
 bool has_packing_offset(const Format& format) {
-    return is_packed(format) && format.code != Code::Mono12MP;
+    return is_packed(format) && format.order == BitOrder::least;
 }
 
 bool read_into(uint64_t handle, Value value, uint64_t* out) {

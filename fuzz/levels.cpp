@@ -6,7 +6,6 @@
 namespace {
 
 using fuzz::Input;
-namespace direct = trv::direct;
 namespace bayer = trv::bayer;
 namespace field = trv::field;
 
@@ -25,35 +24,27 @@ Memory memory_of(Input& in, size_t source_size, size_t size) {
     return m;
 }
 
-// Bits per pixel of each reader, and pixels per group.
-constexpr struct {
-    uint8_t bits, group;
-} readers[] = {{8, 1},  {16, 1}, {24, 1}, {24, 1}, {32, 1}, {32, 1}, {48, 1}, {48, 1},
-               {64, 1}, {32, 1}, {16, 2}, {12, 2}, {10, 4}, {12, 2}, {14, 4}};
-static_assert(sizeof readers / sizeof readers[0] == static_cast<size_t>(direct::Reader::count));
-
 void compare_direct(Input& in) {
-    const auto reader = static_cast<direct::Reader>(in.below(15));
-    const auto writer =
-        static_cast<direct::Writer>(in.below(static_cast<uint32_t>(direct::Writer::count)));
-    const auto [bits, group] = readers[static_cast<size_t>(reader)];
-    if (trv::levels[0].direct->get(reader, writer) == nullptr) return;
+    const uint32_t row = in.below(static_cast<uint32_t>(trv::routing::row_count));
+    const trv::Conversion& c = trv::routing::table.conversions[row];
+    const bool packed =
+        c.storage == trv::Storage::packed_least || c.storage == trv::Storage::packed_most;
     const uint32_t end = 1 + (in.one_in(4) ? in.below(400) : in.below(70));
-    direct::Line line{};
+    trv::direct::Line line{};
     line.memory = {in.one_in(2), in.one_in(2)};
-    line.end = writer == direct::Writer::word ? (end + group - 1) / group * group : end;
+    line.end = c.rule == trv::Rule::unpack ? (end + c.group - 1) / c.group * c.group : end;
     line.shift = 2 * in.between(1, 4);  // 10, 12, 14 or 16 bits
     line.flag = in.below(5);
-    line.packing_offset = reader >= direct::Reader::mono10p ? in.below(group) : 0;
-    // Behind the last pixel: the rest of its group, or one RGB30 pixel.
-    const size_t pixels = (line.end + line.packing_offset + group - 1u) / group * group +
-                          (reader == direct::Reader::rgb30);
+    line.packing_offset = packed ? in.below(c.group) : 0;
+    // Past the last pixel: the rest of its group, or one RGB30 pixel.
+    const size_t pixels = (line.end + line.packing_offset + c.group - 1u) / c.group * c.group +
+                          (c.storage == trv::Storage::fields);
     const Memory m =
-        memory_of(in, (pixels * bits + 7) / 8, line.end * direct::writer_bytes(writer));
+        memory_of(in, (pixels * c.stored + 7) / 8, size_t{line.end} * c.destination_bytes);
     line.source = m.source;
     line.destination = m.out;
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
-        level.direct->get(reader, writer)(line);
+        level.direct->row[row](line);
         return 0u;
     });
 }

@@ -7,13 +7,17 @@ import re
 import sys
 from pathlib import Path
 
-ROW = re.compile(r"^TRV_FORMAT\((0x\w+), (\w+),\s*(\d+),\s*(\d+),\s*(\w+),\s*(\d+), (\w+)\)", re.M)
+ROW = re.compile(r"^TRV_FORMAT\((0x\w+), (\w+),\s*(\d+),\s*(\d+),\s*(\w+),\s*(\d+), (\w+),\s*(\w+),\s*(.*)\)$", re.M)
+FIELD = re.compile(r"\{(\w), (\d+), (\d+)\}")
 NUMBER = re.compile(r"^#define ((?:TRV_STATUS|TBL|TBS|TIL|TRW)_\w+)\s+(?:\\\s+)?(?:UINT32_C\()?(\w+?)u?\)?\s", re.M)
 
 
 def formats(folder):
-    for code, name, stored, significant, family, group, phase in ROW.findall((folder / "formats.inc").read_text()):
-        yield name, int(code, 16), int(stored), int(significant), family, int(group), None if phase == "none" else phase
+    for code, name, stored, significant, family, group, phase, order, fields in ROW.findall(
+            (folder / "formats.inc").read_text()):
+        channels = tuple((channel, int(bit), int(bits)) for channel, bit, bits in FIELD.findall(fields))
+        yield (name, int(code, 16), int(stored), int(significant), family, int(group),
+               None if phase == "none" else phase, order, channels)
 
 
 def numbers(folder):
@@ -31,7 +35,7 @@ def main(include, version, library_folder):
     print(f"FORMAT_PREFIX = {prefix.group(1)}")
     for name, value in numbers(folder):
         print(f"{name} = {value:#x}")
-    print("# name, code, bits stored, significant bits, family, pixels of a group, phase")
+    print("# name, code, bits stored, significant bits, family, pixels of a group, phase, bit order, fields")
     print("FORMATS = (")
     for row in formats(folder):
         print(f"    {row!r},")

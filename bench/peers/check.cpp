@@ -70,25 +70,16 @@ std::string check(const Task& task, const Candidate& own, const Candidate& candi
     return compare(task, candidate.tolerance, ours.job().to, theirs.job().to);
 }
 
+// Of samples of their own all bits that they have in memory. U is V in every other pixel.
 Channels channels_of(const trv::Format& format) {
-    using Fields = std::vector<Channels::Field>;
-    const unsigned bits = format.stored;
-    switch (format.code) {
-        case Code::RGB16:
-            return {bits, {{0, 5, 0}, {5, 6, 0}, {11, 5, 0}}};
-        case Code::RGB30:
-            return {bits, {{0, 10, 0}, {10, 12, 0}, {22, 10, 0}}};
-        case Code::RGBX32:
-        case Code::RGB24:
-            return {bits, {{16, 8, 0}, {8, 8, 0}, {0, 8, 0}}};
-        default:
-            break;
-    }
-    const unsigned sample = format.significant > 8 ? 16 : 8;
-    Fields fields;
-    for (unsigned first = 0; first < std::min(bits, 3 * sample); first += sample)
-        fields.push_back({first, sample, 0});
-    return {bits, fields};
+    using trv::Channel;
+    const unsigned sample = 8 * trv::sample_bytes(format);
+    std::vector<Channels::Field> fields;
+    for (const Channel channel :
+         {Channel::M, Channel::S, Channel::B, Channel::G, Channel::R, Channel::Y, Channel::U})
+        if (const trv::Field* field = trv::find_field(format, channel))
+            fields.push_back({field->bit, sample != 0 ? sample : field->bits, 0});
+    return {format.stored, fields};
 }
 
 Channels three_words(unsigned down) {

@@ -19,61 +19,29 @@ struct Bit {
     unsigned index;  // place in the value, 0 being the lowest
 };
 
-inline char channel_letter(char name) {
-    return name == 'X' ? '-' : static_cast<char>(name - 'A' + 'a');
-}
-
-// Channels one after another, each in whole bytes: BGR24, XRGB32, RGBA64_12, ...
-inline Bit channel_bit(const Format& f, unsigned bit) {
-    const unsigned channels = f.name[3] == '3' || f.name[3] == '2' || f.name[3] == '4' ? 3 : 4;
-    const unsigned width = f.stored / channels, index = bit % width;
-    return {index < f.significant ? channel_letter(f.name[bit / width]) : '0', index};
-}
-
-// Fields of one word, the first letter of the name on top.
-inline Bit word_bit(const Format& f, unsigned bit) {
-    const bool thirty = f.stored == 32;
-    const unsigned green = thirty ? 10 : 5;
-    const unsigned top = thirty ? 22 : f.significant == 5 ? 10 : 11;
-    if (!thirty && f.significant == 5 && bit == 15) return {'0', 0};
-    const unsigned field = bit < green ? 2 : bit < top ? 1 : 0;
-    const unsigned lowest[] = {top, green, 0};
-    return {channel_letter(f.name[field]), bit - lowest[field]};
-}
-
-inline Bit packed_bit(const Format& f, unsigned bit) {
-    return {static_cast<char>('a' + bit / f.significant), bit % f.significant};
-}
-
-inline Bit packed_high_first_bit(unsigned bit) {
-    const unsigned from_left = bit / 8 * 8 + 7 - bit % 8;
-    return {static_cast<char>('a' + from_left / 12), 11 - from_left % 12};
-}
-
-inline Bit sample_bit(const Format& f, unsigned bit) {
-    if (bit >= f.significant) return {'0', 0};
-    return {f.family == Family::bayer ? 's' : 'm', bit};
+inline char owner_of(const Format& f, const trv::Field& field, unsigned pixel) {
+    if (trv::is_packed(f)) return static_cast<char>('a' + pixel);
+    if (field.channel == trv::Channel::Y) return pixel == 0 ? 'y' : 'z';
+    return " msrgba-yuv"[static_cast<size_t>(field.channel)];
 }
 
 // Bit 0 is the lowest of the first byte in memory.
 inline Bit bit_of(const Format& f, unsigned bit) {
-    if (f.code == trv::Code::Mono12MP) return packed_high_first_bit(bit);
-    if (trv::is_packed(f)) return packed_bit(f, bit);
-    switch (f.family) {
-        case Family::colour:
-            return channel_bit(f, bit);
-        case Family::word:
-            return word_bit(f, bit);
-        case Family::yuv:
-            return {"yuzv"[bit / 8], bit % 8};
-        default:
-            return sample_bit(f, bit);
+    const bool most = f.order == trv::BitOrder::most;
+    const unsigned counted = most ? bit / 8 * 8 + 7 - bit % 8 : bit;
+    for (const trv::Field& field : f.fields) {
+        const bool shared = field.channel == trv::Channel::U || field.channel == trv::Channel::V;
+        for (unsigned pixel = 0; pixel < (shared ? 1u : f.group); ++pixel) {
+            const unsigned first = field.bit + pixel * f.stored;
+            if (counted < first || counted >= first + field.bits) continue;
+            const unsigned place = counted - first;
+            return {owner_of(f, field, pixel), most ? field.bits - 1 - place : place};
+        }
     }
+    return {'0', bit % 8};
 }
 
-inline unsigned group_bytes(const Format& f) {
-    return f.stored * f.group / 8u;
-}
+using trv::group_bytes;
 
 // Bytes in memory order, each from its highest bit to its lowest.
 inline std::string diagram(const Format& f) {

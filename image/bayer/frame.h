@@ -5,30 +5,29 @@
 #include <cstdint>
 
 #include "image/bayer/span.h"
+#include "image/format/job.h"
 #include "image/format/members.h"
 
 namespace trv::bayer {
 
 struct Image {
-    const uint8_t* source;
+    const uint8_t* source;  // of line 0, like the destination
     uint8_t* destination;
-    uint32_t source_step;  // bytes from line to line
-    uint32_t destination_step;
-    uint32_t width;   // at least 2
-    uint32_t height;  // at least 2
-    unsigned shift;   // bits per sample - 8
+    uint32_t source_stride;
+    uint32_t destination_stride;
+    uint32_t width;
+    uint32_t height;
+    uint32_t bits;  // per sample
     Memory memory;
 };
 
-struct Mosaic {
-    LineKind first_line;
-    // Deliberate: in phase B the blue sites that start lines 1, 3, 5, ... copy green from their
-    // right neighbour, where every other phase takes it from above.
-    bool is_phase_b;
-};
-
-// Converts every pixel once. The pairs of a line go to `spans`; the ends of lines are done here.
-void convert_frame(const Image& image, const Mosaic& mosaic, const Spans& spans, Depth depth,
-                   SpanLayout layout, Method method);
+// Converts lines of a picture: every pixel of theirs once. All lines in one call or in several give
+// the same bytes. Of the source, the lines themselves are read and the picture's next one on either
+// side; so where not all of a picture is there, `source` may be where its line 0 would lie.
+//
+// Calls for different lines may run at the same time where lines of the destination do not overlap
+// by more than the pad byte of their last pixel: none touches a byte that is another's. Pictures of
+// less than 2 x 2 pixels, whose pixels have no neighbours to take colours from, are left alone.
+void convert_lines(const Spans& spans, const Kernel& kernel, const Image& image, LineRange lines);
 
 }  // namespace trv::bayer

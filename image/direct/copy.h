@@ -1,12 +1,13 @@
-// The three routes that keep the format: Mono8, Mono16 and BGRX32 to themselves.
+// The routes that keep the format.
 #pragma once
 
-#include "image/dispatch/machine.h"
+#include "image/direct/row.h"
 #include "image/format/decision.h"
 
 namespace trv {
 
-// The destination was found large enough, or does not need to be.
-void copy(const MemoryPolicy& policy, const Job& job, const Decision& decision);
+// Lines of the source. The destination was found large enough, or does not need to be.
+void copy_lines(const Job& job, const Decision& decision, LineRange lines,
+                const direct::Memory& memory);
 
 }  // namespace trv

@@ -7,9 +7,9 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-template <direct::Reader R, direct::Writer W, typename Rule>
+template <size_t Number, typename Rule>
 void row(const Line& job) {
-    constexpr size_t bytes = direct::writer_bytes(W);
+    constexpr size_t bytes = routing::table.conversions[Number].destination_bytes;
     uint8_t* out = job.destination + job.begin * bytes;
     for (size_t x = job.begin; x < job.end; ++x, out += bytes) Rule::pixel(job.source, x, out, job);
 }

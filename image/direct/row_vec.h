@@ -52,12 +52,12 @@ struct Blocks {
 };
 using MakeBlocks = void (*)(const Line&, Blocks);
 
-// A pair of formats: what a line has to know of its blocks. A unit is the least that is read: a
+// A conversion: what a line has to know of its blocks. A unit is the least that is read: a
 // pixel, or the group that packs several. It goes in a register: a table would cost a relocation
 // each.
 struct Pair {
-    direct::Reader reader;
-    direct::Writer writer;
+    uint8_t row;
+    uint8_t pixel_bytes;                           // of the destination
     uint8_t pixels, unit_bits, unit_bytes, group;  // a unit is 1 << unit_bits pixels
     bool keeps_bytes;
 
@@ -84,7 +84,7 @@ TRV_SHARED void make_blocks(const Line& line, Blocks blocks) {
 // Made in the nearest cache first, a few blocks at a time, and stored from there.
 TRV_SHARED void make_past_caches(const Line& line, Pair pair, MakeBlocks make, Blocks blocks) {
     alignas(sizeof(U8)) uint8_t made[4 * longest_block];
-    const size_t bytes = pair.pixels * direct::writer_bytes(pair.writer);
+    const size_t bytes = pair.pixels * size_t{pair.pixel_bytes};
     while (blocks.count != 0) {
         const size_t most = sizeof made / bytes;
         const size_t count = blocks.count < most ? blocks.count : most;
@@ -102,9 +102,9 @@ TRV_SHARED void make_past_caches(const Line& line, Pair pair, MakeBlocks make, B
 // Blocks, then pixel by pixel what is left behind the last whole unit; lines shorter than a block
 // go to the fallback level.
 TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
-    if (line.end < pair.pixels) return fallback::direct_rows.get(pair.reader, pair.writer)(line);
+    if (line.end < pair.pixels) return fallback::direct_rows.row[pair.row](line);
     const size_t last = size_t{line.end - pair.pixels} >> pair.unit_bits << pair.unit_bits;
-    const size_t pixel_bytes = direct::writer_bytes(pair.writer);
+    const size_t pixel_bytes = size_t{pair.pixel_bytes};
     const uint8_t* tail = line.source + pair.bytes(last);
     alignas(sizeof(U8)) uint8_t saved[longest_block];
     Line rest = line;
@@ -121,7 +121,7 @@ TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
     else
         make(line, whole);
     make(line, {tail, line.destination + last * pixel_bytes, 1});
-    if (rest.begin < rest.end) scalar::direct_rows.get(pair.reader, pair.writer)(rest);
+    if (rest.begin < rest.end) scalar::direct_rows.row[pair.row](rest);
 }
 
 // A line that begins inside a packing group: up to the next group one by one.
@@ -131,23 +131,20 @@ TRV_SHARED void convert_from_inside(const Line& line, Pair pair, MakeBlocks make
     rest.packing_offset = 0;
     if (inside == 0) return convert_line(rest, pair, make);
     head.end = pair.group - inside < line.end ? pair.group - inside : line.end;
-    scalar::direct_rows.get(pair.reader, pair.writer)(head);
+    scalar::direct_rows.row[pair.row](head);
     rest.source += pair.unit_bytes;
-    rest.destination += head.end * direct::writer_bytes(pair.writer);
+    rest.destination += head.end * size_t{pair.pixel_bytes};
     rest.end -= head.end;
     convert_line(rest, pair, make);
 }
 
-template <direct::Reader R, direct::Writer W, typename Rule>
+template <size_t Number, typename Rule>
 void row(const Line& line) {
     using K = Kernel<Rule>;
-    constexpr size_t bytes = direct::writer_bytes(W);
-    constexpr Pair pair{R,
-                        W,
-                        uint8_t{K::pixels},
-                        uint8_t{std::countr_zero(K::unit)},
-                        uint8_t{K::unit_bytes},
-                        uint8_t{offset_group<Rule>},
+    constexpr size_t bytes = routing::table.conversions[Number].destination_bytes;
+    constexpr Pair pair{uint8_t{Number},        uint8_t{bytes},
+                        uint8_t{K::pixels},     uint8_t{std::countr_zero(K::unit)},
+                        uint8_t{K::unit_bytes}, uint8_t{offset_group<Rule>},
                         keeps_bytes<Rule>};
     if constexpr (is_copy<Rule>)
         __builtin_memmove(line.destination, line.source, line.end * bytes);

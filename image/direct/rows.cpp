@@ -1,8 +1,5 @@
 // The table of direct line loops of one level; this file is compiled once per level.
-#include "image/direct/colour.h"
-#include "image/direct/grey.h"
-#include "image/direct/packed.h"
-#include "image/direct/yuv.h"
+#include "image/direct/rule_of.h"
 
 #ifdef TRV_VECTORS
 #include "image/direct/row_vec.h"
@@ -13,19 +10,13 @@
 namespace trv::TRV_LEVEL {
 namespace {
 
-consteval direct::Rows all_rows() {
-    using direct::Reader;
-    using direct::Writer;
-    direct::Rows rows{};
-#define TRV_RULE(reader, writer, ...)                                                    \
-    rows.row[static_cast<size_t>(Reader::reader)][static_cast<size_t>(Writer::writer)] = \
-        row<Reader::reader, Writer::writer, __VA_ARGS__>;
-#include "image/direct/rules.inc"
-    return rows;
+template <size_t... I>
+consteval direct::Rows all_rows(std::index_sequence<I...>) {
+    return {{row<I, typename decltype(rule_of<I>())::Type>...}};
 }
 
 }  // namespace
 
-constinit const direct::Rows direct_rows = all_rows();
+constinit const direct::Rows direct_rows = all_rows(std::make_index_sequence<routing::row_count>{});
 
 }  // namespace trv::TRV_LEVEL

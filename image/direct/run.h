@@ -1,17 +1,18 @@
-// A direct route as a walk over lines.
+// The direct routes and the copies as walks over lines. Nothing here asks the buffer library.
 #pragma once
 
-#include "image/dispatch/level.h"
-#include "image/format/job.h"
+#include "image/direct/row.h"
+#include "image/format/decision.h"
 
 namespace trv {
 
-// Converts every line of the source. The destination's size was checked.
-void convert_lines(const Level& level, const Job& job, const Format& source,
-                   const Format& destination);
-
-// The routes of the five helpers, which step their source in whole 16-bit words.
-void convert_by_helper(const Level& level, const Job& job, const Format& source,
-                       const Format& destination);
+// Converts lines of the source, whose height is that of the picture; the destination's size was
+// checked, or does not need to be. All lines in one call or in several give the same bytes.
+//
+// Where lines of the destination do not overlap, or only by a pad byte that is kept, calls for
+// different lines may run at the same time: none touches a byte that is another's, neither past its
+// last line nor in the pad of its last pixel. Where they overlap further the order of lines counts.
+void convert_lines(const direct::Rows& rows, const Job& job, const Decision& decision,
+                   LineRange lines, const direct::Memory& memory);
 
 }  // namespace trv

@@ -1,7 +1,6 @@
 #include "image/exports/convert.h"
 
-#include "image/direct/copy.h"
-#include "image/direct/run.h"
+#include "image/dispatch/run.h"
 #include "image/exports/kernel.h"
 #include "image/format/decision.h"
 #include "trvil/til.h"
@@ -30,37 +29,21 @@ void read_rest(const Buffer& source, const Buffer& destination, Job* job) {
     job->packing_offset = source.packing_offset();
 }
 
-void demosaic(const Level& level, const Job& job, const Decision& decision) {
-    // Deliberate: a conversion that has come so far is a success, whatever the kernel says.
-    bayer::run(level, decision.kernel, job.source.handle, job.destination.handle,
-               decision.source->significant);
-}
-
-void run(const Level& level, const Job& job, const Decision& decision) {
-    switch (decision.way) {
-        case Way::copy:
-            return copy(*level.memory, job, decision);
-        case Way::helper:
-            return convert_by_helper(level, job, *decision.source, *decision.destination);
-        case Way::bayer:
-            return demosaic(level, job, decision);
-        default:
-            return convert_lines(level, job, *decision.source, *decision.destination);
-    }
-}
-
 }  // namespace
 
 uint32_t convert(const Level& level, Handle source, Handle destination) {
     Job job{};
-    job.source.handle = source;
-    job.destination.handle = destination;
     const Buffer from(source), to(destination);
     if (!read_required(from, to, &job)) return TRV_STATUS_PARAMETER;
     read_rest(from, to, &job);
     const Decision decision = decide(job);
-    if (decision.refusal == Refusal::none) run(level, job, decision);
-    return status_of(decision.refusal);
+    if (decision.refusal != Refusal::none) return status_of(decision.refusal);
+    // Deliberate: a conversion that has come so far is a success, whatever the kernel says.
+    if (decision.way == Way::bayer)
+        bayer::run(level, decision.kernel, source, destination, decision.source->significant);
+    else
+        convert_lines(level, job, decision, {0, job.source.height});
+    return TRV_STATUS_OK;
 }
 
 }  // namespace trv

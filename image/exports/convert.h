@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "image/dispatch/level.h"
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 
 namespace trv {
 

@@ -17,7 +17,6 @@
 namespace trv::tiff {
 
 struct Layout {
-    uint32_t format;  // whole format code
     bool colour;
     uint16_t bits;           // per sample
     uint16_t counted_bytes;  // per pixel in StripByteCounts

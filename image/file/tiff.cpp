@@ -1,28 +1,27 @@
+#include "image/file/tiff.h"
+
+#include <stdio.h>
+
 #include "image/direct/row.h"
-#include "image/dispatch/level.h"
 #include "image/file/ifd.h"
 #include "image/file/tiff_pixels.h"
-#include "image/format/buffer.h"
-#include "image/format/format.h"
-#include "trvil/til.h"
+#include "trvil/status.h"
 
 namespace trv::tiff {
 namespace {
 
-constexpr Layout layouts[] = {
-    {TBL_FORMAT(Mono8), false, 8, 1},
-    // Deliberate: half of the bytes that follow. Readers that know these files take the strip by
-    // its offset and rows.
-    {TBL_FORMAT(Mono16), false, 16, 1},
-    {TBL_FORMAT(BGR24), true, 8, 3},
-    {TBL_FORMAT(RGB24), true, 8, 3},
-};
-
-struct Picture {
-    const uint8_t* address;
-    Size size;
-    uint32_t stride;
-};
+// Grey and three-byte pixels, of samples whose every bit counts.
+bool find_layout(uint32_t code, Layout* layout) {
+    const Format* format = find_whole_format(code);
+    if (format == nullptr || !has_full_samples(*format)) return false;
+    const bool grey = format->family == Family::grey;
+    layout->colour = format->family == Family::colour;
+    layout->bits = format->significant;
+    // Deliberate: of 16 bits half of the bytes that follow. Readers that know these files take the
+    // strip by its offset and rows.
+    layout->counted_bytes = layout->colour ? 3 : 1;
+    return grey ? format->stored <= 16 : layout->colour && format->stored == 24;
+}
 
 void copy_bytes(const uint8_t* from, uint8_t* to, uint32_t count) {
     __builtin_memcpy(to, from, count);
@@ -36,22 +35,33 @@ void swap_words(const uint8_t* from, uint8_t* to, uint32_t count) {
 }
 
 // Deliberate: RGB24 takes this path too, so its red and blue change places in the file.
-void reverse_pixels(const uint8_t* from, uint8_t* to, uint32_t count) {
-    const direct::Rows& rows = *current_level().direct;
-    rows.get(direct::Reader::bgr24,
-             direct::Writer::rgb24)({from, to, 0, count, 0, 0, 0, {true, false}});
-}
+struct ReversePixels {
+    direct::Row row;
 
-bool put_pixels(FILE* file, const Layout& layout, const Picture& picture) {
-    const auto make = layout.colour ? reverse_pixels : layout.bits == 16 ? swap_words : copy_bytes;
-    const uint32_t pixel_bytes = layout.bits / 8 * (layout.colour ? 3u : 1u);
-    // 16-bit lines are stepped in whole samples: an odd stride loses its last byte.
-    const uint32_t step = layout.bits == 16 ? picture.stride & ~1u : picture.stride;
+    void operator()(const uint8_t* from, uint8_t* to, uint32_t count) const {
+        row({from, to, 0, count, 0, 0, 0, {.fetch_streams = true}});
+    }
+};
+
+template <typename Make>
+bool put_lines(FILE* file, const Picture& picture, uint32_t step, uint32_t pixel_bytes,
+               const Make& make) {
     const uint8_t* line = picture.address;
     Pixels pixels(fileno(file));
-    for (uint32_t y = 0; y < picture.size.height; ++y, line += step)
-        if (!pixels.add(line, picture.size.width, pixel_bytes, make)) return false;
+    for (uint32_t y = 0; y < picture.height; ++y, line += step)
+        if (!pixels.add(line, picture.width, pixel_bytes, make)) return false;
     return pixels.put();
+}
+
+bool put_pixels(FILE* file, const direct::Rows& rows, const Layout& layout,
+                const Picture& picture) {
+    constexpr Route reversed =
+        find_route(static_cast<uint32_t>(Code::BGR24), static_cast<uint32_t>(Code::RGB24));
+    if (layout.colour)
+        return put_lines(file, picture, picture.stride, 3, ReversePixels{rows.row[reversed.row]});
+    // 16-bit lines are stepped in whole samples: an odd stride loses its last byte.
+    if (layout.bits == 16) return put_lines(file, picture, picture.stride & ~1u, 2, swap_words);
+    return put_lines(file, picture, picture.stride, 1, copy_bytes);
 }
 
 // A stream drops what it could not write, so after a failure that may have passed all of the head
@@ -67,37 +77,27 @@ Head write_head_or_again(FILE* file, const Layout& layout, const Size& size) {
 
 // A stream without a position, or of a format that TIFF does not hold, is left open and unflushed,
 // deliberately: closing it would flush what the caller is told was not written.
-uint32_t write_picture(FILE* file, uint32_t format, const Picture& picture) {
+uint32_t write_picture(FILE* file, const direct::Rows& rows, const Picture& picture) {
     const StreamLock lock(file);
     write_header(file);
-    for (const Layout& layout : layouts) {
-        if (layout.format != format) continue;
-        const Head head = write_head_or_again(file, layout, picture.size);
-        if (head == Head::no_position) return TRV_STATUS_PARAMETER;
-        const bool whole = head == Head::written && put_pixels(file, layout, picture);
-        return whole ? TRV_STATUS_OK : TRV_STATUS_FILE_CLOSE;
-    }
-    return TRV_STATUS_TIFF_FORMAT;
+    Layout layout{};
+    if (!find_layout(picture.format, &layout)) return TRV_STATUS_TIFF_FORMAT;
+    const Head head = write_head_or_again(file, layout, {picture.width, picture.height});
+    if (head == Head::no_position) return TRV_STATUS_PARAMETER;
+    const bool whole = head == Head::written && put_pixels(file, rows, layout, picture);
+    return whole ? TRV_STATUS_OK : TRV_STATUS_FILE_CLOSE;
 }
 
 }  // namespace
-}  // namespace trv::tiff
 
-uint32_t TIL_FileWriteTiff(uint64_t buffer, const char* path) {
-    const trv::Buffer source(buffer);
-    if (!source.present()) return TRV_STATUS_PARAMETER;
-    const uint32_t format = source.format();
-    if (format == 0) return TRV_STATUS_PARAMETER;
-    trv::tiff::Picture picture;
-    picture.address = source.address();
-    picture.size.height = source.height();
-    picture.size.width = source.width();
-    picture.stride = source.stride();
+uint32_t write_file(const char* path, const direct::Rows& rows, const Picture& picture) {
     FILE* file = fopen(path, "wb");
     if (file == nullptr) return TRV_STATUS_FILE_OPEN;
-    const uint32_t status = trv::tiff::write_picture(file, format, picture);
+    const uint32_t status = write_picture(file, rows, picture);
     if (status == TRV_STATUS_PARAMETER || status == TRV_STATUS_TIFF_FORMAT) return status;
     // Deliberate: a short write has no status of its own here, as it has in raw files. Whatever did
     // not reach the file is told as a close that failed.
     return fclose(file) == 0 ? status : TRV_STATUS_FILE_CLOSE;
 }
+
+}  // namespace trv::tiff

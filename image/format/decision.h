@@ -21,7 +21,8 @@ enum class Refusal : uint8_t {
 };
 
 struct Decision {
-    Way way;
+    Route route;
+    Way way;  // of that route
     Refusal refusal;
     const Format* source;  // null when there is no such format
     const Format* destination;
@@ -44,7 +45,7 @@ constexpr uint32_t status_of(Refusal refusal) {
 }
 
 constexpr Measure measure(const Job& job, const Decision& decision) {
-    return measure(decision.way, *decision.source, *decision.destination,
+    return measure(decision.route.size, *decision.source, *decision.destination,
                    {uint64_t{job.source.width} * job.source.height, job.destination.bytes()});
 }
 
@@ -56,10 +57,24 @@ constexpr bool is_grey_block(const Job& job, const Decision& decision) {
            job.source.height == job.destination.height;
 }
 
+// Pictures of the same stride are copied as one block.
+constexpr bool is_block(const Job& job, const Decision& decision) {
+    return is_grey_block(job, decision) ||
+           (decision.way == Way::copy && decision.source->family != Family::grey &&
+            job.source.stride == job.destination.stride);
+}
+
+// From line to line of the destination of a copy that is no block. Deliberate: a line of bytes ends
+// the source's width behind its start and then goes on by the destination's padding, so lines shear
+// when the two widths differ.
+constexpr uint64_t copy_step(const Job& job, const Decision& decision) {
+    if (decision.source->stored != 8) return job.destination.stride;
+    return uint64_t{job.source.width} + job.destination.stride - job.destination.width;
+}
+
 // Deliberate: from grey words to 4-byte pixels a refusal is not passed on.
 constexpr Refusal too_small(const Decision& decision) {
-    const bool unsaid = decision.way == Way::helper && decision.source->family == Family::grey;
-    return unsaid ? Refusal::too_small_unsaid : Refusal::too_small;
+    return decision.route.size == Size::unsaid ? Refusal::too_small_unsaid : Refusal::too_small;
 }
 
 constexpr Refusal choose_kernel(const Job& job, Decision* decision) {
@@ -73,9 +88,13 @@ constexpr Refusal choose_kernel(const Job& job, Decision* decision) {
 
 // For two buffers that are present and have a format and an address.
 constexpr Decision decide(const Job& job) {
-    Decision decision{find_way(job.source.format, job.destination.format), Refusal::none,
+    const Route route = find_route(job.source.format, job.destination.format);
+    Decision decision{route,
+                      way_of(route),
+                      Refusal::none,
                       find_format(job.source.format & 0xFF),
-                      find_format(job.destination.format & 0xFF), bayer::Kernel{}};
+                      find_format(job.destination.format & 0xFF),
+                      bayer::Kernel{}};
     if (decision.way == Way::none)
         decision.refusal = Refusal::no_route;
     else if (!is_grey_block(job, decision) && !measure(job, decision).fits())

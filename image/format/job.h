@@ -1,15 +1,11 @@
-// What TIL_Convert has learnt of its two buffers when a way through the routing table runs.
+// What a conversion has to know of its two pictures.
 #pragma once
 
 #include <cstdint>
 
-#include "image/format/buffer.h"
-#include "image/format/format.h"
-
 namespace trv {
 
 struct Side {
-    Handle handle;
     uint32_t format;
     uint8_t* address;
     uint32_t stride;
@@ -31,5 +27,11 @@ struct Job {
 inline bool lie_apart(const uint8_t* a, uint64_t a_bytes, const uint8_t* b, uint64_t b_bytes) {
     return a + a_bytes <= b || b + b_bytes <= a;
 }
+
+// Lines first to last - 1 of a picture.
+struct LineRange {
+    uint32_t first;
+    uint32_t last;
+};
 
 }  // namespace trv

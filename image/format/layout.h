@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "image/format/format.h"
+
 namespace trv::layout {
 
 template <typename Word>
@@ -25,28 +27,40 @@ struct Rgb {
     uint32_t blue;
 };
 
-struct Bgr24 {
-    static constexpr size_t bytes = 3;
+// Channels of a byte each. A pad byte is not written.
+template <Code C>
+struct Bytes {
+    static constexpr size_t bytes = format_of(C).stored / 8;
+
+    static constexpr size_t place(Channel channel) {
+        return find_field(format_of(C), channel)->bit / 8;
+    }
     static void store(uint8_t* out, const Rgb& c) {
-        out[0] = static_cast<uint8_t>(c.blue);
-        out[1] = static_cast<uint8_t>(c.green);
-        out[2] = static_cast<uint8_t>(c.red);
+        out[place(Channel::B)] = static_cast<uint8_t>(c.blue);
+        out[place(Channel::G)] = static_cast<uint8_t>(c.green);
+        out[place(Channel::R)] = static_cast<uint8_t>(c.red);
     }
 };
 
-// The fourth byte is not written.
-struct Bgrx32 {
-    static constexpr size_t bytes = 4;
-    static void store(uint8_t* out, const Rgb& c) { Bgr24::store(out, c); }
-};
+using Bgr24 = Bytes<Code::BGR24>;
+using Bgrx32 = Bytes<Code::BGRX32>;
 
 // Deliberate: red and green are masked and blue is not, so a sample with bits above its depth
 // spills from blue into green.
 struct Rgb16 {
-    static constexpr size_t bytes = 2;
+    static constexpr const Format& format = format_of(Code::RGB16);
+    static constexpr size_t bytes = format.stored / 8;
+
+    // The top bits of an 8-bit value where a channel lies.
+    template <Channel C>
+    static uint32_t top(uint32_t value) {
+        constexpr Field field = *find_field(format, C);
+        return value >> (8 - field.bits) << field.bit;
+    }
     static void store(uint8_t* out, const Rgb& c) {
         layout::store(
-            out, static_cast<uint16_t>((c.red & 0xF8) << 8 | (c.green & 0xFC) << 3 | c.blue >> 3));
+            out, static_cast<uint16_t>(top<Channel::R>(c.red & 0xFF) |
+                                       top<Channel::G>(c.green & 0xFF) | top<Channel::B>(c.blue)));
     }
 };
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "image/format/format.h"
+#include "image/format/routes.h"
 #include "trvil/tbl.h"
 
 namespace trv::bayer {
@@ -37,19 +37,18 @@ constexpr Input input_of(const Format& source) {
     return source.significant == 8 ? Input::BAY8 : Input::BAYn;
 }
 
+inline constexpr Code output_codes[] = {Code::RGB16, Code::BGR16, Code::BGR24, Code::BGRX32,
+                                        Code::RGBX32};
+
+constexpr const Format& format_of(Output output) {
+    return trv::format_of(output_codes[static_cast<size_t>(output)]);
+}
+
+// For the destinations of a mosaic.
 constexpr Output output_of(Code destination) {
-    switch (destination) {
-        case Code::RGB16:
-            return Output::RGB16;
-        case Code::BGR16:
-            return Output::BGR16;
-        case Code::BGR24:
-            return Output::BGR24;
-        case Code::BGRX32:
-            return Output::BGRX32;
-        default:
-            return Output::RGBX32;
-    }
+    uint8_t place = 0;
+    while (output_codes[place] != destination) ++place;
+    return Output{place};
 }
 
 // What the source's parameters 9 and 10 stand for. Values are compared whole.
@@ -87,5 +86,18 @@ constexpr bool find_phase(uint32_t value, Phase* phase) {
             return false;
     }
 }
+
+// Whether every route from a mosaic has a kernel.
+constexpr bool are_complete() {
+    for (const Format& from : formats)
+        for (const Format& to : formats) {
+            if (find_way(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) !=
+                Way::bayer)
+                continue;
+            if (!exists({input_of(from), output_of(to.code), dup, Phase::A})) return false;
+        }
+    return true;
+}
+static_assert(are_complete());
 
 }  // namespace trv::bayer

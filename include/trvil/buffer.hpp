@@ -28,7 +28,8 @@ namespace trvil {
 
 /* Pixel formats by their names: Format::BGR24. The value is that of parameter 7. */
 enum class Format : uint32_t {
-#define TRV_FORMAT(code, name, stored, significant, family, group, phase) name = TBL_FORMAT(name),
+#define TRV_FORMAT(code, name, stored, significant, family, group, phase, order, ...) \
+    name = TBL_FORMAT(name),
 #include "trvil/formats.inc"
 };
 
@@ -71,8 +72,8 @@ struct FormatFacts {
 inline FormatFacts facts(Format format) noexcept {
     using Family = FormatFacts::Family;
     switch (format) {
-#define TRV_FORMAT(code, name, stored, significant, family, group, phase) \
-    case Format::name:                                                    \
+#define TRV_FORMAT(code, name, stored, significant, family, group, phase, order, ...) \
+    case Format::name:                                                                \
         return {#name, stored, significant, Family::family};
 #include "trvil/formats.inc"
     }

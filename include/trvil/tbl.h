@@ -42,7 +42,8 @@
 
 /* Low bytes of the pixel format codes: TBL_CODE_Mono8, TBL_CODE_BGR24, ... */
 enum {
-#define TRV_FORMAT(code, name, stored, significant, family, group, phase) TBL_CODE_##name = code,
+#define TRV_FORMAT(code, name, stored, significant, family, group, phase, order, ...) \
+    TBL_CODE_##name = code,
 #include "trvil/formats.inc"
     TBL_CODE_END
 };

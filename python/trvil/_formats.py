@@ -1,7 +1,7 @@
 """The pixel formats, and the arrays that hold them."""
 from dataclasses import dataclass
 from types import MappingProxyType
-from typing import Optional
+from typing import Optional, Tuple
 
 import numpy as np
 
@@ -19,6 +19,9 @@ class Format:
     family: "grey", "colour", "word", "yuv" or "bayer"
     group: pixels that share a whole number of bytes: 1, or 2 or 4
     phase: "A" to "D" when the name says it, otherwise None
+    order: whether bits are counted from the "least" or the "most" significant one of each byte
+    fields: (channel, first bit, bits) of a group's first pixel: M grey, S a mosaic's sample, R G B A,
+        X a pad, Y U V
     """
 
     name: str
@@ -28,6 +31,8 @@ class Format:
     family: str
     group: int
     phase: Optional[str]
+    order: str
+    fields: Tuple[Tuple[str, int, int], ...]
 
     @property
     def packed(self):
@@ -37,11 +42,10 @@ class Format:
     @property
     def channels(self):
         """Length of the array's third axis, or None when it has two axes."""
-        if self.family == "yuv":
-            return 2
-        if self.family != "colour":
+        if self.packed or self.family == "word":
             return None
-        return {24: 3, 48: 3, 32: 4, 64: 4}[self.stored]
+        sample = (self.fields[0][2] + 7) // 8 * 8  # bits of memory
+        return self.stored // sample if self.stored > sample else None
 
     @property
     def dtype(self):
@@ -63,8 +67,8 @@ class Format:
 
 
 def _read_formats():
-    for name, code, stored, significant, family, group, phase in c.FORMATS:
-        yield name, Format(name, c.FORMAT_PREFIX + code, stored, significant, family, group, phase)
+    for name, code, *facts in c.FORMATS:
+        yield name, Format(name, c.FORMAT_PREFIX + code, *facts)
 
 
 formats = MappingProxyType(dict(_read_formats()))

@@ -19,7 +19,7 @@ struct AccessExtent {
 };
 
 constexpr bool unpacks(const Decision& decision) {
-    return is_measured_packed(*decision.source) && decision.destination->stored == 16;
+    return decision.route.rule == Rule::unpack;
 }
 
 // Unpacking goes on while a group begins inside the line.
@@ -40,22 +40,16 @@ constexpr bool looks_behind_odd_lines(const Job& job, const Decision& decision) 
 }
 
 constexpr bool takes_the_next_pixel(const Decision& decision) {
-    return decision.source->code == Code::RGB30 && decision.destination->code == Code::RGB48;
+    return decision.route.rule == Rule::widen_next;
 }
 
 constexpr uint64_t read_behind(const Job& job, const Decision& decision) {
     const Format& source = *decision.source;
-    if (is_measured_packed(source))
+    if (decision.route.size == Size::packed)
         return line_bytes(source, packed_width(job, decision)) -
                line_bytes(source, job.source.width);
     if (takes_the_next_pixel(decision)) return 4;
     return looks_behind_odd_lines(job, decision) ? source.stored / 8u : 0;
-}
-
-constexpr bool is_block(const Job& job, const Decision& decision) {
-    return is_grey_block(job, decision) ||
-           (decision.way == Way::copy && decision.source->family == Family::colour &&
-            job.source.stride == job.destination.stride);
 }
 
 constexpr bool reads_whole_words(const Decision& decision) {
@@ -68,8 +62,8 @@ constexpr bool writes_whole_words(const Decision& decision) {
 }
 
 constexpr bool is_sheared_copy(const Job& job, const Decision& decision) {
-    return decision.way == Way::copy && decision.source->code == Code::Mono8 &&
-           !is_block(job, decision) && job.source.width != job.destination.width;
+    return decision.way == Way::copy && decision.source->stored == 8 && !is_block(job, decision) &&
+           job.source.width != job.destination.width;
 }
 
 // A width beyond the stride, which no sound buffer has, makes such a copy step backwards.

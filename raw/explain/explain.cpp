@@ -3,7 +3,7 @@
 
 #include <inttypes.h>
 
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 #include "raw/explain/words.h"
 #include "raw/unpack/decision.h"
 

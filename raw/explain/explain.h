@@ -1,7 +1,7 @@
 // What a call would make of two buffers, and why, in words.
 #pragma once
 
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 #include "raw/explain/writer.h"
 
 namespace trv::raw {

@@ -61,7 +61,7 @@ void explain_no_route(const Job& job, const Decision& decision, Writer* out) {
 void say_sizes(const Job& job, const Decision& decision, Writer* out) {
     const Measure size = measure(job, decision);
     const uint64_t least = size.needed / size.per_byte + (size.needed % size.per_byte != 0);
-    const bool packed = is_measured_packed(*decision.source);
+    const bool packed = decision.route.size == Size::packed;
     out->add("%" PRIu32 " x %" PRIu32 " pixels of %s need %" PRIu64 " bytes%s, and %" PRIu32
              " lines of %" PRIu32 " bytes are %" PRIu64,
              job.source.width, job.source.height, decision.destination->name, least,

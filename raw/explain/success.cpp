@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-#include "image/format/lossy.h"
+#include "image/format/routes.h"
 #include "raw/explain/access_extent.h"
 #include "raw/explain/words.h"
 
@@ -190,19 +190,18 @@ void high_bits(const Case& c) {
 // ---- The picture ----
 
 void spoiled(const Case& c) {
-    const char* what = spoils(c.source, c.destination);
+    const char* what = lossy(c.source, c.destination);
     if (what == nullptr) return;
     c.warn();
     c.out->add("this route %s, so the result is no picture; go by way of another format", what);
 }
 
 bool has_pad(const Format& format) {
-    return format.family == Family::colour && format.stored == 32 && format.code != Code::RGBA32;
+    return has(format, Channel::X);
 }
 
 bool has_three_channels(const Format& format) {
-    const bool alpha = format.code == Code::RGBA32 || format.stored == 64;
-    return format.family != Family::grey && !alpha;
+    return format.family != Family::grey && !has(format, Channel::A);
 }
 
 void pad(const Case& c) {

@@ -2,7 +2,7 @@
 // one that is not.
 #pragma once
 
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 #include "image/format/decision.h"
 #include "raw/explain/writer.h"
 #include "raw/unpack/decision.h"

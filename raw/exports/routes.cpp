@@ -1,4 +1,4 @@
-#include "image/format/lossy.h"
+#include "image/format/routes.h"
 #include "raw/exports/record.h"
 #include "raw/routes/plan.h"
 #include "trvil/raw.h"
@@ -52,7 +52,7 @@ uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint32_t pha
         return TRV_STATUS_PARAMETER;
     TRW_Route full{};
     full.direct = methods_of(direct_ways(*first, *last), phase);
-    if (full.direct != 0) full.remark = trv::spoils(*first, *last);
+    if (full.direct != 0) full.remark = trv::lossy(*first, *last);
     const Plan found = plan(*first, *last, ways);
     full.steps = found.steps;
     for (unsigned i = 0; found.found && i <= found.steps; ++i)

@@ -1,6 +1,5 @@
 #include "raw/routes/plan.h"
 
-#include "image/format/lossy.h"
 #include "image/format/routes.h"
 
 namespace trv::raw {
@@ -35,7 +34,7 @@ consteval Table make_table() {
         for (size_t to = 0; to < format_count; ++to) {
             const Ways ways = ways_between(formats[from], formats[to]);
             table.direct[from][to] = ways;
-            if (spoils(formats[from], formats[to]) == nullptr) table.faithful[from][to] = ways;
+            if (lossy(formats[from], formats[to]) == nullptr) table.faithful[from][to] = ways;
         }
     return table;
 }

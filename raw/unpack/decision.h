@@ -2,7 +2,7 @@
 // at. TRW_Unpack acts on the decision, TRW_Explain puts it into words.
 #pragma once
 
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 #include "image/format/job.h"
 #include "raw/packing.h"
 

@@ -1,7 +1,7 @@
 // Unpacking a picture, line by line.
 #pragma once
 
-#include "image/format/buffer.h"
+#include "image/exports/buffer.h"
 #include "raw/level.h"
 
 namespace trv::raw {

@@ -8,8 +8,8 @@
 #include <functional>
 
 #include "image/exports/convert.h"
+#include "image/exports/field_to_frame.h"
 #include "image/exports/kernel.h"
-#include "image/field/field.h"
 #include "tests/reference/routes.h"
 #include "trvil/tbl.h"
 #include "trvil/til.h"
@@ -120,8 +120,7 @@ TEST(Stack, OfFieldsAndFiles) {
             for (uint32_t method = 0; method < 4; ++method)
                 deepest.measure(format + " method " + std::to_string(method) + " " + level.name,
                                 [&] {
-                                    trv::field::run(*level.field, level.memory->fetches_fields,
-                                                    static_cast<trv::field::Method>(method),
+                                    trv::field::run(level, static_cast<trv::field::Method>(method),
                                                     from.handle, to.handle, 0);
                                 });
         });

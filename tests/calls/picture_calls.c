@@ -14,7 +14,7 @@ static const struct {
     uint32_t code;
     unsigned stored;
 } formats[] = {
-#define TRV_FORMAT(code, name, stored, significant, family, group, phase) \
+#define TRV_FORMAT(code, name, stored, significant, family, group, phase, order, ...) \
     {TBL_FORMAT(name), stored},
 #include "trvil/formats.inc"
 };

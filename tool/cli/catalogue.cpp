@@ -1,5 +1,7 @@
 #include "tool/cli/catalogue.h"
 
+#include <algorithm>
+
 #include "tool/cli/alias.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
@@ -109,21 +111,21 @@ std::string names_of(const std::vector<const Format*>& some) {
 
 const Format* letterless(const Format& format) {
     if (format.phase == Phase::none) return nullptr;
-    const std::string name(format.name);
     for (const Format& other : formats)
-        if (name.substr(0, name.rfind('_')) == other.name) return &other;
+        if (other.family == format.family && other.phase == Phase::none &&
+            other.stored == format.stored && other.significant == format.significant)
+            return &other;
     return nullptr;
 }
 
 const Format* with_bits(const Format& like, uint32_t bits) {
-    const auto letters = [](const Format& format) {
-        const std::string name(format.name);
-        return name.substr(0, name.find_first_of("0123456789"));
+    const auto same_channels = [&](const Format& format) {
+        return std::equal(std::begin(format.fields), std::end(format.fields), like.fields,
+                          [](const Field& a, const Field& b) { return a.channel == b.channel; });
     };
     const Format* best = nullptr;
     for (const Format& format : formats) {
-        if (letters(format) != letters(like) || format.stored != like.stored ||
-            letterless(format) != nullptr)
+        if (!same_channels(format) || format.stored != like.stored || letterless(format) != nullptr)
             continue;
         if (format.significant >= bits && (!best || format.significant < best->significant))
             best = &format;

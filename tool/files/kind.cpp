@@ -68,8 +68,9 @@ bool holds(Kind kind, const Format& format) {
             return is_picture(format) && grey;
         // The library writes RGB24 too, but with red and blue exchanged.
         default:
-            return format.code == Code::Mono8 || format.code == Code::Mono16 ||
-                   format.code == Code::BGR24;
+            return has_full_samples(format) &&
+                   (grey ? format.stored <= 16
+                         : format.stored == 24 && format.fields[0].channel == trv::Channel::B);
     }
 }
 

@@ -1,70 +1,54 @@
 #include "tool/picture/samples.h"
 
-#include <string>
-
 namespace trv::tool {
 namespace {
 
-Channel channel_of(char letter) {
-    switch (letter) {
-        case 'R':
+// Grey counts as green.
+Channel channel_of(const Field& field) {
+    switch (field.channel) {
+        case trv::Channel::R:
             return Channel::red;
-        case 'G':
+        case trv::Channel::G:
+        case trv::Channel::M:
             return Channel::green;
-        case 'B':
+        case trv::Channel::B:
             return Channel::blue;
         default:
             return Channel::none;
     }
 }
 
-void set_channels(SampleLayout* layout, const std::string& even, const std::string& odd) {
-    layout->period = static_cast<uint32_t>(even.size());
-    for (size_t i = 0; i < even.size(); ++i) {
-        layout->channel[0][i] = channel_of(even[i]);
-        layout->channel[1][i] = channel_of(odd[i]);
-    }
+void add_channels(SampleLayout* layout, Channel even, Channel odd) {
+    layout->channel[0][layout->period] = even;
+    layout->channel[1][layout->period++] = odd;
 }
 
-// The letters at the start of a colour format's name are its samples in memory order.
-std::string letters(const Format& format) {
-    const std::string name(format.name);
-    return name.substr(0, name.find_first_of("0123456789"));
-}
-
-std::string first_colours(Phase phase) {
-    constexpr const char* colours[] = {"RG", "GR", "GB", "BG", "RG"};
-    return colours[static_cast<size_t>(phase)];
-}
-
-std::string second_colours(Phase phase) {
-    constexpr const char* colours[] = {"GB", "BG", "RG", "GR", "GB"};
-    return colours[static_cast<size_t>(phase)];
+// Colours of the first two pixels of the first two lines.
+void add_mosaic(SampleLayout* layout, Phase phase) {
+    constexpr Channel r = Channel::red, g = Channel::green, b = Channel::blue;
+    constexpr Channel colours[][4] = {
+        {r, g, g, b}, {g, r, b, g}, {g, b, r, g}, {b, g, g, r}, {r, g, g, b}};
+    const Channel* c = colours[static_cast<size_t>(phase)];
+    add_channels(layout, c[0], c[2]);
+    add_channels(layout, c[1], c[3]);
 }
 
 }  // namespace
 
 std::optional<SampleLayout> sample_layout(const Format& format, Phase phase) {
     SampleLayout layout{};
-    layout.per_pixel = 1;
-    switch (format.family) {
-        case Family::grey:
-            set_channels(&layout, "G", "G");
-            break;
-        case Family::bayer:
-            set_channels(&layout, first_colours(phase), second_colours(phase));
-            break;
-        case Family::colour:
-            set_channels(&layout, letters(format), letters(format));
-            layout.per_pixel = layout.period;
-            break;
-        default:
-            return std::nullopt;
-    }
-    const uint32_t stored = format.stored / layout.per_pixel;
-    if (stored != 8 && stored != 16) return std::nullopt;
-    layout.bytes = stored / 8;
+    layout.bytes = sample_bytes(format);
+    if (format.family == Family::yuv || (layout.bytes != 1 && layout.bytes != 2))
+        return std::nullopt;
     layout.bits = format.significant;
+    layout.per_pixel = format.stored / 8 / layout.bytes;
+    if (format.family == Family::bayer)
+        add_mosaic(&layout, phase);
+    else
+        for (uint32_t i = 0; i < layout.per_pixel; ++i) {
+            const Channel channel = channel_of(format.fields[i]);
+            add_channels(&layout, channel, channel);
+        }
     return layout;
 }
 

@@ -105,7 +105,7 @@ void take(Plane* plane, Moments* moments, uint32_t value) {
 
 Plane measure_place(const Frame& frame, const Place& place) {
     const Geometry& g = frame.geometry();
-    const bool high_first = g.format->code == Code::Mono12MP;
+    const bool high_first = g.format->order == BitOrder::most;
     Plane plane;
     plane.name = place.name;
     plane.depth = place.depth;
