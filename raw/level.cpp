@@ -3,7 +3,10 @@
 namespace trv::raw {
 
 const Level levels[level_count] = {
-#define TRV_LEVEL_ROW(level) {#level, &level::unpack_rows},
+#define TRV_LEVEL_ROW(level) \
+    {#level,                 \
+     &level::unpack_rows,    \
+     {#level, &level::bayer_spans, &level::direct_rows, nullptr, &machines[0].memory}},
 #include "image/simd/levels.inc"
 };
 
@@ -20,6 +23,12 @@ __attribute__((constructor)) void choose_level() {
 
 unsigned best_level() {
     return chosen;
+}
+
+Level current_level() {
+    Level level = levels[chosen];
+    level.image = on_machine(level.image, this_machine());
+    return level;
 }
 
 }  // namespace trv::raw

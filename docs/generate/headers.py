@@ -104,6 +104,9 @@ def declaration(text):
         return Item("enum", re.search(r"[A-Z]\w*(?=##name)", text).group(), text)
     if "{" in text:
         return record(text)
+    opaque = re.fullmatch(r"typedef struct (\w+) \1;", text)
+    if opaque:
+        return Item("struct", opaque.group(1), text)
     return Item("callback", re.search(r"\(\*(\w+)\)", text).group(1), one_line(text))
 
 

@@ -110,8 +110,46 @@ for pmsb and be, and in the byte that it has for itself in all others.
   byte and go on there: unpack such a picture as a single line of all its pixels.
 - **Not in place.** Source and destination must not overlap.
 
+## Straight to the picture, on several threads
+
+`TRW_Convert` unpacks and converts in one call: each strip of lines is unpacked into memory that stays in the
+cache, and becomes the picture from there. A pool of threads, made once, shares the picture out:
+
+```c
+#include <stddef.h>
+#include <trvil/raw.h>
+#include <trvil/tbl.h>
+
+int main(void) {
+    static uint8_t packed[480][960]; /* 640 pixels of 12Packed in a line */
+    uint64_t source = 0, picture = 0;
+    TRW_Pool* pool = NULL;
+    if (TRW_PoolCreate(&pool, 0) != 0) return 1; /* 0: as many threads as there are processors */
+    TBS_BufferWrap(&source, 640, 480, TBL_FORMAT(BAY8_A), packed, sizeof packed, 960, NULL, NULL);
+    TBS_BufferCreate(&picture, 640, 480, TBL_FORMAT(BGR24));
+    uint32_t status = TRW_Convert(source, TRW_PACKING_12Packed, picture, NULL, pool);
+    TBS_BufferRelease(&picture);
+    TBS_BufferRelease(&source);
+    TRW_PoolDestroy(&pool);
+    return (int)status;
+}
+```
+
+- **Grey or a mosaic?** A source wrapped as BAY8 is a mosaic, any other is grey; `format` of `TRW_Settings` says it
+  outright, such as `TBL_FORMAT(BAY12_B)`. Method and phase come from the settings, then from the source.
+- **The same bytes.** They do not depend on the number of threads, and are those of `TRW_Unpack` and `TIL_Convert`
+  one after the other, with a picture between them whose lines have no padding. Of odd widths, mean and median look at
+  one sample behind a line: the first one of the next line, and 0 behind the last.
+- **Without a packing** (0) it is `TIL_Convert` on several threads.
+- **Small pictures** are made by the calling thread alone, and so are those where the order of lines counts: in place,
+  or with lines that overlap.
+- **One pool for all.** Any number of threads may call with the same pool. Its threads take no signals. A child made by
+  `fork` has none of them and works alone.
+- **Memory.** Strips take some 64 KiB per thread, or three lines where these are longer, for the length of the call.
+
 Unpacking is as fast as a memory copy of as many bytes, or nearly; `build/bin/bench_raw` compares them, and a
 plain loop, on your machine. `--cold` takes frames from main memory, `--level v3` an older processor's loops.
+`build/bin/bench_raw_convert` shows what a second thread gains, beside two copies, and what one pass gains over two.
 )";
 
 }  // namespace

@@ -72,6 +72,93 @@ TRV_API uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t w
    pixels. Source and destination must not overlap. */
 TRV_API uint32_t TRW_Unpack(uint64_t source, uint32_t packing, uint64_t destination);
 
+/* ---- Threads ---- */
+
+TRV_EXTERN_C_END
+
+/* Threads that wait for pictures. */
+typedef struct TRW_Pool TRW_Pool;
+
+TRV_EXTERN_C_BEGIN
+
+/* Makes a pool.
+
+   "threads" is how many work on a picture, from 1 to 1024; 0 stands for as many as the processors
+   that the calling thread may run on. The thread that calls TRW_Convert is one of them, so one less
+   is started, and a pool of 1 starts none.
+
+     TRV_STATUS_OK         *pool is the pool; TRW_PoolDestroy ends it
+     TRV_STATUS_PARAMETER  "pool" is null, or there are too many threads
+     TRV_STATUS_MEMORY     no memory
+     TRV_STATUS_SYSTEM     the system starts no more threads; those that it started have ended
+
+   A call that fails leaves *pool as it is. Any number of threads may use a pool at the same time:
+   each works on its own picture, and the pool's threads help where they find something to do. These
+   block all signals and call nothing of the program's. A child made by fork has none of them: there
+   the calling thread works alone, and TRW_PoolDestroy frees the memory. */
+TRV_API uint32_t TRW_PoolCreate(TRW_Pool** pool, uint32_t threads);
+
+/* Tells how many threads work on a picture, the calling one included.
+
+     TRV_STATUS_OK         *threads is 1 to 1024
+     TRV_STATUS_PARAMETER  "pool" or "threads" is null; nothing is written */
+TRV_API uint32_t TRW_PoolThreadsGet(const TRW_Pool* pool, uint32_t* threads);
+
+/* Ends a pool's threads and sets *pool to null. Calls of other threads that are under way are
+   waited for; none may begin any more.
+
+     TRV_STATUS_OK         the pool is gone
+     TRV_STATUS_PARAMETER  "pool" or *pool is null */
+TRV_API uint32_t TRW_PoolDestroy(TRW_Pool** pool);
+
+/* ---- Straight to the picture ---- */
+
+TRV_EXTERN_C_END
+
+/* What TRW_Convert does differently from what the buffers say; all zero for nothing. */
+typedef struct TRW_Settings {
+    uint32_t size;   /* bytes of this record, set by the caller: sizeof(TRW_Settings) */
+    uint32_t format; /* what a packing's samples are, as TBL_FORMAT that TRW_Unpack goes to: grey, a
+                        mosaic (a letter says its phase) or YUV422. 0: a mosaic if the source's
+                        pixel format is one, of any depth, else grey. Of no effect without a
+                        packing */
+    uint32_t method; /* TBL_BAYER_METHOD_... of a mosaic; 0: as the source says */
+    uint32_t phase;  /* TBL_BAYER_PHASE_... of a mosaic; 0: as the letter or the source says */
+} TRW_Settings;
+
+TRV_EXTERN_C_BEGIN
+
+/* Converts a picture, packed or not, on several threads.
+
+   With a "packing" of 0 it does what TIL_Convert(source, destination) does. With TRW_PACKING_... it
+   does what TRW_Unpack and then TIL_Convert do, without a picture in between: a few lines at a time
+   are unpacked into memory that stays in the cache. To a format that TRW_Unpack goes to, it
+   unpacks.
+
+   The bytes of the destination are the same on any number of threads, and those of the calls one
+   after the other. The picture between these is one whose lines have no padding. With an odd
+   width, mean and median look at one sample behind a line: that is the first one of the next line,
+   and behind the last line 0.
+
+   "settings" may be null for none; "settings->size" says how much of the record the caller knows.
+   "pool" may be null: the calling thread works alone then, as it does on small pictures and where
+   the order of lines counts, because lines of the destination overlap or share memory with the
+   source.
+
+     TRV_STATUS_OK             as TIL_Convert says it, for the picture between too
+     TRV_STATUS_PARAMETER      what TIL_Convert or TRW_Unpack answers with it, lines whose unpacked
+                               samples take 4 GiB or more, or "settings->size" is below 8
+     TRV_STATUS_UNSUPPORTED    no such packing, its samples are not what the settings say, they do
+                               not become the destination's format, or the settings go on behind
+                               the record with something that is not 0
+     TRV_STATUS_BAYER_SETTING  no kernel for method and phase
+     TRV_STATUS_MEMORY         no memory for the lines between; nothing is written
+
+   With a packing, source and destination must not overlap. The buffers are asked on the calling
+   thread alone; they and the pool must stay until the call returns. */
+TRV_API uint32_t TRW_Convert(uint64_t source, uint32_t packing, uint64_t destination,
+                             const TRW_Settings* settings, TRW_Pool* pool);
+
 /* ---- Names of other systems ---- */
 
 TRV_EXTERN_C_END

@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "raw/exports/record.h"
+#include "raw/phase.h"
 #include "trvil/raw.h"
 #include "trvil/tbl.h"
 
@@ -11,11 +12,6 @@ namespace {
 
 static_assert(static_cast<uint32_t>(System::opencv) == TRW_SYSTEM_OPENCV &&
               static_cast<uint32_t>(System::end) == TRW_SYSTEM_END);
-
-uint32_t phase_parameter(Phase phase) {
-    constexpr uint32_t step = TBL_BAYER_PHASE_B - TBL_BAYER_PHASE_A;
-    return phase == Phase::none ? 0 : TBL_BAYER_PHASE_A + step * static_cast<uint32_t>(phase);
-}
 
 Phase phase_of(uint32_t parameter) {
     for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})

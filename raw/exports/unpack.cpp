@@ -37,5 +37,5 @@ uint32_t TRW_PackingInfoGet(uint32_t packing, uint32_t first, uint32_t width,
 }
 
 uint32_t TRW_Unpack(uint64_t source, uint32_t packing, uint64_t destination) {
-    return trv::raw::unpack(trv::raw::levels[trv::raw::best_level()], source, packing, destination);
+    return trv::raw::unpack(trv::raw::current_level(), source, packing, destination);
 }

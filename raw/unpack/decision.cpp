@@ -34,17 +34,24 @@ UnpackRefusal check(const UnpackDecision& d) {
     const Side &from = d.job.source, &to = d.job.destination;
     if (d.packing == nullptr) return no_packing;
     if (!goes_to(*d.packing, to.format)) return other_samples;
-    // A single line needs no stride to the next.
-    if (from.height > 1 && d.packed_line() > from.stride) return short_source_stride;
+    const UnpackRefusal of_source = check_source(d);
+    if (of_source == short_source_stride) return of_source;
     if (d.line() > to.stride) return short_destination_stride;
     if (from.height > to.height) return too_few_lines;
+    return of_source;
+}
+
+}  // namespace
+
+UnpackRefusal check_source(const UnpackDecision& d) {
+    // A single line needs no stride to the next.
+    if (d.job.source.height > 1 && d.packed_line() > d.job.source.stride)
+        return short_source_stride;
     // U and V of a pixel that begins in the middle of a group would belong to another one.
     const bool begins_aright =
         d.packing->target != Target::yuv422 || d.job.packing_offset % d.packing->group == 0;
     return begins_aright ? none : inside_group;
 }
-
-}  // namespace
 
 bool goes_to(const Packing& packing, uint32_t code) {
     const Format* format = find_format(code & 0xFF);

@@ -38,6 +38,9 @@ struct UnpackDecision {
 // Whether samples of a packing become pixels of a format, whatever the upper bytes of its code say.
 bool goes_to(const Packing& packing, uint32_t format);
 
+// What is wrong with a source of a known packing, whatever its samples go to.
+UnpackRefusal check_source(const UnpackDecision& decision);
+
 UnpackDecision decide_unpack(Handle source, uint32_t packing, Handle destination);
 
 uint32_t status_of(UnpackRefusal refusal);

@@ -9,6 +9,43 @@ enum { lines = 3, picture_bytes = 4096 };
 
 static unsigned char packed[picture_bytes];
 
+/* A mosaic of odd width whose samples lie in as many bytes as they need, and every byte of the
+   picture undefined before. */
+static void convert(TRW_Pool* pool) {
+    enum { width = 301, height = 200, line = (width * 3 + 1) / 2 };
+    unsigned char* from = calloc(height, line);
+    unsigned char* to = malloc((size_t)width * height * 3);
+    uint64_t source = 0, destination = 0;
+    TRW_Settings settings;
+    if (from == NULL || to == NULL) abort();
+    memset(&settings, 0, sizeof settings);
+    settings.size = sizeof settings;
+    settings.method = TBL_BAYER_METHOD_MED;
+    GIVES(0, TBS_BufferWrap, AT(&source), width, height, TBL_FORMAT(BAY8), AT(from),
+          (size_t)line * height, line, 0, 0);
+    GIVES(0, TBS_BufferWrap, AT(&destination), width, height, TBL_FORMAT(BGR24), AT(to),
+          (size_t)width * height * 3, 0, 0, 0);
+    GIVES(TRV_STATUS_OK, TRW_Convert, source, TRW_PACKING_12p, destination, AT(&settings),
+          AT(pool));
+    use(to, (size_t)width * height * 3);
+    GIVES(TRV_STATUS_UNSUPPORTED, TRW_Convert, source, TRW_PACKING_END, destination, 0, AT(pool));
+    GIVES(0, TBS_BufferRelease, AT(&source));
+    GIVES(0, TBS_BufferRelease, AT(&destination));
+    free(from);
+    free(to);
+}
+
+static void convert_in_threads(void) {
+    TRW_Pool* pool = NULL;
+    uint32_t threads = 0;
+    GIVES(TRV_STATUS_OK, TRW_PoolCreate, AT(&pool), 3);
+    GIVES(TRV_STATUS_OK, TRW_PoolThreadsGet, AT(pool), AT(&threads));
+    convert(NULL);
+    convert(pool);
+    GIVES(TRV_STATUS_OK, TRW_PoolDestroy, AT(&pool));
+    GIVES(TRV_STATUS_PARAMETER, TRW_PoolDestroy, AT(&pool));
+}
+
 /* A picture whose every byte beyond what the packing needs is undefined. */
 static void unpack(const TRW_PackingInfo* info, uint32_t packing, uint32_t width) {
     unsigned char* memory = malloc(picture_bytes);
@@ -55,4 +92,5 @@ void call_raw(void) {
         }
     GIVES(TRV_STATUS_PARAMETER, TRW_PackingInfoGet, 1, 0, 1, 0);
     read_names();
+    convert_in_threads();
 }

@@ -1,0 +1,99 @@
+#include "raw/convert/decision.h"
+
+#include "image/exports/read_job.h"
+#include "raw/phase.h"
+#include "raw/unpack/decision.h"
+#include "raw/unpack/row.h"
+
+namespace trv::raw {
+namespace {
+
+bool is_mosaic(const Format* format) {
+    return format != nullptr && format->family == Family::bayer;
+}
+
+// Method and phase of a mosaic: what the settings say, then what they say by a letter, then the
+// source.
+void apply(const TRW_Settings& settings, const Format* samples, Job* job) {
+    if (settings.method != 0) job->method = settings.method;
+    if (is_mosaic(samples) && samples->phase != Phase::none)
+        job->phase = phase_parameter(samples->phase);
+    if (settings.phase != 0) job->phase = settings.phase;
+}
+
+void act_on(Course course, ConvertDecision* d) {
+    d->conversion = decide(d->job);
+    d->status = status_of(d->conversion.refusal);
+    d->course = d->conversion.refusal == Refusal::none ? course : Course::none;
+}
+
+ConvertDecision decide_words(Handle source, Handle destination, const TRW_Settings& settings) {
+    ConvertDecision d{};
+    const Buffer from(source), to(destination);
+    d.status = TRV_STATUS_PARAMETER;
+    if (!read_required(from, to, &d.job)) return d;
+    read_rest(from, to, &d.job);
+    apply(settings, nullptr, &d.job);
+    act_on(Course::convert, &d);
+    return d;
+}
+
+// The first format of a family that the samples go to.
+const Format* first_format(const Packing& packing, bool mosaic) {
+    for (const Format& format : formats)
+        if (goes_to(packing, static_cast<uint32_t>(format.code)) && is_mosaic(&format) == mosaic)
+            return &format;
+    return nullptr;
+}
+
+// What the samples are: grey, a mosaic or 4:2:2; null for a setting that they do not fit.
+const Format* samples_of(const Packing& packing, const Buffer& source,
+                         const TRW_Settings& settings) {
+    const uint32_t wanted = settings.format;
+    if (wanted != 0) return goes_to(packing, wanted) ? find_format(wanted & 0xFF) : nullptr;
+    const bool mosaic =
+        packing.target == Target::words && is_mosaic(find_format(source.format() & 0xFF));
+    return first_format(packing, mosaic);
+}
+
+// The unpacked picture: lines without padding.
+Side unpacked(const Side& packed, const Format& samples) {
+    Side side = packed;
+    side.format = format_prefix + static_cast<uint32_t>(samples.code);
+    side.stride = packed.width * uint32_t{pixel_bytes};
+    side.address = nullptr;
+    return side;
+}
+
+void decide_both(const Buffer& source, const UnpackDecision& unpack, const TRW_Settings& settings,
+                 ConvertDecision* d) {
+    const Format* samples = samples_of(*unpack.packing, source, settings);
+    d->status = TRV_STATUS_UNSUPPORTED;
+    if (samples == nullptr) return;
+    d->status = TRV_STATUS_PARAMETER;
+    if (check_source(unpack) != UnpackRefusal::none || unpack.line() > UINT32_MAX) return;
+    d->job = {unpacked(unpack.job.source, *samples), unpack.job.destination, source.bayer_method(),
+              source.bayer_phase(), 0};
+    apply(settings, samples, &d->job);
+    act_on(Course::unpack_and_convert, d);
+}
+
+}  // namespace
+
+ConvertDecision decide_convert(Handle source, uint32_t packing, Handle destination,
+                               const TRW_Settings& settings) {
+    if (packing == 0) return decide_words(source, destination, settings);
+    const UnpackDecision unpack = decide_unpack(source, packing, destination);
+    ConvertDecision d{};
+    d.packing = unpack.packing;
+    d.unpacking = unpack.job;
+    if (unpack.refusal == UnpackRefusal::other_samples) {
+        decide_both(Buffer(source), unpack, settings, &d);
+    } else {
+        d.status = status_of(unpack.refusal);
+        if (unpack.refusal == UnpackRefusal::none) d.course = Course::unpack;
+    }
+    return d;
+}
+
+}  // namespace trv::raw

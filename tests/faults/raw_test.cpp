@@ -1,0 +1,75 @@
+// Pools and strips, with each call of the system failing once.
+#include <cstring>
+
+#include "tests/faults/scenario.h"
+#include "trvil/raw.h"
+#include "trvil/tbl.h"
+
+namespace test {
+namespace {
+
+TRW_Pool* pool;
+
+void end_pool() {
+    if (pool != nullptr) TRW_PoolDestroy(&pool);
+}
+
+// The C library keeps the stacks of threads that have ended, with blocks of their own, for the next
+// ones.
+void keep_stacks() {
+    TRW_PoolCreate(&pool, 4);
+    end_pool();
+}
+
+uint32_t create(uint32_t threads) {
+    const uint32_t status = TRW_PoolCreate(&pool, threads);
+    return (pool == nullptr) == (status != TRV_STATUS_OK) ? status : output_is_wrong;
+}
+
+constexpr uint32_t width = 64, height = 48, line = width * 3 / 2;
+uint8_t packed[line * height], picture[width * height * 3];
+uint64_t source, destination;
+
+// Nothing is written when the call fails.
+uint32_t convert() {
+    const uint32_t status = TRW_Convert(source, TRW_PACKING_12p, destination, nullptr, pool);
+    bool untouched = true;
+    for (const uint8_t byte : picture) untouched = untouched && byte == 0xA5;
+    return untouched == (status != TRV_STATUS_OK) ? status : output_is_wrong;
+}
+
+void prepare() {
+    std::memset(picture, 0xA5, sizeof picture);
+    TBS_BufferWrap(&source, width, height, TBL_FORMAT(BAY8), packed, sizeof packed, line, nullptr,
+                   nullptr);
+    TBS_BufferWrap(&destination, width, height, TBL_FORMAT(BGR24), picture, sizeof picture, 0,
+                   nullptr, nullptr);
+}
+
+void clean() {
+    TBS_BufferRelease(&destination);
+    TBS_BufferRelease(&source);
+}
+
+const Scenario raw[] = {
+    {"TRW_PoolCreate",
+     FAULT_MEMORY,
+     [] { return create(1); },
+     {{"malloc", 14}},
+     1,
+     [] {},
+     end_pool},
+    {"threads of TRW_PoolCreate",
+     FAULT_SYSTEM,
+     [] { return create(4); },
+     {{"pthread_create#1", 15}, {"pthread_create#2", 15}, {"pthread_create#3", 15}},
+     1,
+     keep_stacks,
+     end_pool},
+    {"TRW_Convert", FAULT_MEMORY, convert, {{"aligned_alloc", 14}}, 0, prepare, clean},
+};
+
+INSTANTIATE_TEST_SUITE_P(Raw, EveryCall, testing::ValuesIn(raw), name_of);
+
+}  // namespace
+}  // namespace test
