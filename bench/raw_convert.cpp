@@ -2,7 +2,8 @@
 // copies of as many bytes, and what it is worth to unpack and convert in one pass.
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <functional>
+#include <vector>
 
 #include "bench/options.h"
 #include "image/exports/convert.h"
@@ -114,6 +115,18 @@ struct Pools {
     TRW_Pool *one = nullptr, *two = nullptr;
 };
 
+// Medians by the clock on the wall: the calling thread's own time says nothing of its helpers.
+std::vector<double> race(const std::vector<std::function<void()>>& candidates, unsigned rounds) {
+    std::vector<std::vector<double>> times(candidates.size());
+    for (const auto& run : candidates) run();
+    for (unsigned round = 0; round < rounds; ++round)
+        for (size_t i = 0; i < candidates.size(); ++i)
+            times[i].push_back(trv::timing::seconds(candidates[i]));
+    std::vector<double> medians;
+    for (auto& list : times) medians.push_back(trv::timing::median(list));
+    return medians;
+}
+
 // Every call takes the next pictures: when cold, there are more than the caches hold.
 void measure(const Task& task, const Options& options, const Pools& pools) {
     trv::raw::Level level = trv::raw::levels[options.level];
@@ -128,19 +141,19 @@ void measure(const Task& task, const Options& options, const Pools& pools) {
         const Pictures& p = next();
         trv::raw::convert(level, p.source(), task.packing, p.destination(), {}, pool);
     };
-    std::vector<trv::timing::Candidate> candidates{
-        [&](unsigned) { next().copy(pools.one); },
-        [&](unsigned) { next().copy(pools.two); },
-        [&](unsigned) { convert(pools.one); },
-        [&](unsigned) { convert(pools.two); },
+    std::vector<std::function<void()>> candidates{
+        [&] { next().copy(pools.one); },
+        [&] { next().copy(pools.two); },
+        [&] { convert(pools.one); },
+        [&] { convert(pools.two); },
     };
     if (task.packing != 0)
-        candidates.emplace_back([&](unsigned) {
+        candidates.emplace_back([&] {
             const Pictures& p = next();
             trv::raw::unpack(level, p.source(), task.packing, p.between());
             trv::convert(options.table(), p.between(), p.destination());
         });
-    const std::vector<double> times = trv::timing::compare(candidates, options.rules);
+    const std::vector<double> times = race(candidates, options.rules.rounds);
     const double copies = times[0] / times[1], gain = times[2] / times[3];
     std::printf("%-24s %5.2f x copy, two threads %5.2f times (copies %5.2f: %4.2f of that)",
                 name_of(task).c_str(), times[0] / times[2], gain, copies, gain / copies);
