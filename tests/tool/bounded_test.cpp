@@ -10,8 +10,13 @@ namespace {
 
 using tool::text;
 
-constexpr double soon = 20;             // seconds; for ever is what would fail
-constexpr uint64_t little = 256 << 10;  // KiB; what a guess looks at is a quarter of it
+constexpr double soon = 20;  // seconds; for ever is what would fail
+// KiB; what a guess looks at is a quarter of it. Sanitizers keep what was freed.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr uint64_t little = 1 << 20;
+#else
+constexpr uint64_t little = 256 << 10;
+#endif
 
 class Bounded : public testing::Test {
   protected:

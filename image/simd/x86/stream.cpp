@@ -8,7 +8,7 @@ namespace trv {
 
 void copy_past_caches(uint8_t* to, const uint8_t* from, size_t count) {
     constexpr size_t line = 64;
-    size_t head = -reinterpret_cast<uintptr_t>(to) % line;
+    size_t head = (line - reinterpret_cast<uintptr_t>(to) % line) % line;
     if (head > count) head = count;
     memcpy(to, from, head);
     size_t at = head;
