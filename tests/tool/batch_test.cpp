@@ -19,8 +19,10 @@ const std::string convert = "convert -s 400x300 -f BAY8 ";
 
 TEST_F(Batch, GivesTheSameFilesAtATimeAsOneByOne) {
     ASSERT_EQ(folder.trvil(convert + "*.raw -o 'out/{name}.ppm'").exit, 0);
-    ASSERT_EQ(folder.shell("mkdir more; trvil " + convert + "--jobs 4 --as ppm *.raw -o more").exit,
-              0);
+    ASSERT_EQ(
+        folder.shell("mkdir more; trvil " + convert + "--jobs 4 --threads 6 --as ppm *.raw -o more")
+            .exit,
+        0);
     const Result result = folder.shell("diff -r out more && ls more | wc -l");
     EXPECT_EQ(result.exit, 0) << result.out;
     EXPECT_EQ(result.out, "6\n");

@@ -2,14 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <random>
 
 #include "tests/tool/run.h"
 #include "tool/cli/text.h"
+#include "trvil/raw.h"
 
 namespace trv::test {
 namespace {
 
+using Json = nlohmann::json;
 using tool::text;
 
 std::string noise(size_t bytes) {
@@ -124,6 +127,12 @@ TEST_F(Names, AreRefusedWhereTheyWouldMislead) {
         {"-f BAY8 --phase BayerBG", "opencv:BayerBG is RGGB"},
         {"-f pGaa", "v4l2:pgAA is BAY10_B from RAW10"},
         {"-f Mono8 -t Mono12Packed", "use Mono12"},
+        {"-f Mono8 -t 12Packed", "use Mono12 or BAY12"},
+        {"-f 12Pakced", "12Packed"},
+        {"-f Mono12Packed --phase A", "not a mosaic"},
+        {"-f UYVY --phase A", "not a mosaic"},
+        {"-f RAW12 -m med", "--phase"},
+        {"-f RAW12 --wb grey", "--phase"},
         {"-f pfnc:0x01080002", "sign"},
         {"-f RGB10p32", "12 of green"},
         {"-f vl42:RG10", "the prefixes are"},
@@ -139,10 +148,9 @@ TEST_F(Names, AreRefusedWhereTheyWouldMislead) {
 // One light pixel and one dark one, of 0xABC and 0x123.
 TEST_F(Names, OfPackedPixelsUnpackThem) {
     const std::vector<std::pair<const char*, std::string>> dumps = {
-        {"Mono12Packed", "\xAB\x3C\x12"},
-        {"Y12P", "\xAB\x12\x3C"},
-        {"pfnc:0x010C0006", "\xAB\x3C\x12"},
-        {"Y012", {"\xC0\xAB\x30\x12", 4}}};
+        {"Mono12Packed", "\xAB\x3C\x12"},    {"Y12P", "\xAB\x12\x3C"},
+        {"pfnc:0x010C0006", "\xAB\x3C\x12"}, {"12PACKED", "\xAB\x3C\x12"},
+        {"12be", {"\x0A\xBC\x01\x23", 4}},   {"Y012", {"\xC0\xAB\x30\x12", 4}}};
     for (const auto& [name, bytes] : dumps) {
         SCOPED_TRACE(name);
         folder.write("two.raw", bytes + bytes);
@@ -162,6 +170,26 @@ TEST_F(Names, OfPackedPixelsUnpackThem) {
                   .out.find("BAY12_B from 12Packed in lines of 5 bytes: 8 bytes, which is all"),
               std::string::npos);
     EXPECT_EQ(folder.trvil("convert -s 2x3 -f Y12P two.raw -o x.png").exit, 4);
+}
+
+// In one pass on several threads as by two calls one after the other.
+TEST_F(Names, OfPackingsAreFormatsOfTheirOwn) {
+    folder.write("n.raw", noise(640 * 480 * 2));
+    const Json listed = Json::parse(folder.trvil("formats --json").out)["packings"];
+    ASSERT_EQ(listed.size(), TRW_PACKING_END - 1);
+    for (const Json& packing : listed) {
+        const std::string name = packing["name"], to = packing["unpacked_to"].back();
+        const std::string phase = to == "YUV422" ? " " : " --phase GBRG ";
+        // The widths end with a group and inside one.
+        for (const char* shape : {" -s 600x400 ", " -s 37x31 "}) {
+            const Result result = folder.shell(
+                text("read() { trvil convert", shape, "--force \"$@\" 2>/dev/null; }\n", "read -f ",
+                     name, phase, "-t ", to, " --threads 1 n.raw -o words.raw &&\n", "read -f ", to,
+                     phase, "--threads 1 words.raw -o two.ppm &&\n", "read --threads 3 -f ", name,
+                     phase, "n.raw -o one.ppm && cmp one.ppm two.ppm"));
+            EXPECT_EQ(result.exit, 0) << name << shape << result.out << result.err;
+        }
+    }
 }
 
 // Whatever the list shows is understood, and means the format of its row.

@@ -5,6 +5,7 @@
 
 #include "tests/tool/run.h"
 #include "tool/cli/text.h"
+#include "trvil/raw.h"
 
 namespace trv::test {
 namespace {
@@ -113,8 +114,12 @@ TEST_F(Output, OfAClosedOrFullStdoutIsAnError) {
 TEST(Formats, AreAllListed) {
     const Folder folder;
     const Result result = folder.trvil("formats");
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 75);
+    // Each of both lists has a heading.
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 75 + 1 + TRW_PACKING_END);
     EXPECT_NE(result.out.find("\nBAY12_D    0xC0022633      16     12  mosaic  BGGR   BGR24\n"),
+              std::string::npos)
+        << result.out;
+    EXPECT_NE(result.out.find("\n10ipu3    10     25 in 32         Mono10 or BAY10\n"),
               std::string::npos)
         << result.out;
 }

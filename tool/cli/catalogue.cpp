@@ -5,7 +5,6 @@
 #include "tool/cli/alias.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
-#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
@@ -23,19 +22,51 @@ struct NamedMethod {
 constexpr NamedMethod methods[] = {
     {"dup", TBL_BAYER_METHOD_DUP}, {"ave", TBL_BAYER_METHOD_AVE}, {"med", TBL_BAYER_METHOD_MED}};
 
-std::vector<std::string> all_format_names() {
+std::vector<std::string> all_pixel_names() {
     std::vector<std::string> names;
     for (const Format& format : formats) names.emplace_back(format.name);
+    for (const Pixels& pixels : packings()) names.push_back(packing_name(pixels.packing));
     return names;
+}
+
+// The letterless mosaic that stores samples as `grey` does, or null.
+const Format* mosaic_like(const Format& grey) {
+    for (const Format& format : formats)
+        if (format.family == Family::bayer && format.phase == Phase::none &&
+            format.stored == grey.stored && format.significant == grey.significant)
+            return grey.family == Family::grey ? &format : nullptr;
+    return nullptr;
 }
 
 }  // namespace
 
-std::string packing_name(uint32_t packing) {
+TRW_PackingInfo packing_info(uint32_t packing, uint32_t width) {
     TRW_PackingInfo info{};
     info.size = sizeof info;
-    TRW_PackingInfoGet(packing, 0, 0, &info);
-    return info.name;
+    TRW_PackingInfoGet(packing, 0, width, &info);
+    return info;
+}
+
+std::string packing_name(uint32_t packing) {
+    return packing_info(packing, 0).name;
+}
+
+Pixels as_mosaic(const Pixels& pixels) {
+    return pixels.mosaic == nullptr ? pixels : Pixels{pixels.mosaic, pixels.packing};
+}
+
+std::vector<Pixels> packings() {
+    std::vector<Pixels> all;
+    for (uint32_t packing = 1; packing < TRW_PACKING_END; ++packing) {
+        const Format& format = *find_whole_format(packing_info(packing, 0).format);
+        all.push_back({&format, packing, mosaic_like(format)});
+    }
+    return all;
+}
+
+std::string becomes(const Pixels& pixels) {
+    const std::string grey = pixels.format->name;
+    return pixels.mosaic == nullptr ? grey : text(grey, " or ", pixels.mosaic->name);
 }
 
 std::string description(const Pixels& pixels) {
@@ -46,9 +77,11 @@ std::string description(const Pixels& pixels) {
 Pixels pixels_named(const std::string& name) {
     for (const Format& format : formats)
         if (lower(format.name) == lower(name)) return {&format};
+    for (const Pixels& pixels : packings())
+        if (lower(packing_name(pixels.packing)) == lower(name)) return pixels;
     if (const auto pixels = find_alias(name)) return *pixels;
     throw Failure(Exit::usage, text("unknown format \"", name, "\""),
-                  text("the nearest names are ", list(nearest(name, all_format_names(), 4))),
+                  text("the nearest names are ", list(nearest(name, all_pixel_names(), 4))),
                   "`trvil formats` lists them all, `trvil formats --names` what others call them");
 }
 
@@ -56,8 +89,8 @@ const Format& format_named(const std::string& name) {
     const Pixels pixels = pixels_named(name);
     if (pixels.packing == 0) return *pixels.format;
     throw Failure(Exit::usage, text(name, " is read and not written"),
-                  text("it is packed as ", packing_name(pixels.packing)),
-                  text("use ", pixels.format->name, ", which it becomes"));
+                  text("pixels are unpacked from ", packing_name(pixels.packing), ", never packed"),
+                  text("use ", becomes(pixels), ", which they become"));
 }
 
 Phase phase_named(const std::string& name) {

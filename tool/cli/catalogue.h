@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "image/format/format.h"
+#include "trvil/raw.h"
 #include "trvil/tbl.h"
 
 namespace trv::tool {
@@ -15,17 +16,31 @@ inline constexpr uint32_t default_method = TBL_BAYER_METHOD_AVE;
 // How a dump stores pixels: in a format, or packed so that TRW_Unpack makes it of them.
 struct Pixels {
     const Format* format;
-    uint32_t packing = 0;  // TRW_PACKING_...; 0: none
+    uint32_t packing = 0;            // TRW_PACKING_...; 0: none
+    const Format* mosaic = nullptr;  // what a packing by its own name becomes if that is a mosaic
 };
+
+// Of a packing by its own name, which tells grey from mosaics by nothing: as a mosaic. Others are
+// what they are.
+Pixels as_mosaic(const Pixels& pixels);
+
+// All packings by their own names.
+std::vector<Pixels> packings();
+
+// Of a packing and a line of so many pixels.
+TRW_PackingInfo packing_info(uint32_t packing, uint32_t width);
 
 // "12Packed".
 std::string packing_name(uint32_t packing);
 
+// "Mono12 or BAY12".
+std::string becomes(const Pixels& pixels);
+
 // "BAY12_A", or "BAY12_A from 12Packed".
 std::string description(const Pixels& pixels);
 
-// Each throws Failure with the nearest names when there is none of this name. A format is one that
-// pictures can have: nothing packs them.
+// Each throws Failure with the nearest names when there is none of this name. Pixels may be packed,
+// a format is one that pictures can have: nothing packs them.
 Pixels pixels_named(const std::string& name);
 const Format& format_named(const std::string& name);
 Phase phase_named(const std::string& name);

@@ -30,12 +30,26 @@ uint64_t tight_bytes(const Format& format, const Geometry& g) {
     return line_bytes(format, g.width) * g.height;
 }
 
+// Words of one pixel go by the names of formats.
+std::vector<std::string> packings_of_length(const Geometry& g, uint64_t length) {
+    std::vector<std::string> names;
+    for (const Pixels& pixels : packings()) {
+        const TRW_PackingInfo info = packing_info(pixels.packing, g.width);
+        const bool alike = pixels.format->family == g.format->family ||
+                           (pixels.mosaic != nullptr && g.format->family == Family::bayer);
+        if (alike && info.group_pixels > 1 && info.line_bytes * g.height == length)
+            names.emplace_back(info.name);
+    }
+    return names;
+}
+
 // Those of the same family if there are any.
 std::string formats_of_length(const Geometry& g, uint64_t length) {
     const auto fits = [&](const Format& f) { return tight_bytes(f, g) == length; };
     const auto alike = [&](const Format& f) { return fits(f) && f.family == g.format->family; };
-    const std::string family = list(names_where(alike));
-    return family.empty() ? list(names_where(fits)) : family;
+    std::vector<std::string> family = names_where(alike);
+    for (const std::string& name : packings_of_length(g, length)) family.push_back(name);
+    return list(family.empty() ? names_where(fits) : family);
 }
 
 }  // namespace

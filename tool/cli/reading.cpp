@@ -4,8 +4,9 @@
 
 namespace trv::tool {
 
-Geometry Reading::geometry() const {
-    return source_geometry(pixels_named(format), size_named(size), stride);
+Geometry Reading::geometry(bool is_mosaic) const {
+    const Pixels pixels = pixels_named(format);
+    return source_geometry(is_mosaic ? as_mosaic(pixels) : pixels, size_named(size), stride);
 }
 
 void add_reading(CLI::App* command, Reading* reading, const std::string& what, bool required) {

@@ -14,7 +14,8 @@ struct Reading {
     std::optional<uint64_t> stride;
     uint64_t skip = 0;
 
-    Geometry geometry() const;
+    // A packing by its own name is that of grey, or of a mosaic.
+    Geometry geometry(bool is_mosaic = false) const;
 };
 
 inline constexpr const char* reading_group = "How to read the dump";

@@ -8,6 +8,7 @@ const std::vector<Topic> topics = {
     {"examples", "Examples",
      R"(  trvil convert -s 1920x1080 -f BAY10 --phase RGGB dump.raw -o picture.png
   trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.tif
+  trvil convert -s 1920x1080 -f 12Packed --phase RGGB camera.raw -o picture.png
   trvil convert -s 640x480 -f BAY8 --scale auto --jobs 4 *.raw -o 'out/{name}.png'
   camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
   trvil guess unknown.raw -o sheet.png
@@ -32,7 +33,10 @@ const std::vector<Topic> topics = {
   YUV422                 luminance, U, luminance, V for each two pixels
 
 10 bits in 16-bit words (BAY10) and packed 10 bits (BAY10P_A) are the usual mix-up: the first takes
-2 bytes a pixel, the second 5 bytes for 4 pixels. Names of other projects are understood too, with
+2 bytes a pixel, the second 5 bytes for 4 pixels.
+
+Cameras pack samples in more ways (12Packed, RAW10, 12be, UYVY); the same list has them. They are read
+like formats, and unpacked: -f 12Packed is grey, with --phase a mosaic. Names of other projects are understood too, with
 their prefix (v4l2:RG10) or without; `trvil formats --names` has them.)"},
     {"phases", "Phases of a mosaic",
      R"(A sensor with a mosaic sees one colour per pixel. The phase names the colours of the first two
@@ -77,6 +81,10 @@ input's name without its end; an output that is a folder gets {name}.png, or the
   trvil convert -s 640x480 -f BAY8 --jobs 0 *.raw -o out/
 
 --jobs N converts N at a time, 0 as many as there are processors; each needs memory for its picture.
+Several threads convert one picture together, --threads N of them, as many as there are processors
+without it; the picture is the same for any N. Those of the jobs count among them: 2 jobs on 8
+processors have 6 threads that help both, 8 jobs have none.
+
 A dump that fails does not stop the others; the end says which failed, and the exit code why the
 first of them did. An output appears whole or not at all, also when
 the run is interrupted, and replaces nothing without --force.)"},

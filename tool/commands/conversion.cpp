@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
 #include "tool/files/input.h"
 #include "tool/files/picture_write.h"
-#include "trvil/raw.h"
-#include "trvil/til.h"
 
 namespace trv::tool {
 namespace {
@@ -46,7 +45,7 @@ void check_tuning(const Conversion& c) {
     const Format& source = *c.source.format;
     if (c.tuning.white != Tuning::White::off && source.family == Family::grey)
         throw Failure(Exit::usage, text("no white balance for ", source.name), "it is grey",
-                      "leave --wb out, or give the format of the mosaic with -f");
+                      "leave --wb out, or give the format of the mosaic with -f, or its --phase");
     if (!tuned_step(c))
         throw Failure(Exit::usage, text("cannot balance or stretch ", c.path.back()->name),
                       "neither its samples nor those of the source are whole bytes or words",
@@ -76,11 +75,25 @@ void note_levels(const Format& format, const SampleLayout& layout, const Histogr
 
 void tune(const Conversion& c, const Frame& frame, const std::string& input) {
     const Format& format = *frame.geometry().format;
+    const bool of_dump = format.code == c.source.format->code;
+    if (!of_dump && !c.tuning.needed()) return;
     const SampleLayout layout = *sample_layout(format, c.how.phase);
     const Histogram histogram = take_histogram(frame, layout);
-    if (format.code == c.source.format->code)
-        note_levels(format, layout, histogram, c.tuning.stretch, input);
+    if (of_dump) note_levels(format, layout, histogram, c.tuning.stretch, input);
     if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, histogram, layout), frame, layout);
+}
+
+// What tune() notes, of samples that nobody keeps.
+void note_packed_levels(const Conversion& c, const Frame& bytes, const std::string& input) {
+    constexpr uint32_t strip = 64;  // lines; even, so that strips of a mosaic have its phase
+    const Format& format = *c.source.format;
+    const auto layout = sample_layout(format, c.how.phase);
+    if (!layout) return;
+    Histogram histogram;
+    for (uint32_t y = 0; y < c.source.height; y += strip)
+        add_to(&histogram, unpack_lines(bytes, c.source, y, std::min(strip, c.source.height - y)),
+               *layout);
+    note_levels(format, *layout, histogram, c.tuning.stretch, input);
 }
 
 constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many
@@ -128,14 +141,38 @@ bool demosaics(const Format& from, const Format& to) {
     return from.family == Family::bayer && to.family != Family::bayer;
 }
 
-Frame convert_step(const Demosaic& how, const Frame& from, const Format& to) {
+// Whether unpacking and the first step of the path are one call. The picture between them is needed
+// to tune it, and where a demosaic is to look at another sample behind each line.
+bool unpacks_in_passing(const Conversion& c) {
+    if (c.source.packing == 0 || c.path.size() < 2) return false;
+    if (c.tuning.needed() && tuned_step(c) == 0) return false;
+    return !demosaics(*c.path[0], *c.path[1]) || c.source.width % 2 == 0;
+}
+
+Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, TRW_Pool* pool) {
+    const Geometry& g = c.source;
+    const trvil::Buffer source = packed_lines(bytes, g, 0, g.height);
+    const bool mosaic = g.format->family == Family::bayer;
+    const TRW_Settings settings{sizeof settings, whole_code(*g.format), mosaic ? c.how.method : 0,
+                                mosaic ? phase_parameter(c.how.phase) : 0};
+    Frame result(tight(to, g.width, g.height));
+    const uint32_t status =
+        TRW_Convert(source.handle(), g.packing, result.handle(), &settings, pool);
+    if (status == TRV_STATUS_MEMORY) throw std::bad_alloc();
+    if (status != TRV_STATUS_OK)
+        throw Failure(Exit::conversion, text("cannot convert ", g.name(), " to ", to.name),
+                      text("the library answered status ", status), "");
+    return result;
+}
+
+Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, TRW_Pool* pool) {
     const Geometry& g = from.geometry();
     Frame result(is_packed(*g.format) ? roomy(to, g, group_room) : tight(to, g.width, g.height));
     std::optional<Frame> widened;
     if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
     const Frame& source = widened ? *widened : from;
     source.set_bayer(how.method, how.phase);
-    if (TIL_Convert(source.handle(), result.handle()) != TRV_STATUS_OK)
+    if (TRW_Convert(source.handle(), 0, result.handle(), nullptr, pool) != TRV_STATUS_OK)
         throw refusal(source, result);
     return result;
 }
@@ -149,18 +186,26 @@ void check_conversion(const Conversion& c) {
     if (c.tuning.needed()) check_tuning(c);
 }
 
-Frame convert(Frame frame, const Path& path, const Demosaic& how) {
-    for (size_t i = 1; i < path.size(); ++i) frame = convert_step(how, frame, *path[i]);
+Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool) {
+    for (size_t i = 1; i < path.size(); ++i) frame = convert_step(how, frame, *path[i], pool);
     return frame;
 }
 
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
-                    Progress* progress) {
-    Frame frame = read_frame(input, c.source, c.skip);
+                    Progress* progress, TRW_Pool* pool) {
+    Frame frame = read_bytes(input, c.source, c.skip);
     const std::optional<size_t> tuned = tuned_step(c);
-    for (size_t i = 0; i < c.path.size(); ++i) {
-        if (i > 0) frame = convert_step(c.how, frame, *c.path[i]);
-        if (i == tuned) tune(c, frame, input);
+    size_t step = 0;  // that the frame has reached
+    if (unpacks_in_passing(c)) {
+        note_packed_levels(c, frame, input);
+        frame = convert_packed(c, frame, *c.path[++step], pool);
+    } else if (c.source.packing != 0) {
+        frame = convert_packed(c, frame, *c.path[0], pool);
+    }
+    for (;;) {
+        if (step == tuned) tune(c, frame, input);
+        if (++step == c.path.size()) break;
+        frame = convert_step(c.how, frame, *c.path[step], pool);
     }
     put_picture(std::move(frame), c.kind, output, c.force, progress);
 }

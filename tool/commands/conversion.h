@@ -7,6 +7,7 @@
 #include "tool/commands/path.h"
 #include "tool/files/kind.h"
 #include "tool/picture/balance.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 
@@ -23,10 +24,10 @@ struct Conversion {
 // Throws Failure when there is no such conversion, whatever the input holds.
 void check_conversion(const Conversion& conversion);
 
-// The picture after all steps of a path.
-Frame convert(Frame frame, const Path& path, const Demosaic& how);
+// The picture after all steps of a path, by the threads of a pool or without one.
+Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool = nullptr);
 
 void run_conversion(const Conversion& conversion, const std::string& input,
-                    const std::string& output, Progress* progress);
+                    const std::string& output, Progress* progress, TRW_Pool* pool);
 
 }  // namespace trv::tool

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <system_error>
@@ -10,6 +11,7 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/threads.h"
 #include "tool/files/naming.h"
 #include "tool/files/same_file.h"
 
@@ -29,24 +31,32 @@ struct Options {
     std::string phase, method, target, as, output;
     std::string scale = "none", white = "off", via = "auto";
     bool force = false;
-    uint32_t jobs = 1;
+    uint32_t jobs = 1, threads = 0;
     std::vector<std::string> inputs;
 };
 
-void refuse_bayer_option(const char* option, const Format& format) {
-    throw Failure(Exit::usage, text(option, " makes no sense with ", format.name),
-                  "it is not a mosaic", text("leave ", option, " out, or check -f"));
+void refuse_bayer_option(const char* option, const Geometry& source) {
+    const char* hint = source.packing == 0 ? "" : " (12Packed is a mosaic with --phase)";
+    throw Failure(Exit::usage, text(option, " makes no sense with ", source.name()),
+                  "it is not a mosaic", text("leave ", option, " out, or check -f", hint));
 }
 
-Phase choose_phase(const Options& o, const Format& format) {
-    if (!o.phase.empty() && format.family != Family::bayer) refuse_bayer_option("--phase", format);
+Phase choose_phase(const Options& o, const Geometry& source) {
+    const Format& format = *source.format;
+    if (!o.phase.empty() && format.family != Family::bayer) refuse_bayer_option("--phase", source);
     if (!o.phase.empty()) return phase_named(o.phase);
     return format.phase == Phase::none ? Phase::A : format.phase;
 }
 
-uint32_t choose_method(const Options& o, const Format& format) {
-    if (!o.method.empty() && format.family != Family::bayer) refuse_bayer_option("-m", format);
+uint32_t choose_method(const Options& o, const Geometry& source) {
+    const bool mosaic = source.format->family == Family::bayer;
+    if (!o.method.empty() && !mosaic) refuse_bayer_option("-m", source);
     return o.method.empty() ? default_method : method_named(o.method);
+}
+
+void say_packing(const Options& o, const Geometry& source) {
+    const bool open = o.phase.empty() && pixels_named(o.reading.format).mosaic != nullptr;
+    note(text("unpacking ", source.name(), open ? "; with --phase a mosaic" : ""));
 }
 
 void say_way(const Path& path) {
@@ -59,11 +69,11 @@ void say_way(const Path& path) {
 }
 
 Conversion resolve(const Options& o) {
-    const Geometry source = o.reading.geometry();
+    const Geometry source = o.reading.geometry(!o.phase.empty());
     const Format& format = *source.format;
     const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
     const Kind kind = kind_of_output(o.output, o.as);
-    const Demosaic how{choose_method(o, format), choose_phase(o, format)};
+    const Demosaic how{choose_method(o, source), choose_phase(o, source)};
     const Via via = o.via == "never" ? Via::never : Via::automatic;
     Conversion c{source, o.reading.skip,
                  how,    plan(format, target, kind, how, via),
@@ -95,25 +105,24 @@ class Batch {
           failures_(inputs.size()),
           progress_(inputs.size()) {}
 
-    void run(uint32_t jobs) {
+    void run(uint32_t jobs, TRW_Pool* pool) {
         std::vector<std::thread> others;
         try {
-            for (uint32_t i = 1; i < jobs && i < inputs_.size(); ++i)
-                others.emplace_back([this] { work(); });
+            for (uint32_t i = 1; i < jobs; ++i) others.emplace_back([this, pool] { work(pool); });
         } catch (const std::system_error&) {
             // Where the machine has no room for another thread, those there are do the work.
         }
-        work();
+        work(pool);
         for (std::thread& thread : others) thread.join();
         finish();
     }
 
   private:
-    void work() {
+    void work(TRW_Pool* pool) {
         for (size_t i = next_++; i < inputs_.size(); i = next_++) {
             progress_.start(inputs_[i]);
             try {
-                run_conversion(conversion_, inputs_[i], outputs_[i], &progress_);
+                run_conversion(conversion_, inputs_[i], outputs_[i], &progress_, pool);
             } catch (const Failure& failure) {
                 fail(i, failure);
             } catch (const std::exception& error) {
@@ -149,7 +158,8 @@ class Batch {
 };
 
 uint32_t jobs_of(const Options& o) {
-    return o.jobs != 0 ? o.jobs : std::max(1u, std::thread::hardware_concurrency());
+    const size_t wanted = o.jobs != 0 ? o.jobs : processors();
+    return static_cast<uint32_t>(std::min(wanted, o.inputs.size()));
 }
 
 void convert_all(Options o) {
@@ -157,9 +167,11 @@ void convert_all(Options o) {
     const Conversion conversion = resolve(o);
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
     check_files(o.inputs, outputs, o.force);
-    if (conversion.source.packing != 0) note(text("unpacking ", conversion.source.name()));
+    if (conversion.source.packing != 0) say_packing(o, conversion.source);
     say_way(conversion.path);
-    Batch(conversion, o.inputs, outputs).run(jobs_of(o));
+    const uint32_t jobs = jobs_of(o);
+    const Helpers helpers(o.threads, jobs);
+    Batch(conversion, o.inputs, outputs).run(jobs, helpers.pool());
 }
 
 void add_inputs(CLI::App* command, Options* o) {
@@ -219,6 +231,7 @@ void add_writing(CLI::App* command, Options* o) {
         ->check(CLI::Range(0, 256))
         ->type_name("N")
         ->group(group);
+    add_threads(command, &o->threads, group);
 }
 
 }  // namespace

@@ -18,6 +18,32 @@ std::string picture_of(const Format& format) {
     return path ? path->back()->name : "-";
 }
 
+using Row = std::vector<std::string>;
+
+void put_table(const std::vector<Row>& rows) {
+    std::vector<size_t> widths;
+    for (const Row& row : rows)
+        for (size_t i = 0; i < row.size(); ++i) {
+            if (i == widths.size()) widths.push_back(0);
+            widths[i] = std::max(widths[i], row[i].size());
+        }
+    for (const Row& row : rows) {
+        for (size_t i = 0; i + 1 < row.size(); ++i)
+            std::cout << std::left << std::setw(static_cast<int>(widths[i]) + 2) << row[i];
+        std::cout << row.back() << '\n';
+    }
+}
+
+void list_packings() {
+    std::vector<Row> rows = {{"PACKING", "DEPTH", "PIXELS IN BYTES", "UNPACKED TO"}};
+    for (const Pixels& pixels : packings()) {
+        const TRW_PackingInfo info = packing_info(pixels.packing, 0);
+        rows.push_back({info.name, text(info.bits),
+                        text(info.group_pixels, " in ", info.group_bytes), becomes(pixels)});
+    }
+    put_table(rows);
+}
+
 void put_row(const std::string& name, const std::string& code, const std::string& stored,
              const std::string& significant, const std::string& family, const std::string& phase,
              const std::string& picture) {
@@ -38,22 +64,8 @@ void list_formats() {
         put_row(format.name, hexadecimal(whole_code(format)), text(unsigned{format.stored}),
                 text(unsigned{format.significant}), family_name(format.family),
                 phase_name(format.phase), picture_of(format));
-}
-
-using Row = std::vector<std::string>;
-
-void put_table(const std::vector<Row>& rows) {
-    std::vector<size_t> widths;
-    for (const Row& row : rows)
-        for (size_t i = 0; i < row.size(); ++i) {
-            if (i == widths.size()) widths.push_back(0);
-            widths[i] = std::max(widths[i], row[i].size());
-        }
-    for (const Row& row : rows) {
-        for (size_t i = 0; i + 1 < row.size(); ++i)
-            std::cout << std::left << std::setw(static_cast<int>(widths[i]) + 2) << row[i];
-        std::cout << row.back() << '\n';
-    }
+    std::cout << '\n';
+    list_packings();
 }
 
 constexpr const char* columns[] = {"pfnc", "v4l2", "gst", "ros"};
@@ -103,6 +115,18 @@ Json as_json(const Format& format) {
             {"packed_aliases", packed}};
 }
 
+Json packing_as_json(const Pixels& pixels) {
+    const TRW_PackingInfo info = packing_info(pixels.packing, 0);
+    std::vector<std::string> unpacked = {pixels.format->name};
+    if (pixels.mosaic != nullptr) unpacked.emplace_back(pixels.mosaic->name);
+    return {{"name", info.name},
+            {"code", pixels.packing},
+            {"depth", info.bits},
+            {"pixels_per_group", info.group_pixels},
+            {"bytes_per_group", info.group_bytes},
+            {"unpacked_to", unpacked}};
+}
+
 struct Options {
     bool names = false, json = false;
 };
@@ -111,13 +135,15 @@ void run_formats(const Options& o) {
     if (!o.json) return o.names ? list_names() : list_formats();
     Json list = Json::array();
     for (const Format& format : formats) list.push_back(as_json(format));
-    print_json(list);
+    Json packed = Json::array();
+    for (const Pixels& pixels : packings()) packed.push_back(packing_as_json(pixels));
+    print_json({{"formats", list}, {"packings", packed}});
 }
 
 }  // namespace
 
 void add_formats(CLI::App* app) {
-    CLI::App* command = app->add_subcommand("formats", "List the pixel formats");
+    CLI::App* command = app->add_subcommand("formats", "List the pixel formats and packings");
     const auto o = std::make_shared<Options>();
     command->add_flag("--names", o->names, "What other systems call them");
     add_json_flag(command, &o->json);
@@ -128,7 +154,8 @@ void add_formats(CLI::App* app) {
         "PFNC values\n"
         "(pfnc:0x010C002B). By itself a name of this library's own is that: RGB16 has 16 bits per "
         "pixel,\n"
-        "pfnc:RGB16 48. Packed pixels are read under their names and unpacked first.");
+        "pfnc:RGB16 48.\n\n"
+        "A packing is read like a format: 12Packed is grey, with --phase a mosaic.");
     command->callback([o] { run_formats(*o); });
 }
 

@@ -7,6 +7,7 @@
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/threads.h"
 #include "tool/files/input.h"
 #include "tool/files/naming.h"
 #include "tool/files/picture_write.h"
@@ -33,6 +34,7 @@ struct Options {
     Reading reading;
     std::string field, method = "ave", input, output, as;
     bool force = false;
+    uint32_t threads = 0;
 };
 
 struct NamedMethod {
@@ -127,7 +129,9 @@ void run_frame(const Options& o) {
     Progress progress(1);
     progress.start(o.input);
     Frame frame = make_frame(read_frame(o.input, field, o.reading.skip), method, flag);
-    put_picture(convert(std::move(frame), path, {}), kind, output, o.force, &progress);
+    const Helpers helpers(o.threads);
+    put_picture(convert(std::move(frame), path, {}, helpers.pool()), kind, output, o.force,
+                &progress);
 }
 
 }  // namespace
@@ -158,6 +162,7 @@ void add_frame(CLI::App* app) {
         ->type_name("KIND")
         ->group(group);
     command->add_flag("--force", o->force, "Replace an existing file")->group(group);
+    add_threads(command, &o->threads, group);
     command->footer(footer);
     command->callback([o] { run_frame(*o); });
 }

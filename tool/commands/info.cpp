@@ -72,7 +72,7 @@ struct Subject {
 Subject read_subject(const Options& o) {
     const bool described = !o.reading.size.empty() && !o.reading.format.empty();
     if (described) {
-        const Geometry stored = o.reading.geometry();
+        const Geometry stored = o.reading.geometry(!o.phase.empty());
         return {read_frame(o.input, stored, o.reading.skip), stored, true};
     }
     if (!o.reading.size.empty() || !o.reading.format.empty())

@@ -35,7 +35,7 @@ struct Options {
 
 // Unpacked, so that samples can be told apart.
 Frame read_mosaic(const Options& o) {
-    const Geometry g = o.reading.geometry();
+    const Geometry g = o.reading.geometry(true);
     if (g.format->family != Family::bayer)
         throw Failure(Exit::usage, text(g.format->name, " has no phase"), "it is not a mosaic",
                       "check -f");

@@ -120,7 +120,7 @@ bool Input::has_more() {
     return !ahead_.empty() || (poll(&waiting, 1, moment) == 1 && !peek(1).empty());
 }
 
-Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t skip) {
+Frame read_bytes(const std::string& path, const Geometry& geometry, uint64_t skip) {
     Input input(path);
     // Known lengths are judged before memory is asked for.
     if (const auto length = input.remaining()) {
@@ -133,6 +133,11 @@ Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t ski
     const uint64_t got = input.read(frame.line(0), geometry.bytes());
     if (got < geometry.bytes()) throw too_short(input, geometry, got, skip);
     note_surplus(&input, geometry, skip);
+    return frame;
+}
+
+Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t skip) {
+    Frame frame = read_bytes(path, geometry, skip);
     return geometry.packing == 0 ? std::move(frame) : unpack(frame, geometry);
 }
 

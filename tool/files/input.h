@@ -47,8 +47,12 @@ class Input {
     std::vector<uint8_t> ahead_;  // fetched and not taken yet
 };
 
-// Reads the picture that begins `skip` bytes into the input. Bytes behind it are left unread and,
-// with a note, ignored. Throws Failure when the input is missing, unreadable or too short.
+// Reads the picture that begins `skip` bytes into the input, a packed one as its bytes (bytes_of).
+// Bytes behind it are left unread and, with a note, ignored. Throws Failure when the input is
+// missing, unreadable or too short.
+Frame read_bytes(const std::string& path, const Geometry& geometry, uint64_t skip);
+
+// The same, unpacked.
 Frame read_frame(const std::string& path, const Geometry& geometry, uint64_t skip);
 
 struct Contents {

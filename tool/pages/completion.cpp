@@ -26,6 +26,7 @@ Words listed(const std::string& type) {
 Words format_words() {
     Words words;
     for (const Format& format : formats) words.emplace_back(format.name);
+    for (const Pixels& pixels : packings()) words.push_back(packing_name(pixels.packing));
     return words;
 }
 

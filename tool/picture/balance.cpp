@@ -121,12 +121,16 @@ Gains parse_gains(const std::string& words) {
 
 Histogram take_histogram(const Frame& frame, const SampleLayout& layout) {
     Histogram histogram;
-    for (Counts& counts : histogram.counts) counts.resize(size_t{1} << 8 * layout.bytes);
-    if (layout.bytes == 1)
-        count_samples<uint8_t>(frame, layout, &histogram);
-    else
-        count_samples<uint16_t>(frame, layout, &histogram);
+    add_to(&histogram, frame, layout);
     return histogram;
+}
+
+void add_to(Histogram* histogram, const Frame& frame, const SampleLayout& layout) {
+    for (Counts& counts : histogram->counts) counts.resize(size_t{1} << 8 * layout.bytes);
+    if (layout.bytes == 1)
+        count_samples<uint8_t>(frame, layout, histogram);
+    else
+        count_samples<uint16_t>(frame, layout, histogram);
 }
 
 uint32_t brightest(const Histogram& histogram) {

@@ -17,6 +17,8 @@ struct Histogram {
     std::array<std::vector<uint64_t>, channel_count> counts;
 };
 Histogram take_histogram(const Frame& frame, const SampleLayout& layout);
+// Those of a part of a picture to those of others; `histogram` is empty before the first.
+void add_to(Histogram* histogram, const Frame& frame, const SampleLayout& layout);
 
 // The largest value that occurs.
 uint32_t brightest(const Histogram& histogram);

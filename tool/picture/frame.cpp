@@ -47,10 +47,7 @@ trvil::Buffer wrap(const Geometry& g, uint8_t* memory) {
 
 uint64_t Geometry::line() const {
     if (packing == 0) return line_bytes(*format, width);
-    TRW_PackingInfo info{};
-    info.size = sizeof info;
-    TRW_PackingInfoGet(packing, 0, width, &info);
-    return info.line_bytes;
+    return packing_info(packing, width).line_bytes;
 }
 
 std::string Geometry::name() const {
@@ -81,11 +78,20 @@ Geometry bytes_of(const Geometry& dump) {
     return {&format_of(Code::Mono8), static_cast<uint32_t>(dump.line()), dump.height, dump.stride};
 }
 
-Frame unpack(const Frame& bytes, const Geometry& dump) {
+trvil::Buffer packed_lines(const Frame& bytes, const Geometry& dump, uint32_t first,
+                           uint32_t count) {
     uint64_t view = 0;
-    TBS_BufferView(&view, bytes.handle(), 0, 0, dump.width, dump.height);
-    const auto source = trvil::Buffer::adopt(view);
-    Frame picture(tight(*dump.format, dump.width, dump.height));
+    TBS_BufferView(&view, bytes.handle(), 0, first, dump.width, count);
+    return trvil::Buffer::adopt(view);
+}
+
+Frame unpack(const Frame& bytes, const Geometry& dump) {
+    return unpack_lines(bytes, dump, 0, dump.height);
+}
+
+Frame unpack_lines(const Frame& bytes, const Geometry& dump, uint32_t first, uint32_t count) {
+    const trvil::Buffer source = packed_lines(bytes, dump, first, count);
+    Frame picture(tight(*dump.format, dump.width, count));
     const uint32_t status = TRW_Unpack(source.handle(), dump.packing, picture.handle());
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot unpack ", dump.name()),

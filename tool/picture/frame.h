@@ -55,7 +55,12 @@ class Frame {
 // What the bytes of a dump are read into: as they are, or where it is packed, a picture of bytes.
 Geometry bytes_of(const Geometry& dump);
 
-// The picture of a packed dump.
+// Some lines of a packed dump, as a buffer.
+trvil::Buffer packed_lines(const Frame& bytes, const Geometry& dump, uint32_t first,
+                           uint32_t count);
+
+// The picture of a packed dump, or some lines of it.
 Frame unpack(const Frame& bytes, const Geometry& dump);
+Frame unpack_lines(const Frame& bytes, const Geometry& dump, uint32_t first, uint32_t count);
 
 }  // namespace trv::tool
