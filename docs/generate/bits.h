@@ -9,7 +9,6 @@
 
 namespace page {
 
-using trv::Family;
 using trv::Format;
 
 // `owner` r g b a: a colour or alpha; m: grey; s: a mosaic's sample; a to d: pixels of a packed
@@ -51,21 +50,6 @@ inline std::string diagram(const Format& f) {
         for (unsigned bit = 8; bit-- > 0;) text += bit_of(f, 8 * byte + bit).owner;
     }
     return text;
-}
-
-inline const char* family_name(Family family) {
-    switch (family) {
-        case Family::grey:
-            return "grey";
-        case Family::colour:
-            return "colour";
-        case Family::word:
-            return "colour word";
-        case Family::yuv:
-            return "YUV";
-        default:
-            return "Bayer";
-    }
 }
 
 inline std::string bytes_text(const Format& f) {

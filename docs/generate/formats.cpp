@@ -14,7 +14,7 @@ void print_formats() {
     std::printf("|---|---|---|---|---|---|\n");
     for (const Format& f : trv::formats)
         std::printf("| 0x%02X | %s | %s | %s | %d | `%s` |\n", static_cast<unsigned>(f.code),
-                    f.name, page::family_name(f.family), page::bytes_text(f).c_str(), f.significant,
+                    f.name, trv::family_name(f.family), page::bytes_text(f).c_str(), f.significant,
                     page::diagram(f).c_str());
 }
 

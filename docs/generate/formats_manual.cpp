@@ -93,7 +93,7 @@ The letter at the end of a name says the phase, but conversions take that of par
 
 void print_format(const Format& f) {
     std::printf(".It Sy %s Pq 0x%02X\n", f.name, static_cast<unsigned>(f.code));
-    std::printf("%s, %s byte%s per pixel, %d bits\n.br\n", page::family_name(f.family),
+    std::printf("%s, %s byte%s per pixel, %d bits\n.br\n", trv::family_name(f.family),
                 page::bytes_text(f).c_str(), f.stored == 8 ? "" : "s", f.significant);
     std::printf(".Li %s\n", page::diagram(f).c_str());
     const std::string list = page::destinations(f);

@@ -52,10 +52,10 @@ struct Blocks {
 };
 using MakeBlocks = void (*)(const Line&, Blocks);
 
-// A conversion: what a line has to know of its blocks. A unit is the least that is read: a
+// What a line has to know of its blocks. A unit is the least that is read: a
 // pixel, or the group that packs several. It goes in a register: a table would cost a relocation
 // each.
-struct Pair {
+struct RowTraits {
     uint8_t row;
     uint8_t pixel_bytes;                           // of the destination
     uint8_t pixels, unit_bits, unit_bytes, group;  // a unit is 1 << unit_bits pixels
@@ -82,17 +82,18 @@ TRV_SHARED void make_blocks(const Line& line, Blocks blocks) {
 }
 
 // Made in the nearest cache first, a few blocks at a time, and stored from there.
-TRV_SHARED void make_past_caches(const Line& line, Pair pair, MakeBlocks make, Blocks blocks) {
+TRV_SHARED void make_past_caches(const Line& line, RowTraits traits, MakeBlocks make,
+                                 Blocks blocks) {
     alignas(sizeof(U8)) uint8_t made[4 * longest_block];
-    const size_t bytes = pair.pixels * size_t{pair.pixel_bytes};
+    const size_t bytes = traits.pixels * size_t{traits.pixel_bytes};
     while (blocks.count != 0) {
         const size_t most = sizeof made / bytes;
         const size_t count = blocks.count < most ? blocks.count : most;
         make(line, {blocks.from, made, count});
-        blocks.from += pair.bytes(count * pair.pixels);
+        blocks.from += traits.bytes(count * traits.pixels);
         blocks.count -= count;
         // While stores wait for memory, the next part of the source is on its way.
-        for (size_t at = 0; at < pair.bytes(count * pair.pixels); at += 64)
+        for (size_t at = 0; at < traits.bytes(count * traits.pixels); at += 64)
             __builtin_prefetch(blocks.from + at);
         copy_past_caches(blocks.to, made, count * bytes);
         blocks.to += count * bytes;
@@ -101,57 +102,57 @@ TRV_SHARED void make_past_caches(const Line& line, Pair pair, MakeBlocks make, B
 
 // Blocks, then pixel by pixel what is left behind the last whole unit; lines shorter than a block
 // go to the fallback level.
-TRV_SHARED void convert_line(const Line& line, Pair pair, MakeBlocks make) {
-    if (line.end < pair.pixels) return fallback::direct_rows.row[pair.row](line);
-    const size_t last = size_t{line.end - pair.pixels} >> pair.unit_bits << pair.unit_bits;
-    const size_t pixel_bytes = size_t{pair.pixel_bytes};
-    const uint8_t* tail = line.source + pair.bytes(last);
+TRV_SHARED void convert_line(const Line& line, RowTraits traits, MakeBlocks make) {
+    if (line.end < traits.pixels) return fallback::direct_rows.row[traits.row](line);
+    const size_t last = size_t{line.end - traits.pixels} >> traits.unit_bits << traits.unit_bits;
+    const size_t pixel_bytes = size_t{traits.pixel_bytes};
+    const uint8_t* tail = line.source + traits.bytes(last);
     alignas(sizeof(U8)) uint8_t saved[longest_block];
     Line rest = line;
-    rest.begin = static_cast<uint32_t>(last + pair.pixels);
+    rest.begin = static_cast<uint32_t>(last + traits.pixels);
     // In place, the block before the last one writes what that reads.
-    if (line.destination < tail + pair.bytes(pair.pixels) &&
+    if (line.destination < tail + traits.bytes(traits.pixels) &&
         tail < line.destination + rest.begin * pixel_bytes) {
-        __builtin_memcpy(saved, tail, pair.bytes(pair.pixels));
+        __builtin_memcpy(saved, tail, traits.bytes(traits.pixels));
         tail = saved;
     }
-    const Blocks whole{line.source, line.destination, (last + pair.pixels - 1) / pair.pixels};
-    if (line.memory.past_caches && !pair.keeps_bytes)
-        make_past_caches(line, pair, make, whole);
+    const Blocks whole{line.source, line.destination, (last + traits.pixels - 1) / traits.pixels};
+    if (line.memory.past_caches && !traits.keeps_bytes)
+        make_past_caches(line, traits, make, whole);
     else
         make(line, whole);
     make(line, {tail, line.destination + last * pixel_bytes, 1});
-    if (rest.begin < rest.end) scalar::direct_rows.row[pair.row](rest);
+    if (rest.begin < rest.end) scalar::direct_rows.row[traits.row](rest);
 }
 
 // A line that begins inside a packing group: up to the next group one by one.
-TRV_SHARED void convert_from_inside(const Line& line, Pair pair, MakeBlocks make) {
-    const unsigned inside = line.packing_offset % pair.group;
+TRV_SHARED void convert_from_inside(const Line& line, RowTraits traits, MakeBlocks make) {
+    const unsigned inside = line.packing_offset % traits.group;
     Line head = line, rest = line;
     rest.packing_offset = 0;
-    if (inside == 0) return convert_line(rest, pair, make);
-    head.end = pair.group - inside < line.end ? pair.group - inside : line.end;
-    scalar::direct_rows.row[pair.row](head);
-    rest.source += pair.unit_bytes;
-    rest.destination += head.end * size_t{pair.pixel_bytes};
+    if (inside == 0) return convert_line(rest, traits, make);
+    head.end = traits.group - inside < line.end ? traits.group - inside : line.end;
+    scalar::direct_rows.row[traits.row](head);
+    rest.source += traits.unit_bytes;
+    rest.destination += head.end * size_t{traits.pixel_bytes};
     rest.end -= head.end;
-    convert_line(rest, pair, make);
+    convert_line(rest, traits, make);
 }
 
 template <size_t Number, typename Rule>
 void row(const Line& line) {
     using K = Kernel<Rule>;
     constexpr size_t bytes = routing::table.conversions[Number].destination_bytes;
-    constexpr Pair pair{uint8_t{Number},        uint8_t{bytes},
-                        uint8_t{K::pixels},     uint8_t{std::countr_zero(K::unit)},
-                        uint8_t{K::unit_bytes}, uint8_t{offset_group<Rule>},
-                        keeps_bytes<Rule>};
+    constexpr RowTraits traits{uint8_t{Number},        uint8_t{bytes},
+                               uint8_t{K::pixels},     uint8_t{std::countr_zero(K::unit)},
+                               uint8_t{K::unit_bytes}, uint8_t{offset_group<Rule>},
+                               keeps_bytes<Rule>};
     if constexpr (is_copy<Rule>)
         __builtin_memmove(line.destination, line.source, line.end * bytes);
-    else if constexpr (pair.group > 1)
-        convert_from_inside(line, pair, make_blocks<K, bytes>);
+    else if constexpr (traits.group > 1)
+        convert_from_inside(line, traits, make_blocks<K, bytes>);
     else
-        convert_line(line, pair, make_blocks<K, bytes>);
+        convert_line(line, traits, make_blocks<K, bytes>);
 }
 
 }  // namespace

@@ -7,6 +7,11 @@
 namespace trv {
 
 enum class Family : uint8_t { grey, colour, word, yuv, bayer };
+constexpr const char* family_name(Family family) {
+    constexpr const char* names[] = {"grey", "colour", "word", "yuv", "mosaic"};
+    return names[static_cast<size_t>(family)];
+}
+
 enum class Phase : uint8_t { A, B, C, D, none };
 enum class BitOrder : uint8_t { least, most };
 enum class Channel : uint8_t { none, M, S, R, G, B, A, X, Y, U, V };

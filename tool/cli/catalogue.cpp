@@ -110,21 +110,6 @@ uint32_t method_named(const std::string& name) {
                   "use dup (nearest), ave (mean) or med (median)");
 }
 
-const char* family_name(Family family) {
-    switch (family) {
-        case Family::grey:
-            return "grey";
-        case Family::colour:
-            return "colour";
-        case Family::word:
-            return "word";
-        case Family::yuv:
-            return "yuv";
-        default:
-            return "mosaic";
-    }
-}
-
 const char* phase_name(Phase phase) {
     return phase == Phase::none ? "-" : phases[static_cast<size_t>(phase)].colours;
 }

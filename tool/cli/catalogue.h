@@ -46,7 +46,6 @@ const Format& format_named(const std::string& name);
 Phase phase_named(const std::string& name);
 uint32_t method_named(const std::string& name);
 
-const char* family_name(Family family);
 const char* phase_name(Phase phase);
 const char* method_name(uint32_t method);
 std::string names_of(const std::vector<const Format*>& formats);

@@ -60,7 +60,7 @@ void say_packing(const Options& o, const Geometry& source) {
 }
 
 void say_way(const Path& path) {
-    const char* what = spoils(*path.front(), *path.back());
+    const char* what = lossy(*path.front(), *path.back());
     if (path.size() == 2 && what != nullptr)
         note(text(path_text(path), " ", what, "; without --via never a better way is taken"));
     if (path.size() <= 2) return;

@@ -81,7 +81,7 @@ std::vector<std::string> methods_between(const Format& from, const Format& to, P
     return names;
 }
 
-const char* spoils(const Format& from, const Format& to) {
+const char* lossy(const Format& from, const Format& to) {
     return route_between(from, to, 0, 0).remark;
 }
 

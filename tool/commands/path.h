@@ -24,8 +24,8 @@ enum class Via { automatic, never };
 bool converts(const Format& from, const Format& to);
 std::vector<const Format*> reachable(const Format& from);
 
-// What the direct route does to a picture, as the end of "this route ..."; null when it keeps it.
-const char* spoils(const Format& from, const Format& to);
+// What the direct route loses of a picture, as the end of "this route ..."; null where nothing.
+const char* lossy(const Format& from, const Format& to);
 
 // The methods by which a mosaic of this phase becomes `to`.
 std::vector<std::string> methods_between(const Format& from, const Format& to, Phase phase);

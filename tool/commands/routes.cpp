@@ -22,8 +22,8 @@ void list_direct() {
             put_line(from.name, names_of(known));
 }
 
-// By the first method that there is, so that no way is missed.
-std::optional<Path> some_way(const Format& from, const Format& to) {
+// By the first method that there is, so that none is missed.
+std::optional<Path> some_path(const Format& from, const Format& to) {
     const Phase phase = from.phase == Phase::none ? Phase::A : from.phase;
     for (const uint32_t method : {TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_DUP})
         if (auto path = find_chain(from, to, {method, phase})) return path;
@@ -39,55 +39,56 @@ std::string methods_note(const Format& from, const Format& to) {
     return text(" (", list(words, "; "), ")");
 }
 
-// All that is to be said of the ways from one format to another.
-struct Ways {
+// What there is from one format to another.
+struct Routes {
     const Format& from;
     const Format& to;
     bool direct;
-    const char* spoiled;  // what the direct one does to a picture, or null
+    const char* lossy;  // what the direct one loses of a picture, or null
     std::optional<Path> path;
 
     bool any() const { return direct || path.has_value(); }
 };
 
-Ways find_ways(const Format& from, const Format& to) {
+Routes find_routes(const Format& from, const Format& to) {
     const bool direct = converts(from, to);
-    return {from, to, direct, direct ? spoils(from, to) : nullptr, some_way(from, to)};
+    return {from, to, direct, direct ? lossy(from, to) : nullptr, some_path(from, to)};
 }
 
-void describe(const Ways& w) {
-    if (w.direct)
-        put_line(w.to.name, text("direct", methods_note(w.from, w.to),
-                                 w.spoiled == nullptr ? "" : text(", but ", w.spoiled)));
-    if (w.path && w.path->size() > 2) put_line(w.direct ? "" : w.to.name, path_text(*w.path));
+void describe(const Routes& r) {
+    if (r.direct)
+        put_line(r.to.name, text("direct", methods_note(r.from, r.to),
+                                 r.lossy == nullptr ? "" : text(", but ", r.lossy)));
+    if (r.path && r.path->size() > 2) put_line(r.direct ? "" : r.to.name, path_text(*r.path));
 }
 
-Json as_json(const Ways& w) {
+Json as_json(const Routes& r) {
     Json path;
-    if (w.path)
-        for (const Format* step : *w.path) path.push_back(step->name);
+    if (r.path)
+        for (const Format* step : *r.path) path.push_back(step->name);
     Json methods;
-    if (w.direct && w.from.family == Family::bayer && w.to.family != Family::bayer)
+    if (r.direct && r.from.family == Family::bayer && r.to.family != Family::bayer)
         for (const Phase phase : {Phase::A, Phase::B, Phase::C, Phase::D})
-            methods[phase_name(phase)] = methods_between(w.from, w.to, phase);
-    return {{"from", w.from.name}, {"to", w.to.name},
-            {"direct", w.direct},  {"spoils", w.spoiled == nullptr ? Json() : Json(w.spoiled)},
+            methods[phase_name(phase)] = methods_between(r.from, r.to, phase);
+    return {{"from", r.from.name}, {"to", r.to.name},
+            {"direct", r.direct},  {"lossy", r.lossy == nullptr ? Json() : Json(r.lossy)},
             {"path", path},        {"methods_by_phase", methods}};
 }
 
-std::vector<Ways> ways_from(const Format& from) {
-    std::vector<Ways> all;
+std::vector<Routes> routes_from(const Format& from) {
+    std::vector<Routes> all;
     for (const Format& to : formats)
         if (to.code != from.code)
-            if (Ways ways = find_ways(from, to); ways.any()) all.push_back(std::move(ways));
+            if (Routes routes = find_routes(from, to); routes.any())
+                all.push_back(std::move(routes));
     if (all.empty())
         throw Failure(Exit::no_route, text("no way from ", from.name, " to anything"), "",
                       "`trvil routes` lists where there is one");
     return all;
 }
 
-std::vector<Ways> ways_between(const Format& from, const Format& to) {
-    if (Ways ways = find_ways(from, to); ways.any()) return {std::move(ways)};
+std::vector<Routes> routes_between(const Format& from, const Format& to) {
+    if (Routes routes = find_routes(from, to); routes.any()) return {std::move(routes)};
     const std::string why =
         from.code == to.code ? "it is the same format, and this one is not copied" : "";
     throw Failure(Exit::no_route, text("no way from ", from.name, " to ", to.name), why,
@@ -110,9 +111,9 @@ void print_direct_as_json() {
 void list_routes(const Options& o) {
     if (o.from.empty()) return o.json ? print_direct_as_json() : list_direct();
     const Format& from = *pixels_named(o.from).format;
-    const auto all = o.to.empty() ? ways_from(from) : ways_between(from, format_named(o.to));
+    const auto all = o.to.empty() ? routes_from(from) : routes_between(from, format_named(o.to));
     Json list = Json::array();
-    for (const Ways& ways : all) o.json ? list.push_back(as_json(ways)) : describe(ways);
+    for (const Routes& routes : all) o.json ? list.push_back(as_json(routes)) : describe(routes);
     if (o.json) print_json(list);
 }
 
@@ -121,7 +122,7 @@ void list_routes(const Options& o) {
 void add_routes(CLI::App* app) {
     CLI::App* command = app->add_subcommand("routes", "List which format becomes which");
     const auto o = std::make_shared<Options>();
-    command->add_option("from", o->from, "Ways from this format, over several steps too")
+    command->add_option("from", o->from, "Routes from this format, over several steps too")
         ->type_name("FORMAT");
     command->add_option("to", o->to, "Only to this format")->type_name("FORMAT");
     add_json_flag(command, &o->json);

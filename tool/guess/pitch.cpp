@@ -100,10 +100,10 @@ std::vector<uint32_t> divisors(const Dump& dump, const std::vector<double>& dept
     return found;
 }
 
-double deepest_near(const std::vector<double>& depth, uint32_t lag) {
-    constexpr uint32_t reach = 4;
+double deepest_around(const std::vector<double>& depth, uint32_t lag) {
+    constexpr uint32_t tolerance = 4;
     double deepest = 0;
-    for (uint32_t i = std::max(lag, reach) - reach; i <= lag + reach && i < depth.size(); ++i)
+    for (uint32_t i = std::max(lag, tolerance) - tolerance; i <= lag + tolerance && i < depth.size(); ++i)
         deepest = std::max(deepest, depth[i]);
     return deepest;
 }
@@ -115,7 +115,7 @@ std::vector<uint32_t> parts(uint32_t pitch, const std::vector<double>& depth) {
     std::vector<uint32_t> result;
     const double top = *std::max_element(depth.begin() + shortest, depth.end());
     for (uint32_t lines = 2; lines <= most_lines; ++lines)
-        if (pitch % lines == 0 && deepest_near(depth, pitch / lines) > 0.1 * top)
+        if (pitch % lines == 0 && deepest_around(depth, pitch / lines) > 0.1 * top)
             result.push_back(pitch / lines);
     return result;
 }
