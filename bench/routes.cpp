@@ -26,13 +26,13 @@ Task make_task(const Format& from, const Format& to, const char* method_name, ui
 
 void add_tasks(const Format& from, const Format& to, const Options& options,
                std::vector<Task>* tasks) {
-    const trv::Way way =
-        trv::find_way(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code));
-    if (way == trv::Way::none) return;
+    const trv::RouteKind kind =
+        trv::find_route_kind(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code));
+    if (kind == trv::RouteKind::none) return;
     const auto add = [&](const char* name, uint32_t method) {
         tasks->push_back(make_task(from, to, name, method, options));
     };
-    if (way != trv::Way::bayer) return add("", TBL_BAYER_METHOD_AVE);
+    if (kind != trv::RouteKind::bayer) return add("", TBL_BAYER_METHOD_AVE);
     if (from.phase != trv::Phase::none) return;  // the lettered codes run the same kernels
     add(" dup", TBL_BAYER_METHOD_DUP);
     if (to.code == trv::Code::RGBX32 || to.code == trv::Code::BGR16) return;

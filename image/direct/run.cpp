@@ -102,13 +102,13 @@ void convert_pixels(const direct::Rows& rows, const Job& job, const Decision& de
     const Conversion& conversion = routing::table.conversions[decision.route.row];
     const uint32_t count = lines.last - lines.first;
     const bool one_line = is_one_line(job, decision, count);
-    const Walk walk{conversion, rows.row[decision.route.row],
-                    scalar::direct_rows.row[decision.route.row],
-                    // The helpers step their source in 16-bit units: an odd stride loses its last
-                    // byte.
-                    decision.way == Way::helper ? job.source.stride & ~1u : job.source.stride,
-                    job.destination.stride, one_line ? job.source.width * count : job.source.width,
-                    one_line && count != 0 ? 1 : count};
+    const Walk walk{
+        conversion, rows.row[decision.route.row], scalar::direct_rows.row[decision.route.row],
+        // The helpers step their source in 16-bit units: an odd stride loses its last
+        // byte.
+        decision.kind == RouteKind::helper ? job.source.stride & ~1u : job.source.stride,
+        job.destination.stride, one_line ? job.source.width * count : job.source.width,
+        one_line && count != 0 ? 1 : count};
     Line line{};
     line.source = job.source.address + size_t{walk.source_step} * lines.first;
     line.destination = job.destination.address + size_t{walk.destination_step} * lines.first;
@@ -125,7 +125,7 @@ void convert_pixels(const direct::Rows& rows, const Job& job, const Decision& de
 
 void convert_lines(const direct::Rows& rows, const Job& job, const Decision& decision,
                    LineRange lines, const direct::Memory& memory) {
-    if (decision.way == Way::copy)
+    if (decision.kind == RouteKind::copy)
         copy_lines(job, decision, lines, memory);
     else
         convert_pixels(rows, job, decision, lines, memory);

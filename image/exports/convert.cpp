@@ -16,7 +16,7 @@ uint32_t convert(const Level& level, Handle source, Handle destination) {
     const Decision decision = decide(job);
     if (decision.refusal != Refusal::none) return status_of(decision.refusal);
     // Deliberate: a conversion that has come so far is a success, whatever the kernel says.
-    if (decision.way == Way::bayer)
+    if (decision.kind == RouteKind::bayer)
         bayer::run(level, decision.kernel, source, destination, decision.source->significant);
     else
         convert_lines(level, job, decision, {0, job.source.height});

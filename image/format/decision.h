@@ -22,11 +22,11 @@ enum class Refusal : uint8_t {
 
 struct Decision {
     Route route;
-    Way way;  // of that route
+    RouteKind kind;  // of that route
     Refusal refusal;
     const Format* source;  // null when there is no such format
     const Format* destination;
-    bayer::Kernel kernel;  // for Way::bayer, as far as it was decided
+    bayer::Kernel kernel;  // for RouteKind::bayer, as far as it was decided
 };
 
 constexpr uint32_t status_of(Refusal refusal) {
@@ -52,7 +52,7 @@ constexpr Measure measure(const Job& job, const Decision& decision) {
 // Deliberate: grey pictures of the same format, stride and height are copied as one block, padding
 // and all, whatever their widths are and without a size check.
 constexpr bool is_grey_block(const Job& job, const Decision& decision) {
-    return decision.way == Way::copy && decision.source->family == Family::grey &&
+    return decision.kind == RouteKind::copy && decision.source->family == Family::grey &&
            job.source.stride == job.destination.stride &&
            job.source.height == job.destination.height;
 }
@@ -60,7 +60,7 @@ constexpr bool is_grey_block(const Job& job, const Decision& decision) {
 // Pictures of the same stride are copied as one block.
 constexpr bool is_block(const Job& job, const Decision& decision) {
     return is_grey_block(job, decision) ||
-           (decision.way == Way::copy && decision.source->family != Family::grey &&
+           (decision.kind == RouteKind::copy && decision.source->family != Family::grey &&
             job.source.stride == job.destination.stride);
 }
 
@@ -90,16 +90,16 @@ constexpr Refusal choose_kernel(const Job& job, Decision* decision) {
 constexpr Decision decide(const Job& job) {
     const Route route = find_route(job.source.format, job.destination.format);
     Decision decision{route,
-                      way_of(route),
+                      route_kind(route),
                       Refusal::none,
                       find_format(job.source.format & 0xFF),
                       find_format(job.destination.format & 0xFF),
                       bayer::Kernel{}};
-    if (decision.way == Way::none)
+    if (decision.kind == RouteKind::none)
         decision.refusal = Refusal::no_route;
     else if (!is_grey_block(job, decision) && !measure(job, decision).fits())
         decision.refusal = too_small(decision);
-    else if (decision.way == Way::bayer)
+    else if (decision.kind == RouteKind::bayer)
         decision.refusal = choose_kernel(job, &decision);
     return decision;
 }

@@ -9,7 +9,7 @@
 
 namespace trv {
 
-enum class Way : uint8_t { none, copy, direct, helper, bayer };
+enum class RouteKind : uint8_t { none, copy, direct, helper, bayer };
 
 // What the destination is measured by: image/format/size_rule.h.
 enum class Size : uint8_t { whole, packed, unsaid, third, half };
@@ -25,11 +25,12 @@ struct Route {
 };
 
 // The helpers have size rules of their own and step their source in whole 16-bit words.
-constexpr Way way_of(const Route& route) {
-    if (route.rule == Rule::none) return Way::none;
-    if (route.rule == Rule::copy) return Way::copy;
-    if (route.rule == Rule::bayer) return Way::bayer;
-    return route.size == Size::whole || route.size == Size::packed ? Way::direct : Way::helper;
+constexpr RouteKind route_kind(const Route& route) {
+    if (route.rule == Rule::none) return RouteKind::none;
+    if (route.rule == Rule::copy) return RouteKind::copy;
+    if (route.rule == Rule::bayer) return RouteKind::bayer;
+    return route.size == Size::whole || route.size == Size::packed ? RouteKind::direct
+                                                                   : RouteKind::helper;
 }
 
 namespace routing {
@@ -137,8 +138,8 @@ constexpr Route find_route(uint32_t source, uint32_t destination) {
     return routing::table.routes[known ? routing::table.pair[from][to] : 0];
 }
 
-constexpr Way find_way(uint32_t source, uint32_t destination) {
-    return way_of(find_route(source, destination));
+constexpr RouteKind find_route_kind(uint32_t source, uint32_t destination) {
+    return route_kind(find_route(source, destination));
 }
 
 // What is wrong with the picture that a route makes, as the end of "this route ..."; null when

@@ -47,7 +47,8 @@ bool depends_on_order(const ConvertDecision& d) {
 }
 
 void convert_lines(const Level& level, const Job& job, const Decision& decision, LineRange lines) {
-    if (decision.way != Way::bayer) return trv::convert_lines(level.image, job, decision, lines);
+    if (decision.kind != RouteKind::bayer)
+        return trv::convert_lines(level.image, job, decision, lines);
     bayer::Image image{};
     image.source = job.source.address;
     image.destination = job.destination.address;
@@ -149,7 +150,7 @@ class Conversion {
     }
 
     LineRange with_neighbours(LineRange lines) const {
-        if (d_.conversion.way != Way::bayer) return lines;
+        if (d_.conversion.kind != RouteKind::bayer) return lines;
         return {lines.first == 0 ? 0 : lines.first - 1,
                 lines.last == height_ ? lines.last : lines.last + 1};
     }

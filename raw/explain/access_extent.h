@@ -35,7 +35,7 @@ constexpr uint64_t packed_width(const Job& job, const Decision& decision) {
 }
 
 constexpr bool looks_behind_odd_lines(const Job& job, const Decision& decision) {
-    return decision.way == Way::bayer && decision.kernel.method != bayer::dup &&
+    return decision.kind == RouteKind::bayer && decision.kernel.method != bayer::dup &&
            job.source.width % 2 != 0;
 }
 
@@ -53,17 +53,17 @@ constexpr uint64_t read_behind(const Job& job, const Decision& decision) {
 }
 
 constexpr bool reads_whole_words(const Decision& decision) {
-    return decision.way == Way::helper ||
-           (decision.way == Way::bayer && decision.kernel.input == bayer::Input::BAYn);
+    return decision.kind == RouteKind::helper ||
+           (decision.kind == RouteKind::bayer && decision.kernel.input == bayer::Input::BAYn);
 }
 
 constexpr bool writes_whole_words(const Decision& decision) {
-    return decision.way == Way::bayer && decision.destination->stored == 16;
+    return decision.kind == RouteKind::bayer && decision.destination->stored == 16;
 }
 
 constexpr bool is_sheared_copy(const Job& job, const Decision& decision) {
-    return decision.way == Way::copy && decision.source->stored == 8 && !is_block(job, decision) &&
-           job.source.width != job.destination.width;
+    return decision.kind == RouteKind::copy && decision.source->stored == 8 &&
+           !is_block(job, decision) && job.source.width != job.destination.width;
 }
 
 // A width beyond the stride, which no sound buffer has, makes such a copy step backwards.

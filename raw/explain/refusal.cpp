@@ -14,7 +14,8 @@ namespace {
 unsigned list_destinations(const Format& from, Writer* out) {
     unsigned count = 0;
     for (const Format& to : formats)
-        if (find_way(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) != Way::none)
+        if (find_route_kind(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) !=
+            RouteKind::none)
             out->add("%s%s", count++ == 0 ? "" : ", ", to.name);
     return count;
 }
@@ -45,10 +46,10 @@ void explain_no_pair(const Format& from, const Format& to, Writer* out) {
     out->add("%s converts to ", from.name);
     list_destinations(from, out);
     out->begin("next");
-    const Plan way = plan(from, to, any_way);
-    if (way.steps < 2) return out->add("choose one of these as the destination");
-    out->add("convert to %s first", way.format[1]->name);
-    for (unsigned i = 2; i <= way.steps; ++i) out->add(", and that to %s", way.format[i]->name);
+    const Plan found = plan(from, to, any_demosaic);
+    if (found.steps < 2) return out->add("choose one of these as the destination");
+    out->add("convert to %s first", found.format[1]->name);
+    for (unsigned i = 2; i <= found.steps; ++i) out->add(", and that to %s", found.format[i]->name);
 }
 
 void explain_no_route(const Job& job, const Decision& decision, Writer* out) {

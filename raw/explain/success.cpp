@@ -19,7 +19,7 @@ struct Case {
     AccessExtent to;
     Writer* out;
 
-    bool demosaics() const { return decision.way == Way::bayer; }
+    bool demosaics() const { return decision.kind == RouteKind::bayer; }
     void warn() const { out->begin("warning"); }
     void note() const { out->begin("note"); }
 };
@@ -205,7 +205,7 @@ bool has_three_channels(const Format& format) {
 }
 
 void pad(const Case& c) {
-    if (c.decision.way == Way::copy || !has_pad(c.destination)) return;
+    if (c.decision.kind == RouteKind::copy || !has_pad(c.destination)) return;
     if (!has_three_channels(c.source)) return;
     c.note();
     c.out->add("the pad byte of each %s pixel keeps what it holds", c.destination.name);

@@ -10,22 +10,23 @@ namespace {
 constexpr bayer::Method methods[] = {bayer::dup, bayer::ave, bayer::med};
 constexpr Phase phases[] = {Phase::A, Phase::B, Phase::C, Phase::D};
 
-// The ways that parameters 9 and 10 leave open; 0 leaves all of them. Returns 0 for other values.
-Ways ways_of(uint32_t method, uint32_t phase) {
+// The demosaics that parameters 9 and 10 leave open; 0 leaves all of them. Returns 0 for other
+// values.
+Demosaics demosaics_of(uint32_t method, uint32_t phase) {
     bayer::Method wanted_method{};
     Phase wanted_phase{};
     if (method != 0 && !bayer::find_method(method, &wanted_method)) return 0;
     if (phase != 0 && !bayer::find_phase(phase, &wanted_phase)) return 0;
-    unsigned ways = 0;
+    unsigned demosaics = 0;
     for (const bayer::Method m : methods)
         for (const Phase p : phases)
             if ((method == 0 || m == wanted_method) && (phase == 0 || p == wanted_phase))
-                ways |= way_bit(m, p);
-    return static_cast<Ways>(ways);
+                demosaics |= demosaic_bit(m, p);
+    return static_cast<Demosaics>(demosaics);
 }
 
-uint32_t methods_of(Ways ways, uint32_t phase) {
-    const unsigned allowed = ways & ways_of(0, phase);
+uint32_t methods_of(Demosaics demosaics, uint32_t phase) {
+    const unsigned allowed = demosaics & demosaics_of(0, phase);
     uint32_t result = 0;
     for (const bayer::Method m : methods)
         if ((allowed & 0xFu << 4 * static_cast<unsigned>(m)) != 0)
@@ -47,13 +48,13 @@ uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint32_t pha
     using namespace trv::raw;
     const trv::Format* first = trv::find_format(from & 0xFF);
     const trv::Format* last = trv::find_format(to & 0xFF);
-    const Ways ways = ways_of(method, phase);
-    if (!is_record(route) || first == nullptr || last == nullptr || ways == 0)
+    const Demosaics demosaics = demosaics_of(method, phase);
+    if (!is_record(route) || first == nullptr || last == nullptr || demosaics == 0)
         return TRV_STATUS_PARAMETER;
     TRW_Route full{};
-    full.direct = methods_of(direct_ways(*first, *last), phase);
+    full.direct = methods_of(direct_demosaics(*first, *last), phase);
     if (full.direct != 0) full.remark = trv::lossy(*first, *last);
-    const Plan found = plan(*first, *last, ways);
+    const Plan found = plan(*first, *last, demosaics);
     full.steps = found.steps;
     for (unsigned i = 0; found.found && i <= found.steps; ++i)
         full.format[i] = trv::format_prefix + static_cast<uint32_t>(found.format[i]->code);

@@ -9,32 +9,33 @@ constexpr uint32_t number(const Format& format) {
     return static_cast<uint32_t>(format.code);
 }
 
-consteval Ways kernels_between(const Format& from, const Format& to) {
-    Ways ways = 0;
+consteval Demosaics kernels_between(const Format& from, const Format& to) {
+    Demosaics demosaics = 0;
     for (const bayer::Kernel& kernel : bayer::kernels)
         if (kernel.input == bayer::input_of(from) && kernel.output == bayer::output_of(to.code))
-            ways = static_cast<Ways>(ways | way_bit(kernel.method, kernel.phase));
-    return ways;
+            demosaics =
+                static_cast<Demosaics>(demosaics | demosaic_bit(kernel.method, kernel.phase));
+    return demosaics;
 }
 
-consteval Ways ways_between(const Format& from, const Format& to) {
-    const Way way = find_way(number(from), number(to));
-    if (way == Way::none) return 0;
-    return way == Way::bayer ? kernels_between(from, to) : any_way;
+consteval Demosaics demosaics_between(const Format& from, const Format& to) {
+    const RouteKind kind = find_route_kind(number(from), number(to));
+    if (kind == RouteKind::none) return 0;
+    return kind == RouteKind::bayer ? kernels_between(from, to) : any_demosaic;
 }
 
 struct Table {
-    Ways direct[format_count][format_count];
-    Ways faithful[format_count][format_count];  // without routes that lose the picture
+    Demosaics direct[format_count][format_count];
+    Demosaics faithful[format_count][format_count];  // without routes that lose the picture
 };
 
 consteval Table make_table() {
     Table table{};
     for (size_t from = 0; from < format_count; ++from)
         for (size_t to = 0; to < format_count; ++to) {
-            const Ways ways = ways_between(formats[from], formats[to]);
-            table.direct[from][to] = ways;
-            if (lossy(formats[from], formats[to]) == nullptr) table.faithful[from][to] = ways;
+            const Demosaics demosaics = demosaics_between(formats[from], formats[to]);
+            table.direct[from][to] = demosaics;
+            if (lossy(formats[from], formats[to]) == nullptr) table.faithful[from][to] = demosaics;
         }
     return table;
 }
@@ -97,20 +98,20 @@ bool passes(const Plan& plan, const Format& format) {
 
 struct Search {
     const Format& to;
-    Ways ways;
+    Demosaics demosaics;
     Plan best;
 
     void extend(const Plan& plan, unsigned steps) {
         const size_t from = row_of(*plan.format[plan.steps]);
         if (steps == 1) return finish(plan, from);
         for (const Format& next : formats)
-            if ((table.faithful[from][row_of(next)] & ways) != 0 && &next != &to &&
+            if ((table.faithful[from][row_of(next)] & demosaics) != 0 && &next != &to &&
                 !passes(plan, next))
                 extend(longer(plan, next), steps - 1);
     }
 
     void finish(const Plan& plan, size_t from) {
-        if ((table.faithful[from][row_of(to)] & ways) == 0) return;
+        if ((table.faithful[from][row_of(to)] & demosaics) == 0) return;
         const Plan whole = longer(plan, to);
         if (!keeps_the_picture(whole)) return;
         if (!best.found || cost(whole) < cost(best)) best = whole;
@@ -125,13 +126,13 @@ struct Search {
 
 }  // namespace
 
-Ways direct_ways(const Format& from, const Format& to) {
+Demosaics direct_demosaics(const Format& from, const Format& to) {
     return table.direct[row_of(from)][row_of(to)];
 }
 
 bool is_read(const Format& format) {
-    for (const Ways ways : table.direct[row_of(format)])
-        if (ways != 0) return true;
+    for (const Demosaics demosaics : table.direct[row_of(format)])
+        if (demosaics != 0) return true;
     return false;
 }
 
@@ -141,10 +142,10 @@ bool is_made(const Format& format) {
     return false;
 }
 
-Plan plan(const Format& from, const Format& to, Ways ways) {
+Plan plan(const Format& from, const Format& to, Demosaics demosaics) {
     const Plan start{true, 0, {&from}};
     if (&from == &to) return start;
-    Search search{to, ways, {}};
+    Search search{to, demosaics, {}};
     for (unsigned steps = 1; steps <= most_steps && !search.best.found; ++steps)
         search.extend(start, steps);
     return search.best;

@@ -20,16 +20,17 @@ constexpr uint32_t longest = 300;
 struct Route {
     const Format& from;
     const Format& to;
-    trv::Way way;
+    trv::RouteKind kind;
 };
 
 std::vector<Route> routes() {
     std::vector<Route> list;
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats) {
-            const trv::Way way =
-                trv::find_way(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code));
-            if (way != trv::Way::none && way != trv::Way::bayer) list.push_back({from, to, way});
+            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint8_t>(from.code),
+                                                             static_cast<uint8_t>(to.code));
+            if (kind != trv::RouteKind::none && kind != trv::RouteKind::bayer)
+                list.push_back({from, to, kind});
         }
     return list;
 }
@@ -74,7 +75,7 @@ struct Geometry {
     reference::Image image(const uint8_t* memory) const {
         reference::Image i{from,        memory,       shape.source_stride,
                            shape.width, shape.height, shape.packing_offset};
-        if (route.way == trv::Way::helper) i.stride &= ~size_t{1};
+        if (route.kind == trv::RouteKind::helper) i.stride &= ~size_t{1};
         return i;
     }
     uint32_t written() const { return reference::written_width(image(nullptr), to); }
@@ -130,7 +131,7 @@ Shape any_shape(const Route& route, Random& random) {
         test::any_stride(random, trv::line_bytes(route.from, s.width + s.packing_offset));
     s.destination_stride = test::any_stride(random, trv::line_bytes(route.to, s.width));
     // Equal strides make a copy one block, padding and all, which has a test of its own.
-    if (route.way == trv::Way::copy && s.destination_stride == s.source_stride)
+    if (route.kind == trv::RouteKind::copy && s.destination_stride == s.source_stride)
         ++s.destination_stride;
     return s;
 }

@@ -194,15 +194,15 @@ template <typename Has>
 void compare_all(const Packing* packing, Has has, Random& random) {
     for (const Format& samples : trv::formats)
         for (const Format& destination : trv::formats) {
-            const trv::Way way = trv::find_way(static_cast<uint32_t>(samples.code),
-                                               static_cast<uint32_t>(destination.code));
-            if (way == trv::Way::none || !has(samples)) continue;
+            const trv::RouteKind kind = trv::find_route_kind(
+                static_cast<uint32_t>(samples.code), static_cast<uint32_t>(destination.code));
+            if (kind == trv::RouteKind::none || !has(samples)) continue;
             for (const uint32_t method : methods)
                 for (const uint32_t phase : phases) {
                     Case c{packing, &samples, &destination, method, phase, 0, 0, 0, 0, 0};
                     draw_shape(&c, random);
                     if (is_accepted(c)) compare(c, random);
-                    if (way != trv::Way::bayer || ::testing::Test::HasFatalFailure()) break;
+                    if (kind != trv::RouteKind::bayer || ::testing::Test::HasFatalFailure()) break;
                 }
             if (::testing::Test::HasFatalFailure()) return;
         }

@@ -1,4 +1,4 @@
-// Ways over several steps, and the names by which formats and phases go.
+// Paths over several steps, and the names by which formats and phases go.
 #include <gtest/gtest.h>
 
 #include <algorithm>

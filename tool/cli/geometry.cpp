@@ -85,19 +85,20 @@ Geometry source_geometry(const Pixels& pixels, const Size& size, std::optional<u
 }
 
 std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_t skipped) {
-    std::vector<std::string> ways;
+    std::vector<std::string> remedies;
     const std::string fitting = formats_of_length(wanted, available);
     if (!fitting.empty())
-        ways.push_back(
+        remedies.push_back(
             text("at ", wanted.width, "x", wanted.height, " this length fits ", fitting));
     if (skipped != 0 && available + skipped >= wanted.bytes())
-        ways.push_back(text("with --skip ", available + skipped - wanted.bytes(), " it is enough"));
+        remedies.push_back(
+            text("with --skip ", available + skipped - wanted.bytes(), " it is enough"));
     if (wanted.stride != wanted.line() && available >= wanted.line() * wanted.height)
-        ways.push_back(text("without --stride it is enough"));
+        remedies.push_back(text("without --stride it is enough"));
     if (const uint64_t lines = available / wanted.stride; lines != 0)
-        ways.push_back(text("it holds ", lines, " such lines: -s ", wanted.width, "x", lines));
-    if (ways.empty()) return "check -s and -f";
-    return list(ways, "; ");
+        remedies.push_back(text("it holds ", lines, " such lines: -s ", wanted.width, "x", lines));
+    if (remedies.empty()) return "check -s and -f";
+    return list(remedies, "; ");
 }
 
 std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus, uint64_t skipped) {
@@ -105,14 +106,14 @@ std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus, uint64_
     if (surplus >= wanted.bytes())
         return text("it holds ", length / wanted.bytes(), " such pictures, the second at --skip ",
                     skipped + wanted.bytes());
-    std::vector<std::string> ways;
+    std::vector<std::string> remedies;
     const uint64_t stride = length / wanted.height;
     if (length % wanted.height == 0 && stride > wanted.stride)
-        ways.push_back(text("--stride ", stride, " if lines are padded"));
-    ways.push_back(text("--skip ", skipped + surplus, " if they come first"));
+        remedies.push_back(text("--stride ", stride, " if lines are padded"));
+    remedies.push_back(text("--skip ", skipped + surplus, " if they come first"));
     const std::string fitting = formats_of_length(wanted, length);
-    if (!fitting.empty()) ways.push_back(text("the whole length fits ", fitting));
-    return list(ways, "; ");
+    if (!fitting.empty()) remedies.push_back(text("the whole length fits ", fitting));
+    return list(remedies, "; ");
 }
 
 }  // namespace trv::tool

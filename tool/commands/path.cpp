@@ -112,13 +112,13 @@ std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& h
 Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via) {
     if (wanted != nullptr && !holds(kind, *wanted)) throw unsuited(*wanted, kind);
     const std::string target = wanted != nullptr ? wanted->name : text("a .", kind_name(kind));
-    const auto any_way = [&](Via allowed) {
+    const auto find = [&](Via allowed) {
         return wanted != nullptr ? find_chain(source, *wanted, how)
                                  : find_path(source, kind, how, allowed);
     };
-    const auto direct = wanted != nullptr ? direct_path(source, *wanted) : any_way(Via::never);
+    const auto direct = wanted != nullptr ? direct_path(source, *wanted) : find(Via::never);
     if (via == Via::never && direct) return *direct;
-    const auto path = any_way(Via::automatic);
+    const auto path = find(Via::automatic);
     if (path && via == Via::never) throw only_chain(*path, target);
     if (path) return *path;
     if (direct) return *direct;

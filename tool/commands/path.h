@@ -1,4 +1,4 @@
-// Which format the library turns into which, directly or over several steps, and the way from a
+// Which format the library turns into which, directly or over several steps, and the path from a
 // source to a picture file.
 #pragma once
 
@@ -12,7 +12,7 @@
 
 namespace trv::tool {
 
-// How mosaics are to be demosaiced on the way; not every way exists by every method.
+// How mosaics are to be demosaiced on a path; not every path exists by every method.
 struct Demosaic {
     uint32_t method = default_method;
     Phase phase = Phase::A;
@@ -34,10 +34,10 @@ std::vector<std::string> methods_between(const Format& from, const Format& to, P
 using Path = std::vector<const Format*>;
 std::string path_text(const Path& path);
 
-// The shortest way on which nothing is lost before the last step; direct where that is no loss.
+// The shortest path on which nothing is lost before the last step; direct where that is no loss.
 std::optional<Path> find_chain(const Format& from, const Format& to, const Demosaic& how);
 
-// The way to `wanted`, or where that is null to what suits the kind of file best.
+// The path to `wanted`, or where that is null to what suits the kind of file best.
 Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via);
 
 // The same to what suits the kind of file, without an explanation.

@@ -18,17 +18,18 @@ std::vector<Pair> direct_pairs() {
     std::vector<Pair> pairs;
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats) {
-            const trv::Way way =
-                trv::find_way(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code));
-            if (way == trv::Way::direct || way == trv::Way::helper || way == trv::Way::copy)
+            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint8_t>(from.code),
+                                                             static_cast<uint8_t>(to.code));
+            if (kind == trv::RouteKind::direct || kind == trv::RouteKind::helper ||
+                kind == trv::RouteKind::copy)
                 pairs.push_back({from, to});
         }
     return pairs;
 }
 
 bool is_copy(const Pair& pair) {
-    return trv::find_way(static_cast<uint8_t>(pair.from.code),
-                         static_cast<uint8_t>(pair.to.code)) == trv::Way::copy;
+    return trv::find_route_kind(static_cast<uint8_t>(pair.from.code),
+                                static_cast<uint8_t>(pair.to.code)) == trv::RouteKind::copy;
 }
 
 struct Geometry {

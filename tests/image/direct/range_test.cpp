@@ -21,7 +21,7 @@ struct Case {
 
 // Whether the last byte of a pixel stays what it was.
 bool keeps_last(const trv::Decision& decision) {
-    return decision.way != trv::Way::copy &&
+    return decision.kind != trv::RouteKind::copy &&
            trv::routing::table.conversions[decision.route.row].keeps_last();
 }
 
@@ -120,9 +120,9 @@ TEST(Range, EveryRouteInParts) {
     const auto levels = test::machine_levels();
     for (const trv::Format& from : trv::formats)
         for (const trv::Format& to : trv::formats) {
-            const trv::Way way =
-                trv::find_way(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code));
-            if (way == trv::Way::none || way == trv::Way::bayer) continue;
+            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint32_t>(from.code),
+                                                             static_cast<uint32_t>(to.code));
+            if (kind == trv::RouteKind::none || kind == trv::RouteKind::bayer) continue;
             for (unsigned i = 0; i < test::rounds(6); ++i)
                 for (const unsigned level : levels) {
                     compare(any_case(from, to, random),
