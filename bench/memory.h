@@ -41,7 +41,7 @@ class Memory {
 inline trvil::Buffer buffer_of(const trv::Format& format, Size size, uint8_t* memory,
                                uint64_t line = 0) {
     if (line == 0) line = trv::line_bytes(format, size.width);
-    const auto code = trv::format_prefix + static_cast<uint32_t>(format.code);
+    const auto code = trv::whole_code(format);
     return trvil::Buffer::wrap(memory, line * size.height + 64, size.width, size.height,
                                static_cast<trvil::Format>(code), static_cast<uint32_t>(line));
 }

@@ -26,8 +26,7 @@ Task make_task(const Format& from, const Format& to, const char* method_name, ui
 
 void add_tasks(const Format& from, const Format& to, const Options& options,
                std::vector<Task>* tasks) {
-    const trv::RouteKind kind =
-        trv::find_route_kind(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code));
+    const trv::RouteKind kind = trv::route_kind(from, to);
     if (kind == trv::RouteKind::none) return;
     const auto add = [&](const char* name, uint32_t method) {
         tasks->push_back(make_task(from, to, name, method, options));

@@ -31,7 +31,7 @@ Answers any_field(Input& in) {
     const uint32_t whole = trv::is_packed(format) ? 8 : format.group;
     const uint32_t pixels = (a.width + whole - 1) / whole * whole + whole * in.below(20);
     a.stride = static_cast<uint32_t>(trv::line_bytes(format, pixels));
-    a.format = in.one_in(32) ? in.word() : trv::format_prefix + static_cast<uint32_t>(format.code);
+    a.format = in.one_in(32) ? in.word() : trv::whole_code(format);
     return a;
 }
 

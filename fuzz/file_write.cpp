@@ -84,7 +84,7 @@ Answers any_picture(Input& in) {
     a.present = !in.one_in(32);
     const trv::Format& format = in.one_in(4) ? trv::formats[in.below(trv::format_count)]
                                              : trv::format_of(written_formats[in.below(4)]);
-    a.format = in.one_in(32) ? in.word() : trv::format_prefix + static_cast<uint32_t>(format.code);
+    a.format = in.one_in(32) ? in.word() : trv::whole_code(format);
     a.width = in.below(40);
     a.height = in.below(6);
     a.stride = static_cast<uint32_t>(trv::line_bytes(format, a.width)) + in.below(20);

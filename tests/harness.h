@@ -13,8 +13,7 @@
 #include <vector>
 
 #include "image/dispatch/level.h"
-#include "image/format/format.h"
-#include "trvil/tbl.h"
+#include "tests/buffers.h"
 
 namespace test {
 
@@ -103,27 +102,9 @@ struct Picture {
     Guarded memory;
 };
 
-// A handle around a picture's memory for the length of a test.
-class Wrapped {
-  public:
-    explicit Wrapped(const Picture& p) {
-        const uint32_t code = trv::format_prefix + static_cast<uint32_t>(p.format.code);
-        const uint32_t status = TBS_BufferWrap(&handle_, p.width, p.height, code, p.memory.data(),
-                                               p.memory.size(), p.stride, nullptr, nullptr);
-        EXPECT_EQ(status, TRV_STATUS_OK);
-    }
-    ~Wrapped() { TBS_BufferRelease(&handle_); }
-    Wrapped(const Wrapped&) = delete;
-    Wrapped& operator=(const Wrapped&) = delete;
-
-    uint64_t handle() const { return handle_; }
-    void set(uint32_t id, uint32_t value) const {
-        EXPECT_EQ(TBS_BufferParameterSet(handle_, id, value), TRV_STATUS_OK);
-    }
-
-  private:
-    uint64_t handle_ = 0;
-};
+inline Buffer wrap(const Picture& p) {
+    return wrap(p.format, p.width, p.height, p.memory.data(), p.memory.size(), p.stride);
+}
 
 // First difference between what memory holds and what it should hold, by line and byte.
 inline ::testing::AssertionResult same_bytes(const Picture& picture,

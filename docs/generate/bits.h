@@ -60,9 +60,7 @@ inline std::string bytes_text(const Format& f) {
 inline std::string destinations(const Format& from) {
     std::string list;
     for (const Format& to : trv::formats) {
-        if (trv::find_route_kind(static_cast<uint8_t>(from.code), static_cast<uint8_t>(to.code)) ==
-            trv::RouteKind::none)
-            continue;
+        if (trv::route_kind(from, to) == trv::RouteKind::none) continue;
         list += (list.empty() ? "" : ", ") + std::string(to.name);
     }
     return list;

@@ -7,12 +7,14 @@
 #include <utility>
 
 #include "image/direct/row.h"
+#include "image/format/layout.h"
 #include "image/simd/map.h"
 
 namespace trv::TRV_LEVEL {
 namespace {
 
 using Line = direct::Line;
+using layout::word_of;
 
 // Loads and stores of the level's own: those of image/format/layout.h would be shared between
 // levels.
@@ -36,13 +38,6 @@ inline void store16(uint8_t* at, uint32_t value) {
 
 inline void store32(uint8_t* at, uint32_t word) {
     __builtin_memcpy(at, &word, sizeof word);
-}
-
-// 5-6-5 and 5-5-5 words of 8-bit channels, named by the field that lies on top.
-template <bool SixGreen>
-inline uint32_t word_of(uint32_t top, uint32_t green, uint32_t bottom) {
-    return SixGreen ? (top & 0xF8) << 8 | (green & 0xFC) << 3 | bottom >> 3
-                    : (top & 0xF8) << 7 | (green & 0xF8) << 2 | bottom >> 3;
 }
 
 template <typename M, int I>

@@ -71,6 +71,10 @@ constexpr const Format* find_whole_format(uint32_t code) {
     return (code & 0xFFFFFF00) == format_prefix ? find_format(static_cast<uint8_t>(code)) : nullptr;
 }
 
+constexpr uint32_t whole_code(const Format& format) {
+    return format_prefix + static_cast<uint32_t>(format.code);
+}
+
 constexpr const Format& format_of(Code code) {
     return *find_format(static_cast<uint8_t>(code));
 }

@@ -45,22 +45,20 @@ struct Bytes {
 using Bgr24 = Bytes<Code::BGR24>;
 using Bgrx32 = Bytes<Code::BGRX32>;
 
-// Deliberate: red and green are masked and blue is not, so a sample with bits above its depth
-// spills from blue into green.
-struct Rgb16 {
-    static constexpr const Format& format = format_of(Code::RGB16);
-    static constexpr size_t bytes = format.stored / 8;
+// 5-6-5 and 5-5-5 words of 8-bit channels, named by the field that lies on top. Deliberate: the
+// bottom one is not masked, so a sample with bits above its depth spills into green. Always
+// inlined: no level may leave a copy behind for others.
+template <bool SixGreen>
+[[gnu::always_inline]] inline uint32_t word_of(uint32_t top, uint32_t green, uint32_t bottom) {
+    return SixGreen ? (top & 0xF8) << 8 | (green & 0xFC) << 3 | bottom >> 3
+                    : (top & 0xF8) << 7 | (green & 0xF8) << 2 | bottom >> 3;
+}
 
-    // The top bits of an 8-bit value where a channel lies.
-    template <Channel C>
-    static uint32_t top(uint32_t value) {
-        constexpr Field field = *find_field(format, C);
-        return value >> (8 - field.bits) << field.bit;
-    }
+struct Rgb16 {
+    static constexpr size_t bytes = format_of(Code::RGB16).stored / 8;
+
     static void store(uint8_t* out, const Rgb& c) {
-        layout::store(
-            out, static_cast<uint16_t>(top<Channel::R>(c.red & 0xFF) |
-                                       top<Channel::G>(c.green & 0xFF) | top<Channel::B>(c.blue)));
+        layout::store(out, static_cast<uint16_t>(word_of<true>(c.red, c.green, c.blue)));
     }
 };
 

@@ -91,9 +91,7 @@ constexpr bool find_phase(uint32_t value, Phase* phase) {
 constexpr bool are_complete() {
     for (const Format& from : formats)
         for (const Format& to : formats) {
-            if (find_route_kind(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) !=
-                RouteKind::bayer)
-                continue;
+            if (route_kind(from, to) != RouteKind::bayer) continue;
             if (!exists({input_of(from), output_of(to.code), dup, Phase::A})) return false;
         }
     return true;

@@ -138,15 +138,18 @@ constexpr Route find_route(uint32_t source, uint32_t destination) {
     return routing::table.routes[known ? routing::table.pair[from][to] : 0];
 }
 
-constexpr RouteKind find_route_kind(uint32_t source, uint32_t destination) {
-    return route_kind(find_route(source, destination));
+constexpr Route find_route(const Format& from, const Format& to) {
+    return find_route(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code));
+}
+
+constexpr RouteKind route_kind(const Format& from, const Format& to) {
+    return route_kind(find_route(from, to));
 }
 
 // What is wrong with the picture that a route makes, as the end of "this route ..."; null when
 // nothing is.
 constexpr const char* lossy(const Format& from, const Format& to) {
-    const Route route =
-        find_route(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code));
+    const Route route = find_route(from, to);
     return route.rule == Rule::none ? nullptr : routing::groups[route.group].lossy;
 }
 

@@ -59,7 +59,7 @@ const Format* samples_of(const Packing& packing, const Buffer& source,
 // The unpacked picture: lines without padding.
 Side unpacked(const Side& packed, const Format& samples) {
     Side side = packed;
-    side.format = format_prefix + static_cast<uint32_t>(samples.code);
+    side.format = whole_code(samples);
     side.stride = packed.width * uint32_t{pixel_bytes};
     side.address = nullptr;
     return side;

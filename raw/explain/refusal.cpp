@@ -14,8 +14,7 @@ namespace {
 unsigned list_destinations(const Format& from, Writer* out) {
     unsigned count = 0;
     for (const Format& to : formats)
-        if (find_route_kind(static_cast<uint32_t>(from.code), static_cast<uint32_t>(to.code)) !=
-            RouteKind::none)
+        if (route_kind(from, to) != RouteKind::none)
             out->add("%s%s", count++ == 0 ? "" : ", ", to.name);
     return count;
 }

@@ -57,7 +57,7 @@ uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint32_t pha
     const Plan found = plan(*first, *last, demosaics);
     full.steps = found.steps;
     for (unsigned i = 0; found.found && i <= found.steps; ++i)
-        full.format[i] = trv::format_prefix + static_cast<uint32_t>(found.format[i]->code);
+        full.format[i] = trv::whole_code(*found.format[i]);
     if (!found.found) full.why = why_not(*first, *last);
     fill_record(full, route);
     return found.found ? TRV_STATUS_OK : TRV_STATUS_UNSUPPORTED;

@@ -12,8 +12,7 @@ namespace {
 
 uint32_t format_of(const Packing& packing) {
     for (const Format& format : formats)
-        if (goes_to(packing, static_cast<uint32_t>(format.code)))
-            return format_prefix + static_cast<uint32_t>(format.code);
+        if (goes_to(packing, static_cast<uint32_t>(format.code))) return whole_code(format);
     return 0;
 }
 

@@ -19,7 +19,7 @@ consteval Demosaics kernels_between(const Format& from, const Format& to) {
 }
 
 consteval Demosaics demosaics_between(const Format& from, const Format& to) {
-    const RouteKind kind = find_route_kind(number(from), number(to));
+    const RouteKind kind = route_kind(from, to);
     if (kind == RouteKind::none) return 0;
     return kind == RouteKind::bayer ? kernels_between(from, to) : any_demosaic;
 }

@@ -8,73 +8,61 @@
 #include <iterator>
 #include <string>
 
-#include "image/format/format.h"
-#include "trvil/tbl.h"
+#include "tests/buffers.h"
 #include "trvil/til.h"
 
 namespace {
 
 constexpr uint32_t width = 37, height = 8;
 
-uint32_t code_of(const std::string& name) {
-    for (const trv::Format& format : trv::formats)
-        if (name == format.name) return trv::format_prefix + static_cast<uint32_t>(format.code);
-    ADD_FAILURE() << name;
-    return 0;
+using test::Buffer;
+using trvil::Format;
+
+size_t bytes_of(const Buffer& buffer) {
+    return size_t{buffer.stride()} * buffer.height();
 }
 
-class Picture {
-  public:
-    Picture(uint32_t format, uint32_t lines) {
-        EXPECT_EQ(TBS_BufferCreate(&handle, width, lines, format), 0u);
-        uint32_t stride = 0;
-        TBL_BufferParameterGet(handle, TBL_PARAMETER_STRIDE, &stride);
-        TBL_BufferParameterGet(handle, TBL_PARAMETER_ADDRESS, &memory_);
-        bytes_ = size_t{stride} * lines;
-        std::memset(memory_, 0x5A, bytes_);
+Buffer blank(Format format, uint32_t lines) {
+    Buffer made = Buffer::create(width, lines, format);
+    std::memset(made.memory(), 0x5A, bytes_of(made));
+    return made;
+}
+
+Buffer noise(Format format) {
+    Buffer made = Buffer::create(width, height, format);
+    uint32_t state = 1;
+    for (size_t i = 0; i < bytes_of(made); ++i) {
+        state = state * 1664525 + 1013904223;
+        made.memory()[i] = static_cast<std::byte>(state >> 24);
     }
-    ~Picture() { TBS_BufferRelease(&handle); }
-    Picture(const Picture&) = delete;
-    Picture& operator=(const Picture&) = delete;
+    return made;
+}
 
-    void scramble() {
-        uint32_t state = 1;
-        for (size_t i = 0; i < bytes_; ++i) {
-            state = state * 1664525 + 1013904223;
-            memory_[i] = static_cast<uint8_t>(state >> 24);
-        }
-    }
-    std::string bytes() const { return {reinterpret_cast<char*>(memory_), bytes_}; }
+std::string text_of(const Buffer& buffer) {
+    return {reinterpret_cast<const char*>(buffer.memory()), bytes_of(buffer)};
+}
 
-    uint64_t handle = 0;
-
-  private:
-    uint8_t* memory_ = nullptr;
-    size_t bytes_ = 0;
-};
-
-void* door(const std::string& name) {
+void* entry(const std::string& name) {
     void* address = dlsym(RTLD_DEFAULT, name.c_str());
     EXPECT_NE(address, nullptr) << name;
     return address;
 }
 
-std::string through_convert(const Picture& from, uint32_t to_code) {
-    const Picture to(to_code, height);
-    EXPECT_EQ(TIL_Convert(from.handle, to.handle), 0u);
-    return to.bytes();
+std::string through_convert(const Buffer& from, Format format) {
+    const Buffer to = blank(format, height);
+    EXPECT_EQ(TIL_Convert(from.handle(), to.handle()), 0u);
+    return text_of(to);
 }
 
-std::string through_door(const std::string& name, const Picture& from, uint32_t to_code,
-                         bool deep) {
-    const Picture to(to_code, height);
-    void* address = door(name);
+std::string through_entry(const std::string& name, const Buffer& from, Format format, bool deep) {
+    const Buffer to = blank(format, height);
+    void* address = entry(name);
     const uint32_t status = deep ? reinterpret_cast<decltype(&TIL_BAYn_to_BGR24_dup_A)>(address)(
-                                       from.handle, to.handle, 12)
+                                       from.handle(), to.handle(), 12)
                                  : reinterpret_cast<decltype(&TIL_BAY8_to_BGR24_dup_A)>(address)(
-                                       from.handle, to.handle);
+                                       from.handle(), to.handle());
     EXPECT_EQ(status, 0u) << name;
-    return to.bytes();
+    return text_of(to);
 }
 
 struct Kernel {
@@ -96,13 +84,11 @@ const Kernel kernels[] = {
 TEST(Exports, OfMosaicsAreWhatTheirNamesSay) {
     for (const auto& [name, output, input, phase, method] : kernels) {
         const bool deep = input == 'n';
-        const uint32_t to = code_of(output);
-        Picture from(deep ? TBL_FORMAT(BAY12) : TBL_FORMAT(BAY8), height);
-        from.scramble();
-        TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_METHOD, method);
-        TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_PHASE,
-                               TBL_BAYER_PHASE_A + (static_cast<uint32_t>(phase - 'A') << 8));
-        EXPECT_TRUE(through_door(name, from, to, deep) == through_convert(from, to)) << name;
+        const Format to = test::public_format(test::format_named(output));
+        Buffer from = noise(deep ? Format::BAY12 : Format::BAY8);
+        from.method(trvil::Method{method});
+        from.phase(trvil::Phase{TBL_BAYER_PHASE_A + (static_cast<uint32_t>(phase - 'A') << 8)});
+        EXPECT_TRUE(through_entry(name, from, to, deep) == through_convert(from, to)) << name;
     }
     EXPECT_EQ(std::size(kernels), 81u);
 }
@@ -112,15 +98,15 @@ TEST(Exports, OfFieldMethodsAreTheEntrysMethods) {
                                  "TIL_FieldToFrame_Bilinear", "TIL_FieldToFrame_Median"};
     for (uint32_t method = 0; method < 4; ++method)
         for (const uint32_t flag : {0u, 1u}) {
-            Picture from(TBL_FORMAT(BGR24), height);
-            from.scramble();
-            const Picture entry(TBL_FORMAT(BGR24), 2 * height), own(TBL_FORMAT(BGR24), 2 * height);
-            EXPECT_EQ(TIL_FieldToFrame(from.handle, entry.handle, method, flag), 0u);
-            void* address = door(names[method]);
+            const Buffer from = noise(Format::BGR24);
+            const Buffer by_number = blank(Format::BGR24, 2 * height);
+            const Buffer by_name = blank(Format::BGR24, 2 * height);
+            EXPECT_EQ(TIL_FieldToFrame(from.handle(), by_number.handle(), method, flag), 0u);
+            void* address = entry(names[method]);
             EXPECT_EQ(reinterpret_cast<decltype(&TIL_FieldToFrame_LineDup)>(address)(
-                          from.handle, own.handle, flag),
+                          from.handle(), by_name.handle(), flag),
                       0u);
-            EXPECT_TRUE(own.bytes() == entry.bytes()) << names[method];
+            EXPECT_TRUE(text_of(by_name) == text_of(by_number)) << names[method];
         }
 }
 

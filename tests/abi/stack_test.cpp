@@ -10,11 +10,13 @@
 #include "image/exports/convert.h"
 #include "image/exports/field_to_frame.h"
 #include "image/exports/kernel.h"
+#include "tests/buffers.h"
 #include "tests/reference/routes.h"
-#include "trvil/tbl.h"
 #include "trvil/til.h"
 
 namespace {
+
+using test::Buffer;
 
 constexpr size_t limit = 16 * 1024;
 alignas(64) uint8_t stack[4 * limit];
@@ -61,22 +63,9 @@ class Deepest {
     std::string name_;
 };
 
-uint32_t code_of(const std::string& name) {
-    for (const trv::Format& format : trv::formats)
-        if (name == format.name) return trv::format_prefix + static_cast<uint32_t>(format.code);
-    ADD_FAILURE() << name;
-    return 0;
+Buffer make(const std::string& format, uint32_t width = 333, uint32_t height = 5) {
+    return test::create(test::format_named(format), width, height);
 }
-
-struct Made {
-    explicit Made(const std::string& format, uint32_t width = 333, uint32_t height = 5) {
-        EXPECT_EQ(TBS_BufferCreate(&handle, width, height, code_of(format)), 0u);
-    }
-    ~Made() { TBS_BufferRelease(&handle); }
-    Made(const Made&) = delete;
-    Made& operator=(const Made&) = delete;
-    uint64_t handle = 0;
-};
 
 void for_each_level(const std::function<void(const trv::Level&)>& act) {
     for (unsigned i = 0; i <= trv::best_level(); ++i) act(trv::levels[i]);
@@ -86,14 +75,14 @@ TEST(Stack, OfConversions) {
     Deepest deepest("conversion");
     for (const auto& [source, destinations] : reference::routes())
         for (const std::string& destination : destinations) {
-            const Made from(source), to(destination, 400);
+            Buffer from = make(source), to = make(destination, 400);
             const std::string route = source + " to " + destination + " ";
             // The one method and phase that every layout has.
-            TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_METHOD, TBL_BAYER_METHOD_DUP);
-            TBS_BufferParameterSet(from.handle, TBL_PARAMETER_BAYER_PHASE, TBL_BAYER_PHASE_A);
+            from.method(trvil::Method::dup);
+            from.phase(trvil::Phase::rggb);
             for_each_level([&](const trv::Level& level) {
                 deepest.measure(route + level.name, [&] {
-                    EXPECT_EQ(trv::convert(level, from.handle, to.handle), 0u);
+                    EXPECT_EQ(trv::convert(level, from.handle(), to.handle()), 0u);
                 });
             });
         }
@@ -101,13 +90,13 @@ TEST(Stack, OfConversions) {
 
 TEST(Stack, OfMosaics) {
     Deepest deepest("mosaic");
-    const Made to("BGRX32");
+    const Buffer to = make("BGRX32");
     for (const trv::bayer::Kernel& kernel : trv::bayer::kernels) {
-        const Made from(kernel.input == trv::bayer::Input::BAY8 ? "BAY8" : "BAY12");
+        const Buffer from = make(kernel.input == trv::bayer::Input::BAY8 ? "BAY8" : "BAY12");
         for_each_level([&](const trv::Level& level) {
             deepest.measure(
                 level.name + (" kernel " + std::to_string(&kernel - trv::bayer::kernels)),
-                [&] { trv::bayer::run(level, kernel, from.handle, to.handle, 12); });
+                [&] { trv::bayer::run(level, kernel, from.handle(), to.handle(), 12); });
         });
     }
 }
@@ -115,19 +104,19 @@ TEST(Stack, OfMosaics) {
 TEST(Stack, OfFieldsAndFiles) {
     Deepest deepest("field or file");
     for (const std::string format : {"Mono8", "Mono16", "BGR24", "BGRX32", "YUV422"}) {
-        const Made from(format), to(format, 333, 10);
+        const Buffer from = make(format), to = make(format, 333, 10);
         for_each_level([&](const trv::Level& level) {
             for (uint32_t method = 0; method < 4; ++method)
                 deepest.measure(format + " method " + std::to_string(method) + " " + level.name,
                                 [&] {
                                     trv::field::run(level, static_cast<trv::field::Method>(method),
-                                                    from.handle, to.handle, 0);
+                                                    from.handle(), to.handle(), 0);
                                 });
         });
         const std::string path = "/proc/self/fd/" + std::to_string(memfd_create("trvil", 0));
         for (const uint32_t type : {TIL_FILE_RAW, TIL_FILE_TIFF})
             deepest.measure(format + " file " + std::to_string(type),
-                            [&] { TIL_FileWrite(from.handle, path.c_str(), type); });
+                            [&] { TIL_FileWrite(from.handle(), path.c_str(), type); });
     }
 }
 

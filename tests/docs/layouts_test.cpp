@@ -2,36 +2,26 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <stdexcept>
 #include <string>
 
 #include "docs/generate/bits.h"
-#include "trvil/tbl.h"
+#include "tests/buffers.h"
 #include "trvil/til.h"
 
 namespace {
 
 using Bytes = std::array<uint8_t, 64>;
+using test::format_named;
 using trv::Format;
-
-const Format& format(const std::string& name) {
-    for (const Format& f : trv::formats)
-        if (name == f.name) return f;
-    throw std::invalid_argument(name);
-}
 
 // One group of pixels with one bit set, converted.
 Bytes convert(const Format& from, const Format& to, unsigned bit) {
     Bytes in{}, out{};
     in[bit / 8] = static_cast<uint8_t>(1u << bit % 8);
-    uint64_t source = 0, destination = 0;
-    const auto code = [](const Format& f) { return 0xC0022600u + static_cast<uint32_t>(f.code); };
-    TBS_BufferWrap(&source, from.group, 1, code(from), in.data(), in.size(), 0, nullptr, nullptr);
-    TBS_BufferWrap(&destination, from.group, 1, code(to), out.data(), out.size(), 0, nullptr,
-                   nullptr);
-    EXPECT_EQ(TIL_Convert(source, destination), TRV_STATUS_OK) << from.name << ' ' << to.name;
-    TBS_BufferRelease(&source);
-    TBS_BufferRelease(&destination);
+    const test::Buffer source = test::wrap(from, from.group, 1, in.data(), in.size());
+    const test::Buffer destination = test::wrap(to, from.group, 1, out.data(), out.size());
+    EXPECT_EQ(TIL_Convert(source.handle(), destination.handle()), TRV_STATUS_OK)
+        << from.name << ' ' << to.name;
     return out;
 }
 
@@ -47,10 +37,10 @@ Bytes expected(const Format& f, char owner, int index) {
 }
 
 TEST(Layouts, ColoursStandWhereTheDrawingsSay) {
-    const Format& from = format("BGR24");
+    const Format& from = format_named("BGR24");
     for (const char* name : {"RGB15", "RGB16", "XBGR32", "BGRX32", "BGR48", "BGR15", "BGR16",
                              "XRGB32", "RGBX32", "RGB48", "RGB30", "BGR30", "BGR24", "RGB24"}) {
-        const Format& to = format(name);
+        const Format& to = format_named(name);
         for (unsigned bit = 0; bit < 24; ++bit) {
             const page::Bit set = page::bit_of(from, bit);
             const bool is_green = set.owner == 'g';
@@ -68,27 +58,27 @@ TEST(Layouts, PackedPixelsStandWhereTheDrawingsSay) {
                                     {"Mono14P", "Mono14"},   {"BAY10P_A", "BAY10_A"},
                                     {"BAY12P_B", "BAY12_B"}, {"BAY14P_C", "BAY14_C"}};
     for (const auto& [packed, words] : pairs) {
-        const Format& from = format(packed);
+        const Format& from = format_named(packed);
         for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
             const page::Bit set = page::bit_of(from, bit);
             Bytes bytes{};
             bytes[2 * static_cast<size_t>(set.owner - 'a') + set.index / 8] =
                 static_cast<uint8_t>(1u << set.index % 8);
-            EXPECT_EQ(convert(from, format(words), bit), bytes) << packed << " bit " << bit;
+            EXPECT_EQ(convert(from, format_named(words), bit), bytes) << packed << " bit " << bit;
         }
     }
 }
 
 // The top 8 of 12 bits, as grey, in all three bytes of the pixel.
 TEST(Layouts, TheHighestBitFirstIsWhereTheDrawingSays) {
-    const Format& from = format("Mono12MP");
+    const Format& from = format_named("Mono12MP");
     for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
         const page::Bit set = page::bit_of(from, bit);
         Bytes bytes{};
         for (size_t i = 0; i < 3; ++i)
             bytes[3 * static_cast<size_t>(set.owner - 'a') + i] =
                 static_cast<uint8_t>(set.index < 4 ? 0 : 1u << (set.index - 4));
-        EXPECT_EQ(convert(from, format("BGR24"), bit), bytes) << "bit " << bit;
+        EXPECT_EQ(convert(from, format_named("BGR24"), bit), bytes) << "bit " << bit;
     }
 }
 
@@ -100,7 +90,7 @@ TEST(Layouts, DeepSamplesNarrowFromWhereTheDrawingsSay) {
         {"BGR48", "BGR24"},      {"BGR48_12", "BGR24"},   {"RGBA64_10", "RGBA32"},
         {"RGBA64_12", "RGBA32"}, {"RGBA64_14", "RGBA32"}, {"RGBA64", "RGBA32"}};
     for (const auto& [deep, bytes] : pairs) {
-        const Format &from = format(deep), &to = format(bytes);
+        const Format &from = format_named(deep), &to = format_named(bytes);
         for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
             const page::Bit set = page::bit_of(from, bit);
             if (set.owner == '0') continue;

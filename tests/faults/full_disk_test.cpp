@@ -39,21 +39,16 @@ class Line {
     Line(uint32_t format, uint32_t width) : memory_(size_t{width} * pixel_bytes(format)) {
         Random random(seed());
         for (uint8_t& byte : memory_) byte = static_cast<uint8_t>(random.bits());
-        EXPECT_EQ(TBS_BufferWrap(&handle_, width, 1, format, memory_.data(), memory_.size(), 0,
-                                 nullptr, nullptr),
-                  0u);
+        buffer_ = Buffer::wrap(std::span(memory_), width, 1, trvil::Format{format});
     }
-    ~Line() { TBS_BufferRelease(&handle_); }
-    Line(const Line&) = delete;
-    Line& operator=(const Line&) = delete;
 
     uint32_t write(uint32_t type, const std::string& path) const {
-        return TIL_FileWrite(handle_, path.c_str(), type);
+        return TIL_FileWrite(buffer_.handle(), path.c_str(), type);
     }
 
   private:
     std::vector<uint8_t> memory_;
-    uint64_t handle_ = 0;
+    Buffer buffer_;
 };
 
 std::string read(const std::string& path) {

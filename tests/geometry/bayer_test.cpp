@@ -64,8 +64,10 @@ Geometry any_geometry(const Kernel& kernel, Random& random) {
     const size_t source_size = g.source_bytes();
     places.choose(source_size, g.destination_bytes(), random);
     geometry::paint(places.source, source_size, pattern, random);
-    const geometry::Buffer from(g.from(), g.width, g.height, g.source_stride, places.source);
-    const geometry::Buffer to(g.to(), g.width, g.height, g.destination_stride, places.destination);
+    const test::Buffer from =
+        geometry::wrap(g.from(), g.width, g.height, g.source_stride, places.source);
+    const test::Buffer to =
+        geometry::wrap(g.to(), g.width, g.height, g.destination_stride, places.destination);
     return geometry::check(
                places, [&](uint8_t* out) { g.expect(places.source, out); },
                [&](const trv::Level& level) {

@@ -160,29 +160,11 @@ template <typename Expect, typename Call>
     return ::testing::AssertionSuccess();
 }
 
-// A handle for the length of a geometry.
-class Buffer {
-  public:
-    Buffer(const trv::Format& format, uint32_t width, uint32_t height, uint32_t stride,
-           uint8_t* memory, uint32_t packing_offset = 0) {
-        const uint32_t code = trv::format_prefix + static_cast<uint32_t>(format.code);
-        const uint64_t size = uint64_t{stride} * height + 4096;
-        EXPECT_EQ(TBS_BufferWrap(&handle_, width + packing_offset, height, code, memory, size,
-                                 stride, nullptr, nullptr),
-                  0u);
-        if (packing_offset == 0) return;
-        uint64_t whole = handle_;
-        EXPECT_EQ(TBS_BufferView(&handle_, whole, packing_offset, 0, width, height), 0u);
-        TBS_BufferRelease(&whole);
-    }
-    ~Buffer() { TBS_BufferRelease(&handle_); }
-    Buffer(const Buffer&) = delete;
-    Buffer& operator=(const Buffer&) = delete;
-    uint64_t handle() const { return handle_; }
-
-  private:
-    uint64_t handle_ = 0;
-};
+inline test::Buffer wrap(const trv::Format& format, uint32_t width, uint32_t height,
+                         uint32_t stride, uint8_t* memory, uint32_t packing_offset = 0) {
+    return test::wrap(format, width, height, memory, uint64_t{stride} * height + 4096, stride,
+                      packing_offset);
+}
 
 // Every pair of addresses modulo 64, once enough geometries were drawn to meet them all.
 inline void expect_all_offsets(const Places& places, uint64_t drawn) {

@@ -27,8 +27,7 @@ std::vector<Route> routes() {
     std::vector<Route> list;
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats) {
-            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint8_t>(from.code),
-                                                             static_cast<uint8_t>(to.code));
+            const trv::RouteKind kind = trv::route_kind(from, to);
             if (kind != trv::RouteKind::none && kind != trv::RouteKind::bayer)
                 list.push_back({from, to, kind});
         }
@@ -141,10 +140,10 @@ Shape any_shape(const Route& route, Random& random) {
     const size_t source_size = g.source_bytes();
     places.choose(source_size, g.destination_bytes(), random);
     g.fill_source(places.source, source_size);
-    const geometry::Buffer from(g.route.from, s.width, s.height, s.source_stride, places.source,
-                                s.packing_offset);
-    const geometry::Buffer to(g.route.to, s.width, s.height, s.destination_stride,
-                              places.destination);
+    const test::Buffer from = geometry::wrap(g.route.from, s.width, s.height, s.source_stride,
+                                             places.source, s.packing_offset);
+    const test::Buffer to =
+        geometry::wrap(g.route.to, s.width, s.height, s.destination_stride, places.destination);
     return geometry::check(
                places, [&](uint8_t* out) { g.expect(places.source, out); },
                [&](const trv::Level& level) {

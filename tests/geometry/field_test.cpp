@@ -41,8 +41,9 @@ Geometry any_geometry(const trv::Format& format, FieldMethod method, Random& ran
     const size_t field_size = size_t{g.stride} * g.lines;
     places.choose(field_size, 2 * field_size, random);
     geometry::paint(places.source, field_size, pattern, random);
-    const geometry::Buffer from(g.format, g.pixels, g.lines, g.stride, places.source);
-    const geometry::Buffer to(g.format, g.pixels, 2 * g.lines, g.stride, places.destination);
+    const test::Buffer from = geometry::wrap(g.format, g.pixels, g.lines, g.stride, places.source);
+    const test::Buffer to =
+        geometry::wrap(g.format, g.pixels, 2 * g.lines, g.stride, places.destination);
     return geometry::check(
                places, [&](uint8_t* out) { g.expect(places.source, out); },
                [&](const trv::Level& level) {

@@ -33,10 +33,6 @@ constexpr uint32_t methods[] = {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_
 constexpr uint32_t phases[] = {TBL_BAYER_PHASE_A, TBL_BAYER_PHASE_B, TBL_BAYER_PHASE_C,
                                TBL_BAYER_PHASE_D};
 
-uint32_t whole_code(const Format& format) {
-    return trv::format_prefix + static_cast<uint32_t>(format.code);
-}
-
 class Pool {
   public:
     explicit Pool(uint32_t threads) {
@@ -194,8 +190,7 @@ template <typename Has>
 void compare_all(const Packing* packing, Has has, Random& random) {
     for (const Format& samples : trv::formats)
         for (const Format& destination : trv::formats) {
-            const trv::RouteKind kind = trv::find_route_kind(
-                static_cast<uint32_t>(samples.code), static_cast<uint32_t>(destination.code));
+            const trv::RouteKind kind = trv::route_kind(samples, destination);
             if (kind == trv::RouteKind::none || !has(samples)) continue;
             for (const uint32_t method : methods)
                 for (const uint32_t phase : phases) {

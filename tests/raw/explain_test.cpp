@@ -42,17 +42,13 @@ class Explain : public Explaining {
     size_t written_beyond(size_t line, size_t stride);
 };
 
-uint32_t whole(const Format& format) {
-    return trv::format_prefix + static_cast<uint32_t>(format.code);
-}
-
 TEST_F(Explain, SaysTheStatusOfEveryPairInAnyGeometry) {
     Random random(test::seed());
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats)
             for (unsigned i = 0; i < test::rounds(4); ++i) {
                 const Shape s = any_shape(from, random), d = any_shape(to, random);
-                set_pair(whole(from), s, whole(to), d);
+                set_pair(whole_code(from), s, whole_code(to), d);
                 set_any_bayer(random);
                 const Explained explained = explain();
                 ASSERT_EQ(TIL_Convert(source_handle, destination_handle), explained.status)
@@ -87,7 +83,7 @@ TEST_F(Explain, TellsWhatIsReadAndWrittenBeyondThePictures) {
                 const Shape s = any_shape(from, random);
                 Shape d = any_shape(to, random);
                 if (random.below(2) == 0) d = {s.width, s.height, d.stride};
-                set_pair(whole(from), s, whole(to), d);
+                set_pair(whole_code(from), s, whole_code(to), d);
                 set_any_bayer(random);
                 const Explained explained = explain();
                 if (explained.status == 10) break;
@@ -138,7 +134,8 @@ void Explain::check_beyond_lines(const Format& from, const Format& to, uint32_t 
     const uint32_t source_stride = (line + gap + 1) & ~1u;
     uint32_t stride = (out + gap + 1) & ~1u;
     if (stride == source_stride) stride += 2;
-    set_pair(whole(from), {width, lines, source_stride}, whole(to), {width, lines, stride});
+    set_pair(whole_code(from), {width, lines, source_stride}, whole_code(to),
+             {width, lines, stride});
     for (uint32_t i = 0; i < 12; ++i) {
         fake().set(source_handle, 9, 0x109 + 0x100 * (i % 3));
         fake().set(source_handle, 10, 0x10A + 0x100 * (i % 4));

@@ -12,10 +12,13 @@
 #include <thread>
 #include <vector>
 
+#include "trvil/buffer.hpp"
 #include "trvil/raw.h"
-#include "trvil/tbl.h"
 
 namespace {
+
+using trvil::Buffer;
+using trvil::Format;
 
 class Pool : public ::testing::Test {
   protected:
@@ -183,54 +186,34 @@ TEST_F(Pool, EndsAfterTheCallsThatHaveBegun) {
     }
 }
 
-struct Buffer {
-    Buffer(uint32_t width, uint32_t height, uint32_t format) {
-        EXPECT_EQ(TBS_BufferCreate(&handle, width, height, format), TRV_STATUS_OK);
-    }
-    ~Buffer() { TBS_BufferRelease(&handle); }
-    Buffer(const Buffer&) = delete;
-    Buffer& operator=(const Buffer&) = delete;
-    uint8_t* memory() const {
-        uint8_t* address = nullptr;
-        TBL_BufferParameterGet(handle, TBL_PARAMETER_ADDRESS, &address);
-        return address;
-    }
-    uint64_t handle = 0;
-};
-
 // Each caller demosaics into one buffer of its own from a source that all share; the sanitizer of
 // threads sees what bands do to each other's pad bytes.
 TEST_F(Pool, ConvertsForManyCallersAtOnce) {
     constexpr uint32_t width = 701, height = 303;
-    const Buffer source(width * 3 / 2 + 1, height, TBL_FORMAT(BAY8_B));
-    for (uint32_t i = 0; i < (width * 3 / 2 + 1) * height; ++i)
-        source.memory()[i] = static_cast<uint8_t>(i * 2654435761u >> 11);
-    uint64_t packed = 0;
-    ASSERT_EQ(
-        TBS_BufferWrap(&packed, width, height, TBL_FORMAT(BAY8_B), source.memory(),
-                       uint64_t{width * 3 / 2 + 1} * height, width * 3 / 2 + 1, nullptr, nullptr),
-        TRV_STATUS_OK);
+    constexpr uint32_t packed_line = width * 3 / 2 + 1;
+    std::vector<uint8_t> samples(packed_line * height);
+    for (uint32_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<uint8_t>(i * 2654435761u >> 11);
+    const Buffer packed =
+        Buffer::wrap(std::span(samples), width, height, Format::BAY8_B, packed_line);
     TRW_Pool* pool = create(4);
-    for (const uint32_t format : {TBL_FORMAT(BGRX32), TBL_FORMAT(BGR24), TBL_FORMAT(BAY12)}) {
-        const Buffer expected(width, height, format);
-        const uint32_t line = width * (format == TBL_FORMAT(BGRX32)  ? 4
-                                       : format == TBL_FORMAT(BGR24) ? 3
-                                                                     : 2);
-        memset(expected.memory(), 0, uint64_t{line} * height);
-        ASSERT_EQ(TRW_Convert(packed, TRW_PACKING_12p, expected.handle, nullptr, nullptr), 0u);
+    for (const Format format : {Format::BGRX32, Format::BGR24, Format::BAY12}) {
+        const Buffer expected = Buffer::create(width, height, format);
+        const size_t bytes = size_t{expected.stride()} * height;
+        ASSERT_EQ(
+            TRW_Convert(packed.handle(), TRW_PACKING_12p, expected.handle(), nullptr, nullptr), 0u);
         std::vector<std::thread> callers;
         for (int i = 0; i < 3; ++i)
             callers.emplace_back([&, pool] {
-                const Buffer picture(width, height, format);
-                memset(picture.memory(), 0, uint64_t{line} * height);
+                const Buffer picture = Buffer::create(width, height, format);
                 for (int again = 0; again < 5; ++again)
-                    ASSERT_EQ(TRW_Convert(packed, TRW_PACKING_12p, picture.handle, nullptr, pool),
+                    ASSERT_EQ(TRW_Convert(packed.handle(), TRW_PACKING_12p, picture.handle(),
+                                          nullptr, pool),
                               0u);
-                EXPECT_EQ(memcmp(picture.memory(), expected.memory(), uint64_t{line} * height), 0);
+                EXPECT_EQ(memcmp(picture.memory(), expected.memory(), bytes), 0);
             });
         for (std::thread& caller : callers) caller.join();
     }
-    TBS_BufferRelease(&packed);
 }
 
 }  // namespace

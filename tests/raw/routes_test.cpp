@@ -19,10 +19,6 @@ constexpr uint32_t methods[] = {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_
 constexpr uint32_t phases[] = {TBL_BAYER_PHASE_A, TBL_BAYER_PHASE_B, TBL_BAYER_PHASE_C,
                                TBL_BAYER_PHASE_D};
 
-uint32_t whole(const trv::Format& format) {
-    return trv::format_prefix + static_cast<uint32_t>(format.code);
-}
-
 TRW_Route sized() {
     TRW_Route route{};
     route.size = sizeof route;
@@ -62,10 +58,10 @@ TEST_F(Routes, SayByWhichMethodsConversionsGoStraight) {
         for (const trv::Format& to : trv::formats)
             for (const uint32_t phase : phases) {
                 TRW_Route route = sized();
-                TRW_PlanRoute(whole(from), whole(to), 0, phase, &route);
+                TRW_PlanRoute(whole_code(from), whole_code(to), 0, phase, &route);
                 for (unsigned i = 0; i < 3; ++i)
                     ASSERT_EQ((route.direct >> i & 1) != 0,
-                              converts(whole(from), whole(to), methods[i], phase))
+                              converts(whole_code(from), whole_code(to), methods[i], phase))
                         << from.name << ' ' << to.name << ' ' << i << ' ' << phase;
             }
 }
@@ -75,16 +71,16 @@ TEST_F(Routes, AreConversionsOneAfterTheOtherThatKeepThePicture) {
     for (const trv::Format& from : trv::formats)
         for (const trv::Format& to : trv::formats) {
             TRW_Route route = sized();
-            const uint32_t status = TRW_PlanRoute(whole(from), whole(to), TBL_BAYER_METHOD_AVE,
-                                                  TBL_BAYER_PHASE_B, &route);
+            const uint32_t status = TRW_PlanRoute(whole_code(from), whole_code(to),
+                                                  TBL_BAYER_METHOD_AVE, TBL_BAYER_PHASE_B, &route);
             SCOPED_TRACE(names(route));
             ASSERT_EQ(status != TRV_STATUS_OK, route.why != nullptr);
             if (status != TRV_STATUS_OK) {
                 ASSERT_EQ(route.format[0], 0u);
                 continue;
             }
-            ASSERT_EQ(route.format[0], whole(from));
-            ASSERT_EQ(route.format[route.steps], whole(to));
+            ASSERT_EQ(route.format[0], whole_code(from));
+            ASSERT_EQ(route.format[route.steps], whole_code(to));
             if (route.steps == 0) continue;
             ++count;
             for (unsigned i = 0; i < route.steps; ++i) {

@@ -23,10 +23,6 @@ const trv::Format& target_of(const Packing& packing) {
     std::abort();
 }
 
-uint32_t whole_code(const trv::Format& format) {
-    return trv::format_prefix + static_cast<uint32_t>(format.code);
-}
-
 uint64_t line_bytes(uint32_t packing, uint32_t first, uint32_t width) {
     TRW_PackingInfo info{};
     info.size = sizeof info;

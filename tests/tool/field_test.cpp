@@ -5,7 +5,7 @@
 
 #include "tests/tool/run.h"
 #include "tool/cli/text.h"
-#include "trvil/tbl.h"
+#include "trvil/buffer.hpp"
 #include "trvil/til.h"
 
 namespace trv::test {
@@ -41,16 +41,12 @@ std::string noise(size_t bytes) {
 }
 
 std::string library_frame(std::string field, const Layout& layout, uint32_t method, uint32_t flag) {
-    const uint32_t stride = width * layout.bytes;
-    std::string frame(size_t{stride} * height * 2, '\0');
-    uint64_t from = 0, to = 0;
-    TBS_BufferWrap(&from, width, height, layout.format, field.data(), field.size(), stride, nullptr,
-                   nullptr);
-    TBS_BufferWrap(&to, width, height * 2, layout.format, frame.data(), frame.size(), stride,
-                   nullptr, nullptr);
-    EXPECT_EQ(TIL_FieldToFrame(from, to, method, flag), TRV_STATUS_OK);
-    TBS_BufferRelease(&from);
-    TBS_BufferRelease(&to);
+    std::string frame(field.size() * 2, '\0');
+    using trvil::Buffer;
+    const trvil::Format format{layout.format};
+    const Buffer from = Buffer::wrap(std::span(field), width, height, format);
+    const Buffer to = Buffer::wrap(std::span(frame), width, height * 2, format);
+    EXPECT_EQ(TIL_FieldToFrame(from.handle(), to.handle(), method, flag), TRV_STATUS_OK);
     return frame;
 }
 

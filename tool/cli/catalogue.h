@@ -55,10 +55,6 @@ std::string names_of(const std::vector<const Format*>& formats);
 template <typename Predicate>
 std::vector<std::string> names_where(Predicate holds);
 
-constexpr uint32_t whole_code(const Format& format) {
-    return format_prefix + static_cast<uint32_t>(format.code);
-}
-
 constexpr uint32_t phase_parameter(Phase phase) {
     return TBL_BAYER_PHASE_A + (static_cast<uint32_t>(phase) << 8);
 }

@@ -96,7 +96,7 @@ struct Case {
                                    c.bits,
                                    phase_colours[static_cast<int>(c.kernel.phase)]};
     reference::demosaic(mosaic, method_of(c.kernel), store_of(c.kernel), expected.data(), stride);
-    const test::Wrapped from(source), to(destination);
+    const test::Buffer from = test::wrap(source), to = test::wrap(destination);
     EXPECT_EQ(run(level, c.kernel, from.handle(), to.handle(), c.bits), 0u);
     return test::same_bytes(destination, expected)
            << ": " << name_of(c.kernel) << " level " << level.name << " " << c.width << "x"
@@ -220,11 +220,9 @@ TEST(Bayer, TilConvertReachesEveryKernelWithTheDepthOfTheFormat) {
                                            format.significant,
                                            phase_colours[static_cast<int>(kernel.phase)]};
             reference::demosaic(mosaic, method_of(kernel), store_of(kernel), expected.data(), 40);
-            const test::Wrapped from(source), to(destination);
-            from.set(TBL_PARAMETER_BAYER_METHOD,
-                     (static_cast<uint32_t>(kernel.method) + 1) << 8 | 9);
-            from.set(TBL_PARAMETER_BAYER_PHASE,
-                     (static_cast<uint32_t>(kernel.phase) + 1) << 8 | 10);
+            test::Buffer from = test::wrap(source), to = test::wrap(destination);
+            from.method(trvil::Method{(static_cast<uint32_t>(kernel.method) + 1) << 8 | 9});
+            from.phase(trvil::Phase{(static_cast<uint32_t>(kernel.phase) + 1) << 8 | 10});
             ASSERT_EQ(trv::convert(trv::current_level(), from.handle(), to.handle()), 0u);
             ASSERT_TRUE(test::same_bytes(destination, expected)) << format.name << name_of(kernel);
         }
@@ -274,7 +272,7 @@ TEST(Bayer, PicturesBelowTwoByTwoAreLeftAlone) {
                                       test::Guarded::At::back);
             destination.fill(random);
             const std::vector<uint8_t> before = destination.bytes();
-            const test::Wrapped from(source), to(destination);
+            const test::Buffer from = test::wrap(source), to = test::wrap(destination);
             EXPECT_EQ(run(trv::current_level(), kernel, from.handle(), to.handle(), 12), 0u);
             EXPECT_TRUE(test::same_bytes(destination, before)) << name_of(kernel);
         }

@@ -18,8 +18,7 @@ std::vector<Pair> direct_pairs() {
     std::vector<Pair> pairs;
     for (const Format& from : trv::formats)
         for (const Format& to : trv::formats) {
-            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint8_t>(from.code),
-                                                             static_cast<uint8_t>(to.code));
+            const trv::RouteKind kind = trv::route_kind(from, to);
             if (kind == trv::RouteKind::direct || kind == trv::RouteKind::helper ||
                 kind == trv::RouteKind::copy)
                 pairs.push_back({from, to});
@@ -28,8 +27,7 @@ std::vector<Pair> direct_pairs() {
 }
 
 bool is_copy(const Pair& pair) {
-    return trv::find_route_kind(static_cast<uint8_t>(pair.from.code),
-                                static_cast<uint8_t>(pair.to.code)) == trv::RouteKind::copy;
+    return trv::route_kind(pair.from, pair.to) == trv::RouteKind::copy;
 }
 
 struct Geometry {
@@ -56,25 +54,6 @@ size_t bytes_behind_destination(const Pair& pair, const Geometry& g) {
     return 2 * (reference::written_width(image_of(pair, g, nullptr), pair.to.name) - g.width);
 }
 
-// A handle to a picture whose lines begin inside a packing group: a view of a wider one.
-class Source {
-  public:
-    Source(const test::Picture& p, uint32_t packing_offset) {
-        const uint32_t code = trv::format_prefix + static_cast<uint32_t>(p.format.code);
-        uint64_t whole = 0;
-        EXPECT_EQ(TBS_BufferWrap(&whole, p.width + packing_offset, p.height, code, p.memory.data(),
-                                 p.memory.size() + 64, p.stride, nullptr, nullptr),
-                  0u);
-        EXPECT_EQ(TBS_BufferView(&handle_, whole, packing_offset, 0, p.width, p.height), 0u);
-        TBS_BufferRelease(&whole);
-    }
-    ~Source() { TBS_BufferRelease(&handle_); }
-    uint64_t handle() const { return handle_; }
-
-  private:
-    uint64_t handle_ = 0;
-};
-
 std::string describe(const Pair& pair, const Geometry& g, unsigned level) {
     return std::string(": ") + pair.from.name + " to " + pair.to.name + " level " +
            trv::levels[level].name + " " + std::to_string(g.width) + "x" +
@@ -95,8 +74,10 @@ void compare(const Pair& pair, const Geometry& g, const std::vector<unsigned>& l
     std::vector<uint8_t> expected = background;
     reference::convert(image_of(pair, g, source.memory.data()), pair.to.name, expected.data(),
                        g.destination_stride);
-    const Source from(source, g.packing_offset);
-    const test::Wrapped to(destination);
+    const test::Buffer from =
+        test::wrap(pair.from, g.width, g.height, source.memory.data(), source.memory.size() + 64,
+                   g.source_stride, g.packing_offset);
+    const test::Buffer to = test::wrap(destination);
     const trv::Machine other = test::any_machine(random);
     for (const unsigned level : levels)
         for (const trv::Machine& machine : {trv::machines[0], other}) {
@@ -162,23 +143,17 @@ TEST(Direct, PicturesConvertInPlaceWhereNoPixelGrows) {
             std::vector<uint8_t> expected = before;
             reference::convert(image_of(pair, g, before.data()), pair.to.name, expected.data(),
                                g.source_stride);
-            const test::Picture* as_destination = &picture;
-            uint64_t to = 0;
-            ASSERT_EQ(TBS_BufferWrap(&to, g.width, g.height,
-                                     trv::format_prefix + static_cast<uint32_t>(pair.to.code),
-                                     as_destination->memory.data(), picture.memory.size(),
-                                     g.source_stride, nullptr, nullptr),
-                      0u);
-            const test::Wrapped from(picture);
+            const test::Buffer to = test::wrap(pair.to, g.width, g.height, picture.memory.data(),
+                                               picture.memory.size(), g.source_stride);
+            const test::Buffer from = test::wrap(picture);
             const trv::Machine machine = test::any_machine(random);
             for (const unsigned level : levels) {
                 picture.put(before);
-                ASSERT_EQ(
-                    trv::convert(trv::on_machine(trv::levels[level], machine), from.handle(), to),
-                    0u);
+                ASSERT_EQ(trv::convert(trv::on_machine(trv::levels[level], machine), from.handle(),
+                                       to.handle()),
+                          0u);
                 ASSERT_TRUE(test::same_bytes(picture, expected)) << describe(pair, g, level);
             }
-            TBS_BufferRelease(&to);
         }
     }
 }
@@ -187,13 +162,9 @@ TEST(Direct, EveryYuvTriple) {
     // A line per U: 256 values of V by 256 of Y.
     const uint32_t width = 65536;
     std::vector<uint8_t> source(2 * width), expected(3 * width), got(3 * width);
-    uint64_t from = 0, to = 0;
-    ASSERT_EQ(TBS_BufferWrap(&from, width, 1, TBL_FORMAT(YUV422), source.data(), source.size(), 0,
-                             nullptr, nullptr),
-              0u);
-    ASSERT_EQ(TBS_BufferWrap(&to, width, 1, TBL_FORMAT(BGR24), got.data(), got.size(), 0, nullptr,
-                             nullptr),
-              0u);
+    const test::Buffer from =
+                           test::Buffer::wrap(std::span(source), width, 1, trvil::Format::YUV422),
+                       to = test::Buffer::wrap(std::span(got), width, 1, trvil::Format::BGR24);
     for (unsigned u = 0; u < 256; ++u) {
         for (uint32_t x = 0; x < width; ++x) {
             source[2 * x] = static_cast<uint8_t>(x);
@@ -206,12 +177,10 @@ TEST(Direct, EveryYuvTriple) {
             expected[3 * x + 2] = static_cast<uint8_t>(c.red);
         }
         for (unsigned level = 0; level <= trv::best_level(); ++level) {
-            ASSERT_EQ(trv::convert(trv::levels[level], from, to), 0u);
+            ASSERT_EQ(trv::convert(trv::levels[level], from.handle(), to.handle()), 0u);
             ASSERT_EQ(got, expected) << "U " << u << " level " << trv::levels[level].name;
         }
     }
-    TBS_BufferRelease(&from);
-    TBS_BufferRelease(&to);
 }
 
 TEST(Direct, EveryWordOfEveryDepth) {
@@ -226,7 +195,7 @@ TEST(Direct, EveryWordOfEveryDepth) {
         std::vector<uint8_t> expected = destination.bytes();
         reference::convert(image_of(pair, g, source.memory.data()), pair.to.name, expected.data(),
                            g.destination_stride);
-        const test::Wrapped from(source), to(destination);
+        const test::Buffer from = test::wrap(source), to = test::wrap(destination);
         for (const unsigned level : levels) {
             ASSERT_EQ(trv::convert(trv::levels[level], from.handle(), to.handle()), 0u);
             ASSERT_TRUE(test::same_bytes(destination, expected)) << describe(pair, g, level);
@@ -243,22 +212,18 @@ TEST(Direct, LargePicturesAreTheSameOnEveryMachine) {
                                     {"Mono16", "BGRX32"},
                                     {"BGR48", "BGR24"}};
     for (const auto& [from_name, to_name] : pairs) {
-        const trv::Format *from = nullptr, *to = nullptr;
-        for (const trv::Format& format : trv::formats) {
-            if (format.name == std::string(from_name)) from = &format;
-            if (format.name == std::string(to_name)) to = &format;
-        }
-        test::Picture source(*from, width, height,
-                             static_cast<uint32_t>(trv::line_bytes(*from, width)), 0,
+        const Format &from = test::format_named(from_name), &to = test::format_named(to_name);
+        test::Picture source(from, width, height,
+                             static_cast<uint32_t>(trv::line_bytes(from, width)), 0,
                              test::Guarded::At::back);
-        test::Picture destination(*to, width, height,
-                                  static_cast<uint32_t>(trv::line_bytes(*to, width)), 0,
+        test::Picture destination(to, width, height,
+                                  static_cast<uint32_t>(trv::line_bytes(to, width)), 0,
                                   test::Guarded::At::back);
         Random random(test::seed() + 3);
         source.fill(random);
         destination.fill(random);
         const std::vector<uint8_t> background = destination.bytes();
-        const test::Wrapped in(source), out(destination);
+        const test::Buffer in = test::wrap(source), out = test::wrap(destination);
         std::vector<uint8_t> expected;
         for (const unsigned level : test::machine_levels())
             for (const trv::Machine& machine : trv::machines) {

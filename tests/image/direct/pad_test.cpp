@@ -7,16 +7,6 @@
 
 namespace {
 
-const trv::Format& format_named(const std::string& name) {
-    for (const trv::Format& format : trv::formats)
-        if (name == format.name) return format;
-    std::abort();
-}
-
-uint32_t code_of(const trv::Format& format) {
-    return trv::format_prefix + static_cast<uint32_t>(format.code);
-}
-
 struct Target {
     const trv::Format& format;
     uint32_t width, height;
@@ -28,12 +18,8 @@ struct Target {
                                  uint8_t paint) const {
         const test::Guarded memory(held, test::Guarded::At::back);
         std::memset(memory.data(), paint, held);
-        uint64_t to = 0;
-        EXPECT_EQ(TBS_BufferWrap(&to, width, height, code_of(format), memory.data(), bytes(), 0,
-                                 nullptr, nullptr),
-                  0u);
-        EXPECT_EQ(trv::convert(level, from, to), 0u);
-        TBS_BufferRelease(&to);
+        const test::Buffer to = test::wrap(format, width, height, memory.data(), bytes());
+        EXPECT_EQ(trv::convert(level, from, to.handle()), 0u);
         return {memory.data(), memory.data() + held};
     }
 
@@ -63,18 +49,14 @@ TEST(Pad, OfTheLastPixelIsNeverTouched) {
     int tried = 0;
     for (const auto& [source, destinations] : reference::routes())
         for (const std::string& destination : destinations) {
-            const trv::Format& format = format_named(destination);
+            const trv::Format& format = test::format_named(destination);
             if (format.stored != 32) continue;
             for (const uint32_t width : {2u, 7u, 64u, 131u}) {
-                uint64_t from = 0;
-                ASSERT_EQ(TBS_BufferCreate(&from, width, 3, code_of(format_named(source))), 0u);
-                TBS_BufferParameterSet(from, TBL_PARAMETER_BAYER_METHOD,
-                                       destination == "BGRX32" && random.one_in(2)
-                                           ? TBL_BAYER_METHOD_AVE
-                                           : TBL_BAYER_METHOD_DUP);
-                tried += check({format, width, 3}, from,
+                test::Buffer from = test::create(test::format_named(source), width, 3);
+                from.method(destination == "BGRX32" && random.one_in(2) ? trvil::Method::ave
+                                                                        : trvil::Method::dup);
+                tried += check({format, width, 3}, from.handle(),
                                source + " to " + destination + " " + std::to_string(width));
-                TBS_BufferRelease(&from);
             }
         }
     EXPECT_GT(tried, 100);

@@ -50,9 +50,9 @@ Case any_case(const trv::Format& from, const trv::Format& to, Random& random) {
     const uint32_t width = test::any_width(random), height = random.between(1, 9);
     Case c{};
     c.job.packing_offset = random.below(8);
-    c.job.source = {trv::format_prefix + static_cast<uint32_t>(from.code), nullptr,
+    c.job.source = {trv::whole_code(from), nullptr,
                     test::any_stride(random, trv::line_bytes(from, width + 8)), width, height};
-    c.job.destination = {trv::format_prefix + static_cast<uint32_t>(to.code), nullptr,
+    c.job.destination = {trv::whole_code(to), nullptr,
                          test::any_stride(random, trv::line_bytes(to, width)), width, height};
     if (random.one_in(3)) {  // no padding
         c.job.source.stride = static_cast<uint32_t>(trv::line_bytes(from, width));
@@ -120,8 +120,7 @@ TEST(Range, EveryRouteInParts) {
     const auto levels = test::machine_levels();
     for (const trv::Format& from : trv::formats)
         for (const trv::Format& to : trv::formats) {
-            const trv::RouteKind kind = trv::find_route_kind(static_cast<uint32_t>(from.code),
-                                                             static_cast<uint32_t>(to.code));
+            const trv::RouteKind kind = trv::route_kind(from, to);
             if (kind == trv::RouteKind::none || kind == trv::RouteKind::bayer) continue;
             for (unsigned i = 0; i < test::rounds(6); ++i)
                 for (const unsigned level : levels) {

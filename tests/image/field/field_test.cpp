@@ -13,12 +13,6 @@ using test::Random;
 const char* const interpolated[] = {"Mono8",  "BGR24",  "RGB24",  "XBGR32", "BGRX32",
                                     "XRGB32", "RGBX32", "RGBA32", "YUV422"};
 
-const trv::Format& format_named(const std::string& name) {
-    for (const trv::Format& f : trv::formats)
-        if (name == f.name) return f;
-    std::abort();
-}
-
 struct Case {
     std::string format;
     uint32_t pixels, lines;
@@ -28,7 +22,7 @@ struct Case {
 
 // Bytes of a frame: every line at the stride of the field, the last of them as far as it goes.
 void compare(const Case& c, uint32_t stride, Random& random) {
-    const trv::Format& format = format_named(c.format);
+    const trv::Format& format = test::format_named(c.format);
     test::Picture field(format, c.pixels, c.lines, stride,
                         stride - trv::line_bytes(format, c.pixels), test::any_side(random));
     test::Picture frame(format, c.pixels, 2 * c.lines, stride,
@@ -39,7 +33,7 @@ void compare(const Case& c, uint32_t stride, Random& random) {
     std::vector<uint8_t> expected = background;
     reference::field_to_frame(field.memory.data(), stride, c.lines, c.format, c.method, c.flag != 0,
                               expected.data());
-    const test::Wrapped from(field), to(frame);
+    const test::Buffer from = test::wrap(field), to = test::wrap(frame);
     const trv::Machine machine = test::any_machine(random);
     for (unsigned level = 0; level <= trv::best_level(); ++level) {
         frame.put(background);
@@ -55,7 +49,7 @@ void compare(const Case& c, uint32_t stride, Random& random) {
 
 // Two pixels at least, whole pixels, YUV422 by pairs of bytes; padding is made of whole pixels too.
 void compare_random(const std::string& name, FieldMethod method, Random& random) {
-    const trv::Format& format = format_named(name);
+    const trv::Format& format = test::format_named(name);
     const uint32_t least = name == "YUV422" ? 4 : 2;
     const uint32_t pixels = std::max(least, test::any_width(random));
     const uint32_t padding = random.one_in(2) ? 0 : random.below(40);
@@ -80,7 +74,7 @@ TEST(Field, EveryStrideMeetsEveryTail) {
         for (uint32_t pixels = 4; pixels <= 150; ++pixels)
             for (const FieldMethod method :
                  {FieldMethod::average, FieldMethod::bilinear, FieldMethod::median}) {
-                const uint32_t stride = pixels * format_named(name).stored / 8;
+                const uint32_t stride = pixels * test::format_named(name).stored / 8;
                 compare({name, pixels, 3, method, pixels % 2}, stride, random);
                 ASSERT_FALSE(HasFatalFailure());
             }
@@ -92,7 +86,7 @@ TEST(Field, LineMethodsTakeAnyFormatAndAnyStride) {
         for (unsigned i = 0; i < test::rounds(40); ++i) {
             const uint32_t pixels = random.between(1, 90);
             const uint32_t stride =
-                test::any_stride(random, trv::line_bytes(format_named(name), pixels));
+                test::any_stride(random, trv::line_bytes(test::format_named(name), pixels));
             const auto method = random.one_in(2) ? FieldMethod::average : FieldMethod::duplicate;
             compare({name, pixels, random.between(1, 5), method, random.below(2)}, stride, random);
             ASSERT_FALSE(HasFatalFailure());
