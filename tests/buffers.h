@@ -28,8 +28,8 @@ inline Buffer create(const trv::Format& format, uint32_t width, uint32_t height)
 // Lines that begin `packing_offset` pixels into `memory`: a view of wider ones.
 inline Buffer wrap(const trv::Format& format, uint32_t width, uint32_t height, void* memory,
                    uint64_t size, uint32_t stride = 0, uint32_t packing_offset = 0) {
-    Buffer whole = Buffer::wrap(memory, size, width + packing_offset, height, public_format(format),
-                                stride);
+    Buffer whole =
+        Buffer::wrap(memory, size, width + packing_offset, height, public_format(format), stride);
     return packing_offset == 0 ? std::move(whole) : whole.view(packing_offset, 0, width, height);
 }
 

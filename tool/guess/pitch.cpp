@@ -103,7 +103,8 @@ std::vector<uint32_t> divisors(const Dump& dump, const std::vector<double>& dept
 double deepest_around(const std::vector<double>& depth, uint32_t lag) {
     constexpr uint32_t tolerance = 4;
     double deepest = 0;
-    for (uint32_t i = std::max(lag, tolerance) - tolerance; i <= lag + tolerance && i < depth.size(); ++i)
+    for (uint32_t i = std::max(lag, tolerance) - tolerance;
+         i <= lag + tolerance && i < depth.size(); ++i)
         deepest = std::max(deepest, depth[i]);
     return deepest;
 }
