@@ -47,9 +47,8 @@ struct RuleOf<bayer::edge_means> {
 
 // Short lines are not worth a loop per kind of line: which of red and blue the line has is asked at
 // every pixel.
-template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst>
+template <bayer::Depth D, typename Layout, bayer::SpanRule M, bool GreenFirst>
 [[gnu::noinline]] void make_pairs(const bayer::Lines& line, bool row_is_red) {
-    using Layout = typename LayoutOf<L>::Type;
     using Rule = typename RuleOf<M>::Type;
     using Window = bayer::Window<typename SampleOf<D>::Type>;
     uint8_t* out = line.out + Layout::bytes;
@@ -64,7 +63,7 @@ template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirs
 
 template <bayer::Depth D, bayer::SpanLayout L, bayer::SpanRule M, bool GreenFirst, bool RowIsRed>
 void span(const bayer::Lines& line) {
-    make_pairs<D, L, M, GreenFirst>(line, RowIsRed);
+    make_pairs<D, typename LayoutOf<L>::Type, M, GreenFirst>(line, RowIsRed);
 }
 
 }  // namespace
