@@ -32,6 +32,22 @@ TRV_INLINE U32 permute(U32 v) {
     return as<U32>(shuffle(as<U8>(v), lanes<U8>(order)));
 }
 
+// Signed words, or dwords, of a and b in turn as bytes, or words; what these do not hold as 0 or as
+// the most that they do.
+template <typename I>
+TRV_INLINE auto saturate_in_turn(I a, I b) {
+    static constexpr size_t lane = sizeof(I{}[0]) / 2;
+    static constexpr auto order = [] {
+        Lanes<uint8_t, sizeof(U8)> lanes{};
+        for (size_t i = 0; i < sizeof(U8); ++i)
+            lanes.v[i] =
+                static_cast<uint8_t>(i / lane % 2 * 8 + i % 16 / (2 * lane) * lane + i % lane);
+        return lanes;
+    }();
+    const auto parts = saturate_parts(a, b);
+    return as<decltype(+parts)>(shuffle(as<U8>(parts), lanes<U8>(order)));
+}
+
 // The upper bytes of words, as they are.
 struct UpperByte {
     TRV_INLINE static U16 of(U16 v) { return v >> 8; }

@@ -18,6 +18,7 @@ using U8 = VecOf<uint8_t, 16>;
 using U16 = VecOf<uint16_t, 16>;
 using U32 = VecOf<uint32_t, 16>;
 using I16 = VecOf<int16_t, 16>;
+using I32 = VecOf<int32_t, 16>;
 
 TRV_INLINE __m128i reg(U8 v) {
     return reinterpret_cast<__m128i>(v);
@@ -87,9 +88,26 @@ TRV_INLINE U16 narrow(U32 a, U32 b) {
     return as<U16>(_mm_packus_epi32(reg(a), reg(b)));
 }
 
+// Bytes as words: those of the first half, and those of the second.
+TRV_INLINE U16 widen_low(U8 v) {
+    return as<U16>(_mm_unpacklo_epi8(reg(v), _mm_setzero_si128()));
+}
+TRV_INLINE U16 widen_high(U8 v) {
+    return as<U16>(_mm_unpackhi_epi8(reg(v), _mm_setzero_si128()));
+}
+
 // Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
 TRV_INLINE U8 saturate(I16 a, I16 b) {
     return as<U8>(_mm_packus_epi16(as<__m128i>(a), as<__m128i>(b)));
+}
+
+// The same in each 16-byte part by itself: of the first there, then of the second; and so signed
+// dwords as words.
+TRV_INLINE U8 saturate_parts(I16 a, I16 b) {
+    return as<U8>(_mm_packus_epi16(as<__m128i>(a), as<__m128i>(b)));
+}
+TRV_INLINE U16 saturate_parts(I32 a, I32 b) {
+    return as<U16>(_mm_packus_epi32(as<__m128i>(a), as<__m128i>(b)));
 }
 
 // Upper halves of 32-bit products.

@@ -18,6 +18,7 @@ using U8 = VecOf<uint8_t, 32>;
 using U16 = VecOf<uint16_t, 32>;
 using U32 = VecOf<uint32_t, 32>;
 using I16 = VecOf<int16_t, 32>;
+using I32 = VecOf<int32_t, 32>;
 
 TRV_INLINE __m256i reg(U8 v) {
     return reinterpret_cast<__m256i>(v);
@@ -88,10 +89,27 @@ TRV_INLINE U16 narrow(U32 a, U32 b) {
     return as<U16>(_mm256_permute4x64_epi64(_mm256_packus_epi32(reg(a), reg(b)), 0xD8));
 }
 
+// Bytes as words: those of the first half, and those of the second.
+TRV_INLINE U16 widen_low(U8 v) {
+    return as<U16>(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(reg(v))));
+}
+TRV_INLINE U16 widen_high(U8 v) {
+    return as<U16>(_mm256_cvtepu8_epi16(_mm256_extracti128_si256(reg(v), 1)));
+}
+
 // Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
 TRV_INLINE U8 saturate(I16 a, I16 b) {
     const __m256i halves = _mm256_packus_epi16(as<__m256i>(a), as<__m256i>(b));
     return as<U8>(_mm256_permute4x64_epi64(halves, 0xD8));
+}
+
+// The same in each 16-byte part by itself: of the first there, then of the second; and so signed
+// dwords as words.
+TRV_INLINE U8 saturate_parts(I16 a, I16 b) {
+    return as<U8>(_mm256_packus_epi16(as<__m256i>(a), as<__m256i>(b)));
+}
+TRV_INLINE U16 saturate_parts(I32 a, I32 b) {
+    return as<U16>(_mm256_packus_epi32(as<__m256i>(a), as<__m256i>(b)));
 }
 
 // Upper halves of 32-bit products.

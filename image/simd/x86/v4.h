@@ -18,6 +18,7 @@ using U8 = VecOf<uint8_t, 64>;
 using U16 = VecOf<uint16_t, 64>;
 using U32 = VecOf<uint32_t, 64>;
 using I16 = VecOf<int16_t, 64>;
+using I32 = VecOf<int32_t, 64>;
 
 TRV_INLINE __m512i reg(U8 v) {
     return reinterpret_cast<__m512i>(v);
@@ -169,12 +170,34 @@ TRV_INLINE U16 narrow(U32 a, U32 b) {
     return as<U16>(_mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(even)), reg(b)));
 }
 
+// Bytes as words: those of the first half, and those of the second.
+template <size_t First>
+TRV_INLINE U16 widen_from(U8 v) {
+    static constexpr auto from = order<uint8_t>([](size_t i) { return First + i / 2; });
+    return as<U16>(_mm512_maskz_permutexvar_epi8(0x5555555555555555, reg(lanes<U8>(from)), reg(v)));
+}
+TRV_INLINE U16 widen_low(U8 v) {
+    return widen_from<0>(v);
+}
+TRV_INLINE U16 widen_high(U8 v) {
+    return widen_from<32>(v);
+}
+
 // Two vectors of signed words as bytes, in order, what lies outside 0 to 255 as 0 or 255.
 TRV_INLINE U8 saturate(I16 a, I16 b) {
     static constexpr auto turn = order<uint64_t>([](size_t i) { return i / 4 + i % 4 * 2; });
     const __m512i quarters = _mm512_packus_epi16(as<__m512i>(a), as<__m512i>(b));
     // The unmasked intrinsic draws a false warning of g++ 12.
     return as<U8>(_mm512_maskz_permutexvar_epi64(0xFF, reg(lanes<U8>(turn)), quarters));
+}
+
+// The same in each 16-byte part by itself: of the first there, then of the second; and so signed
+// dwords as words.
+TRV_INLINE U8 saturate_parts(I16 a, I16 b) {
+    return as<U8>(_mm512_packus_epi16(as<__m512i>(a), as<__m512i>(b)));
+}
+TRV_INLINE U16 saturate_parts(I32 a, I32 b) {
+    return as<U16>(_mm512_packus_epi32(as<__m512i>(a), as<__m512i>(b)));
 }
 
 // Upper halves of 32-bit products.

@@ -70,6 +70,22 @@ const char* check_words(const uint8_t* at) {
         return "narrow, dwords";
     if (!is_each(saturate(c, d), [&](size_t i) { return clamped(i < half ? c[i] : d[i - half]); }))
         return "saturate";
+    const U16 wide[] = {widen_low(as<U8>(a)), widen_high(as<U8>(a))};
+    for (size_t i = 0; i < 2 * half; ++i)
+        if (wide[i / half][i % half] != as<U8>(a)[i]) return "widen";
+    return nullptr;
+}
+
+const char* check_saturate_in_turn(const uint8_t* at) {
+    const I16 a = as<I16>(load<U16>(at)), b = as<I16>(load<U16>(at + sizeof(U8)));
+    const I32 c = as<I32>(a) >> 12, d = as<I32>(b) >> 12;
+    const auto clamped = [](int v, int most) { return v < 0 ? 0 : v > most ? most : v; };
+    if (!is_each(saturate_in_turn(a, b),
+                 [&](size_t i) { return clamped(i % 2 == 0 ? a[i / 2] : b[i / 2], 255); }))
+        return "saturate_in_turn, words";
+    if (!is_each(saturate_in_turn(c, d),
+                 [&](size_t i) { return clamped(i % 2 == 0 ? c[i / 2] : d[i / 2], 65535); }))
+        return "saturate_in_turn, dwords";
     return nullptr;
 }
 
@@ -119,8 +135,8 @@ const char* check_stores(const uint8_t* at) {
 const char* wrong_operation(const uint8_t* samples);
 const char* wrong_operation(const uint8_t* samples) {
     using Check = const char* (*)(const uint8_t*);
-    const Check checks[] = {check_samples<U8>, check_samples<U16>, check_words, check_bytes,
-                            check_stores};
+    const Check checks[] = {check_samples<U8>,      check_samples<U16>, check_words,
+                            check_saturate_in_turn, check_bytes,        check_stores};
     for (const Check check : checks)
         if (const char* name = check(samples)) return name;
     return nullptr;
