@@ -6,6 +6,7 @@ const Level levels[level_count] = {
 #define TRV_LEVEL_ROW(level) \
     {#level,                 \
      &level::unpack_rows,    \
+     &level::demosaic_spans, \
      {#level, &level::bayer_spans, &level::direct_rows, nullptr, &machines[0].memory}},
 #include "image/simd/levels.inc"
 };

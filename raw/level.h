@@ -3,6 +3,7 @@
 #pragma once
 
 #include "image/dispatch/level.h"
+#include "raw/demosaic/span.h"
 #include "raw/unpack/row.h"
 
 namespace trv::raw {
@@ -10,6 +11,7 @@ namespace trv::raw {
 struct Level {
     const char* name;
     const Rows* unpack;
+    const DemosaicSpans* demosaic;
     trv::Level image;  // loops of conversions; those of fields are not here
 };
 

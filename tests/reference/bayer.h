@@ -19,6 +19,7 @@ struct Mosaic {
     uint32_t width, height;
     unsigned bits;        // per sample; more than 8 means 16-bit words
     const char* colours;  // four letters: first two pixels of the first, then of the second line
+    bool keeps_depth = false;  // colours are as deep as samples, else 8 bits
 
     uint32_t sample(uint32_t x, uint32_t y) const {
         if (bits == 8) return first_line[y * stride + x];
@@ -37,7 +38,7 @@ struct Pixel {
 // Every result is one truncating shift of a sum of samples.
 class Reducer {
   public:
-    explicit Reducer(const Mosaic& m) : shift_(m.bits - 8) {}
+    explicit Reducer(const Mosaic& m) : shift_(m.keeps_depth ? 0 : m.bits - 8) {}
     uint32_t copy(uint32_t a) const { return a >> shift_; }
     uint32_t mean(uint32_t a, uint32_t b) const { return (a + b) >> (shift_ + 1); }
     uint32_t of_four(Method method, std::array<uint32_t, 4> s) const {
