@@ -68,7 +68,9 @@ TEST(Handles, ReleasedOnesAreRefusedWhileOthersUseTheirSlot) {
 TEST(Handles, AViewKeepsTheMemoryAndNotTheHandle) {
     int gone = 0;
     uint64_t handle = 0, view = 0, inner = 0;
-    const auto count = [](void* context, void*) { ++*static_cast<int*>(context); };
+    const auto count = [](void* context, void* gone_memory) {
+        *static_cast<int*>(context) += gone_memory == memory;
+    };
     ASSERT_EQ(TBS_BufferWrap(&handle, 8, 8, TBL_FORMAT(Mono8), memory, 64, 0, count, &gone), 0u);
     ASSERT_EQ(TBS_BufferView(&view, handle, 0, 0, 4, 4), 0u);
     ASSERT_EQ(TBS_BufferView(&inner, view, 0, 0, 2, 2), 0u);

@@ -73,33 +73,6 @@ TEST(BufferClass, MisuseIsRefusedAndTakesNothingFromOthers) {
     EXPECT_TRUE(next.width() == 4 && gone == 1);
 }
 
-TEST(BufferClass, DescribesWhatItWraps) {
-    std::vector<uint16_t> memory(10 * 4);
-    Buffer buffer = Buffer::wrap(std::span(memory), 6, 4, Format::BAY12_B, 20);
-    EXPECT_EQ(buffer.width(), 6u);
-    EXPECT_EQ(buffer.height(), 4u);
-    EXPECT_EQ(buffer.stride(), 20u);
-    EXPECT_EQ(buffer.format(), Format::BAY12_B);
-    EXPECT_EQ(buffer.phase(), trvil::Phase::grbg);
-    EXPECT_EQ(buffer.method(), trvil::Method::ave);
-    buffer.method(trvil::Method::dup);
-    buffer.phase(trvil::Phase::bggr);
-    EXPECT_EQ(buffer.method(), trvil::Method::dup);
-    EXPECT_EQ(buffer.phase(), trvil::Phase::bggr);
-    EXPECT_EQ(buffer.memory(3), reinterpret_cast<std::byte*>(&memory[30]));
-}
-
-TEST(BufferClass, ConvertsAsTheLibraryDoes) {
-    std::vector<uint16_t> memory(32 * 16);
-    for (size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<uint16_t>(i * 37 % 1024);
-    const Buffer mosaic = Buffer::wrap(std::span(memory), 32, 16, Format::BAY10_A);
-    const Buffer picture = trvil::convert(mosaic, Format::BGR24);
-    Buffer direct = Buffer::create(32, 16, Format::BGR24);
-    ASSERT_EQ(TIL_BAYn_to_BGR24_ave_A(mosaic.handle(), direct.handle(), 10), TRV_STATUS_OK);
-    for (uint32_t y = 0; y < 16; ++y)
-        EXPECT_EQ(std::memcmp(picture.memory(y), direct.memory(y), 32 * 3), 0) << y;
-}
-
 TEST(BufferClass, CopiesIntoARectangleAndNoFurther) {
     for (const Format format : {Format::Mono8, Format::Mono16, Format::BGRX32, Format::BGR24}) {
         Buffer whole = Buffer::create(8, 4, format), source = Buffer::create(8, 4, format);

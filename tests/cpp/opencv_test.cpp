@@ -50,13 +50,6 @@ TEST(OpenCv, AMatrixKeepsTheBufferAlive) {
     EXPECT_TRUE(gone);
 }
 
-TEST(OpenCv, ThereAndBackIsTheSameMemory) {
-    const Buffer buffer = Buffer::create(5, 3, Format::RGBA64);
-    const Buffer back = trvil::wrap(trvil::matrix(buffer), Format::RGBA64);
-    EXPECT_EQ(back.memory(2), buffer.memory(2));
-    EXPECT_EQ(back.stride(), buffer.stride());
-}
-
 TEST(OpenCv, TypesAreThoseOfTheFormats) {
     EXPECT_EQ(trvil::matrix_type(Format::Mono8), CV_8UC1);
     EXPECT_EQ(trvil::matrix_type(Format::Mono32), CV_32SC1);

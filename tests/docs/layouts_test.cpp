@@ -82,23 +82,4 @@ TEST(Layouts, TheHighestBitFirstIsWhereTheDrawingSays) {
     }
 }
 
-// Narrowing keeps the top 8 bits of every sample.
-TEST(Layouts, DeepSamplesNarrowFromWhereTheDrawingsSay) {
-    const char* const pairs[][2] = {
-        {"RGB48", "RGB24"},      {"RGB48_10", "RGB24"},   {"RGB48_12", "RGB24"},
-        {"RGB48_14", "RGB24"},   {"BGR48_10", "RGB24"},   {"BGR48_14", "RGB24"},
-        {"BGR48", "BGR24"},      {"BGR48_12", "BGR24"},   {"RGBA64_10", "RGBA32"},
-        {"RGBA64_12", "RGBA32"}, {"RGBA64_14", "RGBA32"}, {"RGBA64", "RGBA32"}};
-    for (const auto& [deep, bytes] : pairs) {
-        const Format &from = format_named(deep), &to = format_named(bytes);
-        for (unsigned bit = 0; bit < 8 * page::group_bytes(from); ++bit) {
-            const page::Bit set = page::bit_of(from, bit);
-            if (set.owner == '0') continue;
-            EXPECT_EQ(convert(from, to, bit),
-                      expected(to, set.owner, static_cast<int>(set.index) - (from.significant - 8)))
-                << deep << " bit " << bit;
-        }
-    }
-}
-
 }  // namespace

@@ -10,8 +10,6 @@ using geometry::Places;
 using test::Random;
 
 const char* const phase_colours[] = {"RGGB", "GRBG", "GBRG", "BGGR"};
-constexpr trv::Code output_codes[] = {trv::Code::RGB16, trv::Code::BGR16, trv::Code::BGR24,
-                                      trv::Code::BGRX32, trv::Code::RGBX32};
 const char* const method_names[] = {"dup", "ave", "med"};
 
 struct Geometry {
@@ -23,9 +21,7 @@ struct Geometry {
     const trv::Format& from() const {
         return trv::format_of(deep() ? trv::Code::BAY16 : trv::Code::BAY8);
     }
-    const trv::Format& to() const {
-        return trv::format_of(output_codes[static_cast<int>(kernel.output)]);
-    }
+    const trv::Format& to() const { return format_of(kernel.output); }
     // Means and medians of an odd width use the sample behind the line; nearest never does.
     size_t source_bytes() const {
         const bool one_more = kernel.method != Method::dup && width % 2 == 1;

@@ -85,30 +85,6 @@ def test_no_route_leaves_the_arrays(width):
             np.testing.assert_array_equal(out, trvil.convert(pixels, a, b, width=width, **options))
 
 
-def interior_mean(mosaic, red, bits):
-    """Means of the neighbours that have the colour, away from the edges; red is at (y, x) of a cell."""
-    m = mosaic.astype(np.int64)
-    colour = np.ones(m.shape, int)
-    colour[red[0]::2, red[1]::2], colour[1 - red[0]::2, 1 - red[1]::2] = 2, 0
-    result = np.zeros(m.shape + (3,), np.int64)
-    for y in range(1, m.shape[0] - 1):
-        for x in range(1, m.shape[1] - 1):
-            for channel in range(3):
-                near = [(0, 0)] if colour[y, x] == channel else [
-                    (dy, dx) for dy in (-1, 0, 1) for dx in (-1, 0, 1) if colour[y + dy, x + dx] == channel]
-                samples = [m[y + dy, x + dx] for dy, dx in near]
-                result[y, x, channel] = sum(samples) // len(samples) >> bits - 8
-    return result[1:-1, 1:-1]
-
-
-@pytest.mark.parametrize("phase,red", [("RGGB", (0, 0)), ("GRBG", (0, 1)), ("c", (1, 0)), ("D", (1, 1))])
-@pytest.mark.parametrize("bits", [8, 12])
-def test_means_are_those_of_the_neighbours(phase, red, bits):
-    mosaic = rng.integers(0, 1 << bits, (9, 13)).astype(np.uint8 if bits == 8 else np.uint16)
-    picture = trvil.demosaic(mosaic, phase, bits=bits)
-    np.testing.assert_array_equal(picture[1:-1, 1:-1], interior_mean(mosaic, red, bits))
-
-
 @pytest.mark.skipif("TRVIL_TOOL" not in os.environ, reason="no tool beside the module")
 @pytest.mark.parametrize("source,to,width,options", [
     ("BAY10", "BGR24", 33, {"phase": "GBRG", "method": "med"}), ("BAY8_B", "BGRX32", 16, {}),

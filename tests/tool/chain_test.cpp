@@ -92,58 +92,7 @@ TEST_F(Chain, KeepsTheNextLineOutOfTheLastColumn) {
     }
 }
 
-TEST(Routes, AreListed) {
-    const Folder folder;
-    const std::string all = folder.trvil("routes").out;
-    // Six formats have a copy, which is not listed.
-    const auto count = [&](char letter) { return std::count(all.begin(), all.end(), letter); };
-    EXPECT_EQ(count(',') + count('\n'), 333 - 6);
-    EXPECT_NE(folder.trvil("routes bay8 bgr16").out.find("direct (RGGB by dup)"),
-              std::string::npos);
-    EXPECT_NE(folder.trvil("routes Mono12P").out.find("Mono12P > Mono12 > RGB24"),
-              std::string::npos);
-    EXPECT_NE(folder.trvil("routes RGB30 RGB48").out.find("but takes green"), std::string::npos);
-    EXPECT_EQ(folder.trvil("routes RGB15 BGR24").exit, 3);
-    EXPECT_EQ(folder.trvil("routes RGB51").exit, 2);
-}
-
-class Names : public Chain {
-  protected:
-    // Formats are told apart by what becomes of noise.
-    std::string meaning(const std::string& name) {
-        return convert("-f " + name + " -t BGRX32", "a.raw");
-    }
-};
-
-TEST_F(Names, MeanWhatTheirSystemMeans) {
-    const std::pair<const char*, const char*> names[] = {
-        {"BayerGR8", "BAY8_B"}, {"pfnc:RGB16", "RGB48"}, {"pfnc:0x010C0059", "BAY12P_A"}};
-    for (const auto& [name, ours] : names) EXPECT_EQ(meaning(name), meaning(ours)) << name;
-    EXPECT_NE(meaning("BayerRG8"), meaning("BayerBG8"));
-}
-
-TEST_F(Names, AreRefusedWhereTheyWouldMislead) {
-    const std::vector<std::pair<std::string, std::string>> refusals = {
-        {"-f BAY8 --phase BayerBG", "opencv:BayerBG is RGGB"},
-        {"-f pGaa", "v4l2:pgAA is BAY10_B from RAW10"},
-        {"-f Mono8 -t Mono12Packed", "use Mono12"},
-        {"-f Mono8 -t 12Packed", "use Mono12 or BAY12"},
-        {"-f 12Pakced", "12Packed"},
-        {"-f Mono12Packed --phase A", "not a mosaic"},
-        {"-f UYVY --phase A", "not a mosaic"},
-        {"-f RAW12 -m med", "--phase"},
-        {"-f RAW12 --wb grey", "--phase"},
-        {"-f pfnc:0x01080002", "sign"},
-        {"-f RGB10p32", "12 of green"},
-        {"-f vl42:RG10", "the prefixes are"},
-        {"-f opencv:RGGB", "unknown format"}};
-    for (const auto& [words, expected] : refusals) {
-        const Result result =
-            folder.trvil("convert" + std::string(size) + words + " a.raw -o b.png");
-        EXPECT_EQ(result.exit, 2) << words;
-        EXPECT_NE(result.err.find(expected), std::string::npos) << words << "\n" << result.err;
-    }
-}
+using Names = Chain;
 
 // One light pixel and one dark one, of 0xABC and 0x123.
 TEST_F(Names, OfPackedPixelsUnpackThem) {

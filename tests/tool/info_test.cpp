@@ -5,6 +5,7 @@
 
 #include "tests/tool/run.h"
 #include "tool/cli/text.h"
+#include "trvil/raw.h"
 
 namespace trv::test {
 namespace {
@@ -129,23 +130,10 @@ TEST_F(Info, IsJsonThatOtherProgramsRead) {
             folder.shell("trvil " + command + " --json | /usr/bin/python3 -m json.tool >/dev/null");
         EXPECT_EQ(result.exit, 0) << command << result.err;
     }
-    EXPECT_EQ(ask("formats").size(), 74u);
+    const Json formats = ask("formats");
+    EXPECT_EQ(formats["formats"].size(), 74u);
+    EXPECT_EQ(formats["packings"].size(), TRW_PACKING_END - 1u);
     EXPECT_EQ(ask("routes BAY8 BGR24")[0]["methods_by_phase"]["RGGB"], (Json{"dup", "ave", "med"}));
-}
-
-TEST_F(Info, OfSpeedHoldsTogether) {
-    const Json bench = ask("bench -s 640x480 -f BayerRG12p -t BGR24 --rounds 3 --threads 2");
-    EXPECT_EQ(bench["path"], (Json{"BAY12P_A", "BAY12_A", "BGR24"}));
-    EXPECT_NEAR(bench["ratio_to_copy"].get<double>(),
-                bench["seconds"].get<double>() / bench["copy_seconds"].get<double>(), 1e-6);
-    EXPECT_NEAR(bench["megapixels_per_second"].get<double>() * bench["seconds"].get<double>(),
-                2 * 640 * 480 * 1e-6, 1e-6);
-}
-
-TEST_F(Info, OnTopicsAndCommands) {
-    EXPECT_NE(folder.trvil("help").out.find("exit-codes"), std::string::npos);
-    EXPECT_NE(folder.trvil("help phases").out.find("B GRBG"), std::string::npos);
-    EXPECT_NE(folder.trvil("help guess").out.find("--top"), std::string::npos);
 }
 
 }  // namespace

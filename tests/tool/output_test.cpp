@@ -71,12 +71,6 @@ TEST_F(Output, NamedAfterItsInput) {
     EXPECT_NE(same.err.find("two inputs"), std::string::npos) << same.err;
 }
 
-TEST_F(Output, OfTheOthersComesWhenOneInputFails) {
-    const Result result = folder.trvil(convert + "gone.raw a.raw -o '{name}.png'");
-    EXPECT_EQ(result.exit, 4);
-    EXPECT_EQ(folder.names(), (Names{"a.raw", "a.png"}));
-}
-
 TEST_F(Output, OnAFullDiskLeavesWhatWasThere) {
     for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
         SCOPED_TRACE(kind);
@@ -109,26 +103,6 @@ TEST_F(Output, OfAClosedOrFullStdoutIsAnError) {
     ASSERT_EQ(folder.trvil(convert + "a.raw -o a.tif").exit, 0);
     ASSERT_EQ(folder.trvil("sample -s 400x300 -f BAY8 -o b.raw <&- >&- 2>&-").exit, 0);
     EXPECT_EQ(folder.read("b.raw"), folder.read("a.raw"));
-}
-
-TEST(Formats, AreAllListed) {
-    const Folder folder;
-    const Result result = folder.trvil("formats");
-    // Each of both lists has a heading.
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 75 + 1 + TRW_PACKING_END);
-    EXPECT_NE(result.out.find("\nBAY12_D    0xC0022633      16     12  mosaic  BGGR   BGR24\n"),
-              std::string::npos)
-        << result.out;
-    EXPECT_NE(result.out.find("\n10ipu3    10     25 in 32         Mono10 or BAY10\n"),
-              std::string::npos)
-        << result.out;
-}
-
-TEST(Help, ShowsExamplesAndVersion) {
-    const Folder folder;
-    EXPECT_NE(folder.trvil("--help").out.find("trvil convert -s 1920x1080 -f BAY10"),
-              std::string::npos);
-    EXPECT_EQ(folder.trvil("--version").out, "trvil " TRVIL_VERSION "\n");
 }
 
 }  // namespace

@@ -145,13 +145,6 @@ TEST(Picture, OfGreyKeepsItsDepth) {
     EXPECT_EQ(tiff.substr(tiff.size() - 6), "\x02\x01\x04\x03\xC6\x05");
 }
 
-TEST(Picture, OfDeepGreyIsBroughtToEightBits) {
-    const Folder folder;
-    folder.write("a.raw", {"\x00\x08\xFF\x0F", 4});
-    expect_done(folder.trvil("convert -s 2x1 -f Mono12 a.raw -o a.png"));
-    EXPECT_EQ(folder.read_png("a.png").samples, (std::vector<uint16_t>{0x80, 0xFF}));
-}
-
 // The pad byte of 4-byte pixels and the order of their colours are not the picture's.
 TEST(Picture, OfColourDumpsNeedsNoConversion) {
     const Folder folder;

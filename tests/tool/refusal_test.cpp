@@ -58,7 +58,11 @@ TEST_F(Refused, Usage) {
          {"convert -s 64x48 -f BAY8 a.raw -t RGB16 -o a.png", 2, {"cannot hold RGB16", "BGR24"}},
          {"convert -s 64x48 -f BAY8 a.raw a.raw -o a.png", 2, {"{name}"}},
          {"convert -s 64x48 -f Mono8 a.raw -o ./a.raw --force", 2, {"is an input"}},
+         {"convert -s 64x48 -f BAY8 --phase BayerBG a.raw -o a.png", 2, {"opencv:BayerBG is RGGB"}},
+         {"convert -s 64x48 -f Mono8 -t Mono12Packed a.raw -o a.png", 2, {"use Mono12"}},
+         {"convert -s 64x48 -f RGB10p32 a.raw -o a.png", 2, {"12 of green"}},
          {"sample -s 64x48 -f Mono8 -o b.raw", 2, {"BAY8", "BAY16"}},
+         {"routes RGB51", 2, {"unknown format"}},
          {"sample -s 64x48 -f BAY8 --tint 2,1,1 -o b.raw", 2, {"overflow"}}});
 }
 
@@ -68,6 +72,7 @@ TEST_F(Refused, NoWayBetweenFormats) {
                   3,
                   {"no way from BAY8 to Mono8", "RGB16", "BGR24", "-t"}},
                  {"convert -s 64x48 -f BAY8 a.raw -o a.pgm", 3, {".png"}},
+                 {"routes RGB15 BGR24", 3, {"no way"}},
                  // Only one method and phase of this layout exists.
                  {"convert -s 64x48 -f BAY8 --phase B -m dup -t BGR16 --via never a.raw -o b.raw",
                   3,

@@ -15,34 +15,9 @@ reference::Method method_of(const Kernel& k) {
     return static_cast<reference::Method>(k.method);
 }
 
+static_assert(static_cast<int>(Output::RGBX32) == static_cast<int>(reference::Store::rgbx32));
 reference::Store store_of(const Kernel& k) {
-    switch (k.output) {
-        case Output::RGB16:
-            return reference::Store::rgb16;
-        case Output::BGR16:
-            return reference::Store::bgr16;
-        case Output::BGR24:
-            return reference::Store::bgr24;
-        case Output::BGRX32:
-            return reference::Store::bgrx32;
-        default:
-            return reference::Store::rgbx32;
-    }
-}
-
-const trv::Format& output_format(const Kernel& k) {
-    switch (k.output) {
-        case Output::RGB16:
-            return trv::format_of(trv::Code::RGB16);
-        case Output::BGR16:
-            return trv::format_of(trv::Code::BGR16);
-        case Output::BGR24:
-            return trv::format_of(trv::Code::BGR24);
-        case Output::BGRX32:
-            return trv::format_of(trv::Code::BGRX32);
-        default:
-            return trv::format_of(trv::Code::RGBX32);
-    }
+    return static_cast<reference::Store>(k.output);
 }
 
 const trv::Format& input_format(const Kernel& k) {
@@ -56,11 +31,10 @@ size_t bytes_beyond_line(const Kernel& k, uint32_t width) {
 }
 
 std::string name_of(const Kernel& k) {
-    const char* outputs[] = {"RGB16", "BGR16", "BGR24", "BGRX32", "RGBX32"};
     const char* methods[] = {"dup", "ave", "med"};
     return std::string(k.input == Input::BAY8 ? "BAY8" : "BAYn") + " to " +
-           outputs[static_cast<int>(k.output)] + " " + methods[static_cast<int>(method_of(k))] +
-           " " + "ABCD"[static_cast<int>(k.phase)];
+           format_of(k.output).name + " " + methods[static_cast<int>(method_of(k))] + " " +
+           "ABCD"[static_cast<int>(k.phase)];
 }
 
 // Random samples, some of them with bits above the depth, now and then all at one extreme.
@@ -84,7 +58,7 @@ struct Case {
 
 ::testing::AssertionResult check(const trv::Level& level, const Case& c,
                                  const test::Picture& source, Random& random) {
-    const trv::Format& format = output_format(c.kernel);
+    const trv::Format& format = format_of(c.kernel.output);
     const uint32_t stride = test::any_stride(random, trv::line_bytes(format, c.width)) + c.line_gap;
     test::Picture destination(format, c.width, c.height, stride, 0, test::any_side(random));
     destination.fill(random);
@@ -210,7 +184,8 @@ TEST(Bayer, TilConvertReachesEveryKernelWithTheDepthOfTheFormat) {
             if ((kernel.input == Input::BAY8) != (format.significant == 8)) continue;
             test::Picture source(format, 9, 5, 20, 2, test::Guarded::At::back);
             fill_samples(source, format.significant, random);
-            test::Picture destination(output_format(kernel), 9, 5, 40, 0, test::Guarded::At::back);
+            test::Picture destination(format_of(kernel.output), 9, 5, 40, 0,
+                                      test::Guarded::At::back);
             destination.fill(random);
             std::vector<uint8_t> expected = destination.bytes();
             const reference::Mosaic mosaic{source.memory.data(),
@@ -268,7 +243,7 @@ TEST(Bayer, PicturesBelowTwoByTwoAreLeftAlone) {
         for (const Kernel& kernel : kernels) {
             test::Picture source(input_format(kernel), width, height, 64, 0,
                                  test::Guarded::At::back);
-            test::Picture destination(output_format(kernel), width, height, 64, 0,
+            test::Picture destination(format_of(kernel.output), width, height, 64, 0,
                                       test::Guarded::At::back);
             destination.fill(random);
             const std::vector<uint8_t> before = destination.bytes();

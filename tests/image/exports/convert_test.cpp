@@ -87,18 +87,6 @@ TEST_F(Entry, AcceptsTheKnownPairsAndNothingElse) {
     EXPECT_EQ(pairs, 333u);
 }
 
-TEST_F(Entry, PackedSourcesAreMeasuredByThePackedSize) {
-    // 8 x 4 pixels of 10 bits, 320 bits, need 20 bytes for words and 10 for dwords to pass.
-    fake().set_picture(destination_handle, TBL_FORMAT(Mono10), destination_, 8, 4, 5);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(Mono10), 5), 0u);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(Mono10), 19, 1), 8u);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(BGRX32), 10, 1), 0u);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono10P), TBL_FORMAT(BGRX32), 9, 1), 8u);
-    // Mono12MP is measured by what is written.
-    EXPECT_EQ(convert(TBL_FORMAT(Mono12MP), TBL_FORMAT(RGB16), 16), 0u);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono12MP), TBL_FORMAT(RGB16), 15), 8u);
-}
-
 TEST_F(Entry, HelpersMeasureByTheirOwnLooseRules) {
     struct {
         uint32_t from, to, bytes;  // the least that passes for 32 pixels
@@ -153,21 +141,6 @@ TEST_F(Entry, OnlyTheLowByteOfAFormatRoutes) {
     EXPECT_FALSE(untouched());
     EXPECT_EQ(convert(0xC0022600, TBL_FORMAT(BGR24), 64), 10u);  // not zero, but no low byte
     EXPECT_EQ(convert(TBL_FORMAT(BGR24), 0xC00226FF, 64), 10u);
-}
-
-TEST_F(Entry, MeasuresTheDestinationByBytes) {
-    EXPECT_EQ(convert(TBL_FORMAT(BAY8), TBL_FORMAT(BGRX32), 32), 0u);
-    EXPECT_EQ(convert(TBL_FORMAT(BAY12), TBL_FORMAT(RGB16), 16), 0u);
-    std::memset(destination_, 0xEE, sizeof destination_);
-    EXPECT_EQ(convert(TBL_FORMAT(BAY8), TBL_FORMAT(BGRX32), 31), 8u);
-    EXPECT_EQ(convert(TBL_FORMAT(BAY8), TBL_FORMAT(BGRX32), 127, 1), 8u);
-    EXPECT_EQ(convert(TBL_FORMAT(BGRX32), TBL_FORMAT(BGRX32), 31), 8u);
-    EXPECT_EQ(convert(TBL_FORMAT(Mono16), TBL_FORMAT(Mono16), 15), 8u);
-    // The product is 64 bits wide: this one would wrap to 0.
-    fake().set_picture(source_handle, TBL_FORMAT(BAY8), source_, 0x10000, 0x10000, 64);
-    fake().set(destination_handle, 7, TBL_FORMAT(BGRX32));
-    EXPECT_EQ(TIL_Convert(source_handle, destination_handle), 8u);
-    EXPECT_TRUE(untouched());
 }
 
 struct SizeCase {

@@ -68,18 +68,6 @@ TEST(Field, EveryMethodEqualsTheReferenceOverRandomGeometries) {
             }
 }
 
-TEST(Field, EveryStrideMeetsEveryTail) {
-    Random random(test::seed() + 1);
-    for (const char* name : interpolated)
-        for (uint32_t pixels = 4; pixels <= 150; ++pixels)
-            for (const FieldMethod method :
-                 {FieldMethod::average, FieldMethod::bilinear, FieldMethod::median}) {
-                const uint32_t stride = pixels * test::format_named(name).stored / 8;
-                compare({name, pixels, 3, method, pixels % 2}, stride, random);
-                ASSERT_FALSE(HasFatalFailure());
-            }
-}
-
 TEST(Field, LineMethodsTakeAnyFormatAndAnyStride) {
     Random random(test::seed() + 2);
     for (const char* name : {"Mono16", "RGB48", "Mono10P", "BAY8"})
