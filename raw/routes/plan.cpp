@@ -5,10 +5,6 @@
 namespace trv::raw {
 namespace {
 
-constexpr uint32_t number(const Format& format) {
-    return static_cast<uint32_t>(format.code);
-}
-
 consteval Demosaics kernels_between(const Format& from, const Format& to) {
     Demosaics demosaics = 0;
     for (const bayer::Kernel& kernel : bayer::kernels)
