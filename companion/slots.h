@@ -89,7 +89,7 @@ struct Read {
 inline Read read_value(uint64_t handle, Value value) {
     Slot* slot = find_slot(handle);
     if (slot == nullptr) return {};
-    // Acquire keeps the second look at the handle behind the read.
+    // Acquire keeps the second look at the handle after the read.
     const uint64_t read = slot->at(value).load(std::memory_order_acquire);
     if (slot->handle.load(std::memory_order_relaxed) != handle) return {};
     return {true, read};

@@ -21,7 +21,7 @@ inline const geometry::Arena& destination_arena() {
     return arena;
 }
 
-// Against the guard page in front or behind.
+// Against the guard page in front or after.
 inline uint8_t* place(const geometry::Arena& arena, size_t size, bool at_back) {
     require(size <= arena.room(), "the arena is large enough");
     return at_back ? arena.at_back(size) : arena.at_front();

@@ -59,7 +59,7 @@ size_t reach(const Answers& from, const Answers& to) {
                      size_t{from.stride} * from.height});
 }
 
-// What a rule may read: its lines, a rest of a group, the sample or pixel behind the last line.
+// What a rule may read: its lines, a rest of a group, the sample or pixel after the last line.
 size_t source_extent(const Answers& from, const Answers& to) {
     return std::max(size_t{from.stride} * from.height, size_t{to.stride} * to.height) + 64;
 }

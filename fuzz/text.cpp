@@ -95,7 +95,7 @@ void cut(Input& in) {
         fuzz::require(remaining == model.remaining, "the count falls as stated");
         if (!expected) return;
         fuzz::require(*expected == token, "the token is the stated one");
-        fuzz::require(cursor == start + model.cursor, "the cursor stands behind it");
+        fuzz::require(cursor == start + model.cursor, "the cursor stands after it");
         if (remaining == 0) return;  // 0 on entry is endless, which is the caller's affair
     }
 }

@@ -50,7 +50,7 @@ inline unsigned rounds(unsigned usual) {
     return usual * static_cast<unsigned>(number_from_environment("TRVIL_ROUNDS", 1));
 }
 
-// `size` bytes with an inaccessible page right in front of them or right behind them.
+// `size` bytes with an inaccessible page right in front of them or right after them.
 class Guarded {
   public:
     enum class At { front, back };
@@ -78,7 +78,7 @@ class Guarded {
 };
 
 // A picture's memory: exactly the bytes of its lines, plus `beyond` bytes that a rule may reach
-// behind the last line. The padding between lines is painted like everything else.
+// after the last line. The padding between lines is painted like everything else.
 struct Picture {
     Picture(const trv::Format& f, uint32_t w, uint32_t h, uint32_t line_stride, size_t beyond,
             Guarded::At at)

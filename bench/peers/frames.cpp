@@ -6,7 +6,7 @@
 namespace peers {
 namespace {
 
-// What lies behind a picture and may be read or written by candidates that overrun.
+// What lies after a picture and may be read or written by candidates that overrun.
 constexpr size_t slack = 256;
 
 bool has_words(const trv::Format& format) {

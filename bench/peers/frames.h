@@ -11,7 +11,7 @@ enum class Content { noise, smooth };
 // Fills a picture with samples of no more than the format's significant bits.
 void fill(Content content, const trv::Format& format, Size size, uint8_t* memory);
 
-// Source and result in one piece of memory, one behind the other.
+// Source and result in one piece of memory, one after the other.
 class Frame {
   public:
     // `capacity` is the bytes that the largest result of all candidates takes.

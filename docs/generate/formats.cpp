@@ -52,15 +52,15 @@ const char* const knowledge = R"(
 - **Values are truncated when they shrink**: the word shifted right by its significant bits less 8.
   What lies above the significant bits is cut off afterwards, not clamped.
 - **Four different 12-bit packings exist in the world**: little-endian bit streams, big-endian bit
-  streams, and two that keep the low nibbles apart in a byte of their own, behind or between the high
+  streams, and two that keep the low nibbles apart in a byte of their own, after or between the high
   bytes. Two are read here: Mono12P and BAY12P (least significant bits first) and Mono12MP (most
   significant first). A picture read by the wrong one shows vertical stripes.
 - **Mono12P to a 4-byte layout takes the low 8 bits** of each pixel, so the picture is noise. Go by way
   of Mono12. Mono10P and Mono14P take the top 8.
 - **The pad byte** of 4-byte pixels keeps what was there when the source has three channels, takes the
   alpha of RGBA, takes the grey value from grey, and is copied from BGRX32 to BGRX32.
-- **Unpacking writes whole groups**: up to three words (10 and 14 bits) or one (12 bits) behind a width
-  that is no multiple of the group. Leave room behind the last line; `TBS_BufferCreate` does. It does
+- **Unpacking writes whole groups**: up to three words (10 and 14 bits) or one (12 bits) after a width
+  that is no multiple of the group. Leave room after the last line; `TBS_BufferCreate` does. It does
   not look at the packing offset; only the 4-byte routes do.
 - **Size checks count bytes, not lines**: stride times height of the destination against the bytes of
   the picture. A destination of fewer and longer lines passes, and is overrun.
@@ -76,8 +76,8 @@ const char* const knowledge = R"(
 - **BGR48 and BGR48_12 to 15- and 16-bit words** keep one channel and a flag, not a picture
   ([the formulas](#formulas)). Go by way of BGR24.
 - **RGB30 has 10 bits of blue, 12 of green and 10 of red.** To RGB48 it takes green and blue from the
-  next pixel, so the last pixel reads the word behind its line.
-- **Mosaics of odd width** read one sample behind each line, where `ave` and `med` make them.
+  next pixel, so the last pixel reads the word after its line.
+- **Mosaics of odd width** read one sample after each line, where `ave` and `med` make them.
 - **Copies**: Mono8, Mono16 (equal strides and heights) and BGRX32 (equal strides) go as one block,
   padding included; the two grey ones without a size check.
 - **In place** works wherever address and stride are the same, no pixel grows and the source is no mosaic.

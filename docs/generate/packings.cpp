@@ -139,7 +139,7 @@ int main(void) {
   outright, such as `TBL_FORMAT(BAY12_B)`. Method and phase come from the settings, then from the source.
 - **The same bytes.** They do not depend on the number of threads, and are those of `TRW_Unpack` and `TIL_Convert`
   one after the other, with a picture between them whose lines have no padding. Of odd widths, mean and median look at
-  one sample behind a line: the first one of the next line, and 0 behind the last.
+  one sample after a line: the first one of the next line, and 0 after the last.
 - **Without a packing** (0) it is `TIL_Convert` on several threads.
 - **Small pictures** are made by the calling thread alone, and so are those where the order of lines counts: in place,
   or with lines that overlap.

@@ -91,7 +91,7 @@ struct ThirtyToBgr48 {
 };
 
 // Deliberate: green and blue come from the following pixel, so the last pixel of a line reads the
-// word behind the line.
+// word after the line.
 struct ThirtyToRgb48 {
     static void pixel(const uint8_t* line, size_t x, uint8_t* out, const Line&) {
         const uint32_t w = load32(line + 4 * x), next = load32(line + 4 * x + 4);

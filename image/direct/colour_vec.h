@@ -148,7 +148,7 @@ struct Kernel<ThirtyExchanged> : PixelBlocks<vector_bytes / 4, 4> {
     TRV_INLINE static void write(uint8_t* out, U32 v) { store(out, v); }
 };
 
-// Fields of 10 bits as words; `Behind` source bytes belong to the pixel behind the block.
+// Fields of 10 bits as words; `Behind` source bytes belong to the pixel after the block.
 template <typename F, int Behind>
 struct ThirtyFields : PixelBlocks<vector_bytes / 2, 4> {
     struct Block {

@@ -109,7 +109,7 @@ struct UnpackBlocks {
 };
 
 // 14 bits do not fit a 16-bit window at every place. The first byte of a sample gives its low bits,
-// the window of the two bytes behind it the rest.
+// the window of the two bytes after it the rest.
 struct Field14 {
     template <int First, int Room>
     TRV_INLINE static U16 get(const uint8_t* source, const Line& job) {

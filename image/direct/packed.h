@@ -40,7 +40,7 @@ struct Packed12Msb {
 };
 
 // Samples into 16-bit words. Deliberate: the packing offset is not looked at, and whole groups are
-// written, so up to three words land behind a width that is no multiple of the group.
+// written, so up to three words land after a width that is no multiple of the group.
 template <int Bits, int Group>
 struct Unpacked {
     static constexpr int group = Group;

@@ -44,7 +44,7 @@ constexpr bool keeps_bytes<Kind<M>> = [] {
         return false;
 }();
 
-// Blocks of a line, one behind the other.
+// Blocks of a line, one after the other.
 struct Blocks {
     const uint8_t* from;
     uint8_t* to;

@@ -10,7 +10,7 @@ inline uint8_t clamp(int value) {
     return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
 
-// V of a pixel. The last pixel of an odd width has half a group: its own V lies behind the line, so
+// V of a pixel. The last pixel of an odd width has half a group: its own V lies after the line, so
 // it takes the V of the group before, or none (128).
 inline int v_of(const uint8_t* line, size_t x, const Line& job) {
     const size_t group = x / 2 * 4;

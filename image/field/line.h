@@ -17,7 +17,7 @@ enum Neighbour : uint8_t {
 };
 
 // `count` bytes from the lines above and below. The pointers are those of the first byte made; the
-// neighbours in front of it and behind the last are read too. For yuv the first byte is an even
+// neighbours in front of it and after the last are read too. For yuv the first byte is an even
 // one. `fetch_ahead`: the lower line, which was not read before, and the one made.
 using Row = void (*)(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count,
                      bool fetch_ahead);

@@ -60,7 +60,7 @@ size_t make_line(const Between& line, Row row, Neighbour n) {
 //           a   m ... m    a    -   -   -
 //
 //   13 pixels, 52 bytes were made: the next field line is read from byte 52 of this one instead of
-//   byte 64, and the next frame line is written right behind the 52 bytes.
+//   byte 64, and the next frame line is written right after the 52 bytes.
 //
 // Programs rely on the frames that this gives; it is not to be repaired.
 inline size_t make_short_median_line(const Between& line, Row row) {

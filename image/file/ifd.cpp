@@ -57,7 +57,7 @@ struct Places {
     bool reached = true;  // so far; by every seek
 };
 
-// Puts `position` into the place kept for it and goes on `further` bytes behind that position.
+// Puts `position` into the place kept for it and goes on `further` bytes after that position.
 void fill_offset(FILE* file, Place place, long position, long further, Places* places) {
     if (fseek(file, place, SEEK_SET) != 0) places->reached = false;
     put32(file, static_cast<uint32_t>(position));

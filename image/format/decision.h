@@ -65,7 +65,7 @@ constexpr bool is_block(const Job& job, const Decision& decision) {
 }
 
 // From line to line of the destination of a copy that is no block. Deliberate: a line of bytes ends
-// the source's width behind its start and then goes on by the destination's padding, so lines shear
+// the source's width after its start and then goes on by the destination's padding, so lines shear
 // when the two widths differ.
 constexpr uint64_t copy_step(const Job& job, const Decision& decision) {
     if (decision.source->stored != 8) return job.destination.stride;

@@ -109,7 +109,7 @@ class Buffer {
     void swap(Buffer& other) noexcept { std::swap(handle_, other.handle_); }
     explicit operator bool() const noexcept { return handle_ != 0; }
 
-    /* A black picture in memory of its own, with lines at multiples of 64 bytes and room behind the
+    /* A black picture in memory of its own, with lines at multiples of 64 bytes and room after the
        last one. Throws for a side of zero, an unknown format, no memory. */
     static Buffer create(uint32_t width, uint32_t height, Format format) {
         Buffer made;
@@ -126,7 +126,7 @@ class Buffer {
        "context" and "memory" once the last owner is gone. Throws for memory that is null or cannot
        hold the picture, and for an unknown format; "release" is not called then.
 
-       Note: mean and median demosaicing of mosaics of odd width read one sample behind the last
+       Note: mean and median demosaicing of mosaics of odd width read one sample after the last
        line, and unpacking writes whole groups of pixels; let the memory reach that far. */
     static Buffer wrap(void* memory, uint64_t size, uint32_t width, uint32_t height, Format format,
                        uint32_t stride = 0, void (*release)(void*, void*) = nullptr,

@@ -76,7 +76,7 @@ TRV_API uint32_t OBL_strncpy(char* destination, uint64_t size, const char* sourc
      TRV_STATUS_MEMORY     no memory; "*ppOut" is null
      TRV_STATUS_SYSTEM     the copy failed; "*ppOut" is null
 
-   Note: "source" is read up to its terminator, so it needs one behind "limit" characters too. */
+   Note: "source" is read up to its terminator, so it needs one after "limit" characters too. */
 TRV_API uint32_t OBL_strnclone(char** ppOut, uint64_t limit, const char* source);
 
 /* Returns the length of "text", or "limit" if no terminator stands in its first "limit" bytes. */

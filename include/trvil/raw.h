@@ -137,8 +137,8 @@ TRV_EXTERN_C_BEGIN
 
    The bytes of the destination are the same on any number of threads, and those of the calls one
    after the other. The picture between these is one whose lines have no padding. With an odd
-   width, mean and median look at one sample behind a line: that is the first one of the next line,
-   and behind the last line 0.
+   width, mean and median look at one sample after a line: that is the first one of the next line,
+   and after the last line 0.
 
    "settings" may be null for none; "settings->size" says how much of the record the caller knows.
    "pool" may be null: the calling thread works alone then, as it does on small pictures and where
@@ -149,7 +149,7 @@ TRV_EXTERN_C_BEGIN
      TRV_STATUS_PARAMETER      what TIL_Convert or TRW_Unpack answers with it, lines whose unpacked
                                samples take 4 GiB or more, or "settings->size" is below 8
      TRV_STATUS_UNSUPPORTED    no such packing, its samples are not what the settings say, they do
-                               not become the destination's format, or the settings go on behind
+                               not become the destination's format, or the settings go on after
                                the record with something that is not 0
      TRV_STATUS_BAYER_SETTING  no kernel for method and phase
      TRV_STATUS_MEMORY         no memory for the lines between; nothing is written
@@ -276,7 +276,7 @@ TRV_API uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint
 
    "text" receives the explanation, cut to "size" bytes and always terminated; null or a size of 0
    takes no text. TRW_EXPLAIN_BYTES hold every explanation whole. It is ASCII, lines without a
-   newline behind the last:
+   newline after the last:
 
      status 8: the destination is too small
      why: 640 x 480 pixels of BGR24 need 921600 bytes, and 480 lines of 1280 bytes are 614400

@@ -35,20 +35,20 @@ TRV_EXTERN_C_BEGIN
                   one block: the source's height times the stride, padding included, that of the
                   last line too. Other Mono8 copies begin lines the destination's stride plus the
                   source's width less the destination's width apart.
-     unpacking    Packed samples to 16-bit words are read and written in whole groups. Behind a
+     unpacking    Packed samples to 16-bit words are read and written in whole groups. After a
                   width that is no multiple of 4 (10 and 14 bits) up to three words more are
-                  written, from up to 3 (10 bits) or 5 (14 bits) bytes more; behind an odd width
+                  written, from up to 3 (10 bits) or 5 (14 bits) bytes more; after an odd width
                   (12 bits) one word, from one byte.
      packed       Packed samples to 4-byte pixels are read from the pixel of the packing offset on,
                   so they end as many pixels later. Unpacking does not look at the offset.
-     RGB30        To RGB48, the 4 bytes behind each line are read.
-     mosaics      With an odd width, ave and med read one sample behind each line.
+     RGB30        To RGB48, the 4 bytes after each line are read.
+     mosaics      With an odd width, ave and med read one sample after each line.
      odd strides  Count as one less for 16-bit mosaics, for RGB16 and BGR16 made of a mosaic, and
                   for the sources of routes that have a size rule of their own (docs/formats.md).
      pad bytes    Of 4-byte pixels from three-channel sources the fourth byte (XBGR32, XRGB32: the
                   first) keeps its value; it may be stored back as it was found.
 
-   What lies behind each line is touched behind the last one too: it must be memory of the caller,
+   What lies after each line is touched after the last one too: it must be memory of the caller,
    as it is in buffers of TBS_BufferCreate. TRW_Explain says what of this concerns two buffers.
 
    Raw mosaics are demosaiced by the method and phase that the source's parameters 9 and 10 say; the
@@ -213,8 +213,8 @@ TRV_API uint32_t TIL_fput_ui32i(FILE* stream, uint32_t value);
      TRV_STATUS_OK         the destination holds the picture
      TRV_STATUS_PARAMETER  missing source or destination handle, or bits is 8; nothing is written
 
-   Notes: with an odd width, ave and med kernels read one sample behind every line (of the last line
-   too) and use it in the last pixel's means; dup kernels read nothing behind a line. From samples
+   Notes: with an odd width, ave and med kernels read one sample after every line (of the last line
+   too) and use it in the last pixel's means; dup kernels read nothing after a line. From samples
    with bits above "bits", the blue field of RGB16 is not masked and spills into green. */
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_A(uint64_t source, uint64_t destination);
 TRV_API uint32_t TIL_BAY8_to_RGB16_dup_B(uint64_t source, uint64_t destination);

@@ -112,7 +112,7 @@ class Conversion {
     bool allocate_strips() {
         const uint64_t line = d_.job.source.stride;
         strip_lines_ = smaller(cut_.strip_bytes / line + 1, band_lines_);
-        // The neighbours of its first and its last line, and the sample behind that.
+        // The neighbours of its first and its last line, and the sample after that.
         const uint64_t bytes = (uint64_t{strip_lines_} + 2) * line + pixel_bytes;
         seat_bytes_ = (bytes + cache_line - 1) / cache_line * cache_line;
         memory_ = static_cast<uint8_t*>(aligned_alloc(cache_line, seat_bytes_ * seats_));
@@ -175,8 +175,8 @@ class Conversion {
         unpack_lines(level_, *d_.packing, job, lines);
     }
 
-    // With an odd width a conversion may look at the sample behind a line: the first one of the
-    // next line, and behind the picture, zero.
+    // With an odd width a conversion may look at the sample after a line: the first one of the
+    // next line, and after the picture, zero.
     void unpack_behind(const Strip& strip) const {
         if (strip.lines.last == height_) {
             memset(strip.line(height_), 0, pixel_bytes);

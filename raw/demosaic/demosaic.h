@@ -20,7 +20,7 @@ constexpr uint32_t neighbour_lines(DemosaicMethod method) {
     return method == DemosaicMethod::gradient ? 2 : 1;
 }
 
-// Whether a pixel may be made of the sample behind its line: the last one of an odd width.
+// Whether a pixel may be made of the sample after its line: the last one of an odd width.
 constexpr bool looks_behind_odd_lines(DemosaicMethod method) {
     return method == DemosaicMethod::ave || method == DemosaicMethod::med;
 }

@@ -1,4 +1,4 @@
-// Which bytes a conversion touches, padding and what lies behind a line included.
+// Which bytes a conversion touches, padding and what lies after a line included.
 #pragma once
 
 #include "image/format/decision.h"

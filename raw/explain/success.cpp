@@ -97,7 +97,7 @@ void odd_strides(const Case& c) {
 
 void say_reach(const char* done, const char* able, uint64_t bytes, Writer* out) {
     out->add("each line is %s to %" PRIu64
-             " byte%s behind its end, and behind the last one memory "
+             " byte%s after its end, and after the last one memory "
              "must be %s too, as it is in buffers of TBS_BufferCreate",
              done, bytes, bytes == 1 ? "" : "s", able);
 }
@@ -107,7 +107,7 @@ void behind_lines(const Case& c) {
     if (looks_behind_odd_lines(c.job, c.decision)) {
         c.warn();
         c.out->add(
-            "the width is odd, so %s takes the sample behind every line into its last "
+            "the width is odd, so %s takes the sample after every line into its last "
             "pixel; put one of the same colour there, such as that two pixels before it",
             method_names[c.decision.kernel.method]);
     }
@@ -151,7 +151,7 @@ void blocks(const Case& c) {
     c.note();
     c.out->add(
         "strides are the same, so the picture is copied as one block, bytes between lines "
-        "and behind the last one included");
+        "and after the last one included");
 }
 
 void letter(const Case& c) {

@@ -27,9 +27,9 @@ class Arena {
     uint8_t* end() const { return first_ + room_; }
     size_t room() const { return room_; }
 
-    // Right behind the guard page in front.
+    // Right after the guard page in front.
     uint8_t* at_front() const { return first_; }
-    // Right in front of the guard page behind.
+    // Right in front of the guard page after.
     uint8_t* at_back(size_t size) const { return end() - size; }
     // At an address that is `offset` more than a multiple of 64, as far back as there is room.
     uint8_t* at_offset(size_t size, size_t offset) const {

@@ -22,7 +22,7 @@ struct Geometry {
         return trv::format_of(deep() ? trv::Code::BAY16 : trv::Code::BAY8);
     }
     const trv::Format& to() const { return format_of(kernel.output); }
-    // Means and medians of an odd width use the sample behind the line; nearest never does.
+    // Means and medians of an odd width use the sample after the line; nearest never does.
     size_t source_bytes() const {
         const bool one_more = kernel.method != Method::dup && width % 2 == 1;
         const size_t step = deep() ? source_stride & ~1u : source_stride;

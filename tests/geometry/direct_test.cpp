@@ -57,7 +57,7 @@ Pool make_pool(const Route& route, geometry::Pattern pattern, Random& random) {
     return pool;
 }
 
-// Pixels whose source bytes all lie in their own piece, whatever is behind it.
+// Pixels whose source bytes all lie in their own piece, whatever is after it.
 uint32_t pooled_pixels(const Route& route, const Shape& s) {
     const bool looks_ahead = route.from.group > 1 || route.from.code == trv::Code::RGB30;
     const uint32_t sure = looks_ahead ? s.width - std::min(s.width, 4u) : s.width;

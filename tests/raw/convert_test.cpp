@@ -143,7 +143,7 @@ class Pictures {
     Case c_;
     Guarded source_;
     test::Picture destination_;
-    std::vector<uint16_t> between_;  // with a 0 behind the last line
+    std::vector<uint16_t> between_;  // with a 0 after the last line
     std::vector<uint8_t> background_, expected_;
 };
 

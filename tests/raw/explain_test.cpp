@@ -95,7 +95,7 @@ TEST_F(Explain, TellsWhatIsReadAndWrittenBeyondThePictures) {
 
 constexpr uint32_t lines = 4, gap = 16;
 
-// Bytes behind each line of the source of which the last one that matters is the result.
+// Bytes after each line of the source of which the last one that matters is the result.
 size_t Explain::read_beyond(size_t line, size_t stride) {
     const auto before = convert_over(0x5A, 0);
     size_t beyond = 0;

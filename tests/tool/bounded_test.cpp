@@ -67,7 +67,7 @@ TEST_F(Bounded, EndlessInputs) {
     }
     expect("trvil guess /dev/zero", 4, "does not end");
     expect("trvil guess holes.raw", 1, "all of its bytes are equal");
-    // A sender that stays silent behind the picture does not hold the picture up.
+    // A sender that stays silent after the picture does not hold the picture up.
     expect(
         "mkfifo pipe; (head -c 307200 /dev/zero; exec sleep 30) >pipe & trvil convert "
         "-s 640x480 -f BAY8 pipe -o b.png; code=$?; kill $!; exit $code",

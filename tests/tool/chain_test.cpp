@@ -76,7 +76,7 @@ TEST_F(Chain, MayBeForbidden) {
     EXPECT_EQ(low[0], folder.read("a.raw")[0]);
 }
 
-// With an odd width the demosaic looks at a sample behind each line, where a dump has the next
+// With an odd width the demosaic looks at a sample after each line, where a dump has the next
 // line.
 TEST_F(Chain, KeepsTheNextLineOutOfTheLastColumn) {
     std::string mosaic;

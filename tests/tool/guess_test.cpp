@@ -175,7 +175,7 @@ TEST_F(Guess, FindsTheRealSensorDump) {
 }
 
 TEST_F(Guess, SaysWhatToTryAndThatWorks) {
-    // Swapped bytes behind a header of odd length: the hardest commands.
+    // Swapped bytes after a header of odd length: the hardest commands.
     folder.write("d e.raw", std::string(99, 'h') + pack(grey(12), width, 16, true));
     const Result result = folder.trvil("guess --json --top 1 'd e.raw'");
     ASSERT_EQ(result.exit, 0) << result.err;

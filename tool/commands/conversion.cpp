@@ -98,7 +98,7 @@ void note_packed_levels(const Conversion& c, const Frame& bytes, const std::stri
 
 constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many
 
-// Lines with room for so many bytes behind them.
+// Lines with room for so many bytes after them.
 Geometry roomy(const Format& format, const Geometry& like, uint64_t room) {
     constexpr uint64_t step = 64;
     Geometry g = tight(format, like.width, like.height);
@@ -106,7 +106,7 @@ Geometry roomy(const Format& format, const Geometry& like, uint64_t room) {
     return g;
 }
 
-// A demosaic of odd width looks at one sample behind each line. What lies there in a dump is the
+// A demosaic of odd width looks at one sample after each line. What lies there in a dump is the
 // next line; the picture wants a sample of that colour, and the nearest one is two back.
 Frame with_sample_behind(const Frame& mosaic) {
     const Geometry& g = mosaic.geometry();
@@ -142,7 +142,7 @@ bool demosaics(const Format& from, const Format& to) {
 }
 
 // Whether unpacking and the first step of the path are one call. The picture between them is needed
-// to tune it, and where a demosaic is to look at another sample behind each line.
+// to tune it, and where a demosaic is to look at another sample after each line.
 bool unpacks_in_passing(const Conversion& c) {
     if (c.source.packing == 0 || c.path.size() < 2) return false;
     if (c.tuning.needed() && tuned_step(c) == 0) return false;

@@ -49,7 +49,7 @@ class Worker {
         return tight(*task.path[step], task.size.width, task.size.height);
     }
 
-    // Unpacking writes whole groups, so lines of what it makes have room behind them.
+    // Unpacking writes whole groups, so lines of what it makes have room after them.
     static Geometry roomy_of(const Task& task, size_t step) {
         Geometry g = tight_of(task, step);
         if (step > 0 && is_packed(*task.path[step - 1]) && task.size.width % 4 != 0) g.stride += 8;

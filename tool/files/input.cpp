@@ -18,7 +18,7 @@ namespace trv::tool {
 namespace {
 
 Failure too_short(const Input& input, const Geometry& g, uint64_t available, uint64_t skip) {
-    const std::string behind = skip == 0 ? "" : text(" behind the first ", skip);
+    const std::string behind = skip == 0 ? "" : text(" after the first ", skip);
     return {Exit::input,
             text(input.name(), " is too short for ", g.width, "x", g.height, " ", g.name()),
             text("needs ", g.bytes(), " bytes (lines of ", g.stride, "), has ", available, behind),
@@ -34,7 +34,7 @@ Failure endless(const Input& input, uint64_t longest) {
 void note_surplus(Input* input, const Geometry& geometry, uint64_t skip) {
     if (const auto rest = input->remaining()) {
         if (*rest != 0)
-            note(text(input->name(), ": ", *rest, " bytes behind the picture are ignored (",
+            note(text(input->name(), ": ", *rest, " bytes after the picture are ignored (",
                       advice_for_surplus(geometry, *rest, skip), ")"));
         return;
     }

@@ -48,7 +48,7 @@ class Input {
 };
 
 // Reads the picture that begins `skip` bytes into the input, a packed one as its bytes (bytes_of).
-// Bytes behind it are left unread and, with a note, ignored. Throws Failure when the input is
+// Bytes after it are left unread and, with a note, ignored. Throws Failure when the input is
 // missing, unreadable or too short.
 Frame read_bytes(const std::string& path, const Geometry& geometry, uint64_t skip);
 

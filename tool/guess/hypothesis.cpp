@@ -11,7 +11,7 @@ constexpr size_t most_kept = 12;
 constexpr uint64_t few_lines =
     8;  // beyond it a pitch must be better to explain what is several of it
 
-// Where whole groups of samples may begin: with the dump, or behind a header of any length.
+// Where whole groups of samples may begin: with the dump, or after a header of any length.
 std::vector<uint64_t> starts(const Dump& dump, uint64_t pitch, const Packing& packing) {
     std::vector<uint64_t> result = {dump.length % pitch};
     for (uint64_t start = 0; start < packing.group_bytes; ++start)

@@ -141,7 +141,7 @@ Lines count_lines(const Dump& dump, const Hypothesis& h, uint64_t skip, uint64_t
     const uint64_t width = (h.packing->samples_in(line_bytes) + (pixel == 4 ? 3 : 0)) / pixel;
     const uint64_t used = height == 0 ? 0 : (height - 1) * h.pitch + line_bytes;
     uint64_t trailing = left - used;
-    // Padding behind the last line is no surplus.
+    // Padding after the last line is no surplus.
     if (trailing == h.pitch - line_bytes) trailing = 0;
     return {skip, width, height, h.pitch - line_bytes, trailing, seen};
 }

@@ -27,7 +27,7 @@ inline constexpr Packing packings[] = {
     {14, false, 7, "packed 14-bit samples"},
 };
 
-// Bytes behind the last sample that sample_at may read.
+// Bytes after the last sample that sample_at may read.
 inline constexpr size_t read_ahead = 3;
 
 inline uint32_t sample_at(const Packing& packing, const uint8_t* line, uint64_t index) {
@@ -40,7 +40,7 @@ inline uint32_t sample_at(const Packing& packing, const uint8_t* line, uint64_t 
     return (a | b << 8 | c << 16) >> shift & mask;
 }
 
-// What is looked at: the beginning of an input, with read_ahead zeros behind it.
+// What is looked at: the beginning of an input, with read_ahead zeros after it.
 struct Dump {
     std::string name;
     std::vector<uint8_t> bytes;

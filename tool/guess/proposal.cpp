@@ -55,7 +55,7 @@ std::string lines_reason(const Hypothesis& h, const Lines& lines) {
     std::vector<std::string> words = {text("lines of ", h.pitch, " bytes")};
     if (lines.padding != 0) words.push_back(text(lines.padding, " of them padding"));
     if (lines.skip != 0) words.push_back(text(lines.skip, " bytes before the first"));
-    if (lines.trailing != 0) words.push_back(text(lines.trailing, " behind the last"));
+    if (lines.trailing != 0) words.push_back(text(lines.trailing, " after the last"));
     if (lines.skip + lines.padding + lines.trailing == 0)
         words.push_back(text(lines.height, " of them are the whole dump"));
     return list(words);

@@ -73,7 +73,7 @@ double along(const Bands& bands, size_t lag, size_t first = 0, size_t step = 1) 
     return count == 0 ? 0 : sum / static_cast<double>(count);
 }
 
-// A period shows where the sample that far on is more alike than those before and behind it, or
+// A period shows where the sample that far on is more alike than those before and after it, or
 // where the steps within a pixel differ from those between pixels.
 bool has_period(const Bands& bands, size_t period) {
     const double here = along(bands, period);

@@ -12,7 +12,7 @@
 namespace trv::tool {
 namespace {
 
-constexpr size_t slack = 64;  // readable and writable bytes behind the last line
+constexpr size_t slack = 64;  // readable and writable bytes after the last line
 
 uint64_t memory_of_machine() {
     return static_cast<uint64_t>(sysconf(_SC_PHYS_PAGES)) *

@@ -20,7 +20,7 @@ struct Geometry {
 
     uint64_t line() const;
     std::string name() const;  // of the pixels
-    // The last line needs no padding behind it.
+    // The last line needs no padding after it.
     uint64_t bytes() const { return uint64_t{stride} * (height - 1) + line(); }
 };
 
@@ -29,7 +29,7 @@ Geometry tight(const Format& format, uint32_t width, uint32_t height);
 
 class Frame {
   public:
-    // Zeroed memory of its own. A little of it lies behind the last line, because some conversions
+    // Zeroed memory of its own. A little of it lies after the last line, because some conversions
     // read past the end of a line.
     explicit Frame(const Geometry& geometry);
 

@@ -72,7 +72,7 @@ std::vector<Place> places_of(const Format& format, std::optional<Phase> phase) {
     }
 }
 
-// At most 32 bits from any bit on; a frame has room to read behind its last line.
+// At most 32 bits from any bit on; a frame has room to read after its last line.
 uint32_t read_bits(const uint8_t* line, uint64_t bit, uint32_t bits, bool high_first) {
     uint64_t word = 0;
     std::memcpy(&word, line + bit / 8, sizeof word);

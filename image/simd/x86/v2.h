@@ -66,7 +66,7 @@ TRV_INLINE U8 shuffle(U8 v, U8 order) {
     return as<U8>(_mm_shuffle_epi8(reg(v), reg(order)));
 }
 
-// Samples in the middle of two vectors that begin one sample before and one behind them at `at`.
+// Samples in the middle of two vectors that begin one sample before and one after them at `at`.
 template <typename V>
 TRV_INLINE V between(V, V, const uint8_t* at) {
     return keep_in_register(load<V>(at));

@@ -82,7 +82,7 @@ TRV_INLINE U8 shuffle(U8 v, U8 order) {
     return as<U8>(_mm512_shuffle_epi8(reg(v), reg(order)));
 }
 
-// Samples in the middle of two vectors that begin one sample before and one behind them: taken from
+// Samples in the middle of two vectors that begin one sample before and one after them: taken from
 // both by a double shift, which is cheaper here than one more load across cache lines.
 TRV_INLINE U8 between(U8 left, U8 right, const uint8_t* = nullptr) {
     return as<U8>(_mm512_shrdi_epi16(reg(left), reg(right), 8));

@@ -24,7 +24,7 @@ const trv::Format& input_format(const Kernel& k) {
     return trv::format_of(k.input == Input::BAY8 ? trv::Code::BAY8 : trv::Code::BAY16);
 }
 
-// Means and medians of an odd width use the sample behind the line; nearest never does.
+// Means and medians of an odd width use the sample after the line; nearest never does.
 size_t bytes_beyond_line(const Kernel& k, uint32_t width) {
     if (k.method == Method::dup || width % 2 == 0) return 0;
     return k.input == Input::BAY8 ? 1 : 2;
@@ -134,7 +134,7 @@ void faulty(const Lines& line) {
 }
 
 // In how many of 20 geometries the fault shows. The last line is odd, so that no planted byte lies
-// behind the picture, where it would end the test.
+// after the picture, where it would end the test.
 template <Fault F>
 int times_found(Output output) {
     Spans spans = *trv::levels[0].bayer;

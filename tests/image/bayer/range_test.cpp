@@ -25,7 +25,7 @@ Case any_case(const Kernel& kernel, Random& random) {
     image.width = test::any_width(random);
     image.height = random.between(2, 9);
     image.bits = deep ? random.between(9, 16) : 8;
-    // Means and medians of an odd width use the sample behind the line.
+    // Means and medians of an odd width use the sample after the line.
     const uint32_t beyond = kernel.method != Method::dup ? image.width % 2 : 0;
     c.source_line = size_t{image.width + beyond} * sample;
     c.destination_line = size_t{image.width} * pixel - (pixel == 4);

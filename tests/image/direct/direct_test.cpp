@@ -39,8 +39,8 @@ reference::Image image_of(const Pair& pair, const Geometry& g, const uint8_t* me
     return {pair.from.name, memory, g.source_stride, g.width, g.height, g.packing_offset};
 }
 
-// Bytes that the rule needs behind the last line of the source: the rest of a packed group, the
-// samples that the packing offset pushes out, the pixel behind an RGB30 line.
+// Bytes that the rule needs after the last line of the source: the rest of a packed group, the
+// samples that the packing offset pushes out, the pixel after an RGB30 line.
 size_t bytes_behind_source(const Pair& pair, const Geometry& g) {
     const std::string from = pair.from.name, to = pair.to.name;
     if (from == "RGB30" && to == "RGB48") return 4;

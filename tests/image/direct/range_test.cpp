@@ -34,7 +34,7 @@ Bytes source_bytes(const Case& c, trv::LineRange lines) {
             c.from.step * (lines.last - 1) + c.from.line + c.from.behind};
 }
 
-// Without the last pad byte. What unpacking writes behind a width ends with the padding, unless the
+// Without the last pad byte. What unpacking writes after a width ends with the padding, unless the
 // picture does.
 Bytes destination_bytes(const Case& c, trv::LineRange lines) {
     const size_t stride = c.job.destination.stride;

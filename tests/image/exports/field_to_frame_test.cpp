@@ -124,7 +124,7 @@ TEST_F(FieldEntry, TheMedianOfFourBytePixelsDrifts) {
     for (size_t i = 0; i < 3 * 64; ++i) source_[i] = static_cast<uint8_t>(i);
     EXPECT_EQ(run(TIL_FIELD_MEDIAN, 1), 0u);
     EXPECT_EQ(frame_[63], 63);
-    // A line of 52 bytes, then the field's "line 1" as read from byte 52, right behind it.
+    // A line of 52 bytes, then the field's "line 1" as read from byte 52, right after it.
     EXPECT_EQ(frame_[64 + 52], 52);
     EXPECT_EQ(frame_[64 + 52 + 63], 52 + 63);
     // Then the second such line, then "line 2" from byte 104, twice.
