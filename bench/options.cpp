@@ -79,10 +79,14 @@ Options parse_against_copy(const char* about, int argc, char** argv) {
     add_common(&app, &options);
     add_level(&app, &options);
     parse(&app, argc, argv);
+    say_conditions(options);
+    return options;
+}
+
+void say_conditions(const Options& options) {
     std::printf("# level %s on %s, %ux%u %s, time over a memory copy of the same bytes\n",
                 trv::levels[options.level].name, options.machine->name, options.size.width,
                 options.size.height, options.rules.cold ? "cold" : "warm");
-    return options;
 }
 
 }  // namespace bench

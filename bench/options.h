@@ -29,6 +29,9 @@ void add_level(CLI::App* app, Options* options);
 // Reads the command line. Ends the program after --help, by 0, and where the line is wrong, by 2.
 void parse(CLI::App* app, int argc, char** argv);
 
+// Prints level, machine, frame size and whether caches are warm.
+void say_conditions(const Options& options);
+
 // The common options and the level, for a program that prints times against a memory copy's.
 Options parse_against_copy(const char* about, int argc, char** argv);
 

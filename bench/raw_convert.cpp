@@ -111,24 +111,28 @@ class Pictures {
     trvil::Buffer source_, between_, destination_;
 };
 
-struct Pools {
+struct Means {
     TRW_Pool *one = nullptr, *two = nullptr;
+    trv::raw::Cut cut = trv::raw::usual_cut;
 };
 
 // Medians by the clock on the wall: the calling thread's own time says nothing of its helpers.
-std::vector<double> race(const std::vector<std::function<void()>>& candidates, unsigned rounds) {
+std::vector<double> compare(const std::vector<std::function<void()>>& candidates,
+                            const trv::timing::Rules& rules) {
     std::vector<std::vector<double>> times(candidates.size());
     for (const auto& run : candidates) run();
-    for (unsigned round = 0; round < rounds; ++round)
-        for (size_t i = 0; i < candidates.size(); ++i)
+    for (unsigned round = 0; round < rules.rounds; ++round)
+        for (size_t i = 0; i < candidates.size(); ++i) {
+            if (!rules.cold) candidates[i]();  // brings its pictures into the caches
             times[i].push_back(trv::timing::seconds(candidates[i]));
+        }
     std::vector<double> medians;
     for (auto& list : times) medians.push_back(trv::timing::median(list));
     return medians;
 }
 
 // Every call takes the next pictures: when cold, there are more than the caches hold.
-void measure(const Task& task, const Options& options, const Pools& pools) {
+void measure(const Task& task, const Options& options, const Means& means) {
     trv::raw::Level level = trv::raw::levels[options.level];
     level.image = trv::on_machine(level.image, *options.machine);
     std::vector<Pictures> ring;
@@ -139,13 +143,13 @@ void measure(const Task& task, const Options& options, const Pools& pools) {
     const auto next = [&]() -> const Pictures& { return ring[turn++ % ring.size()]; };
     const auto convert = [&](TRW_Pool* pool) {
         const Pictures& p = next();
-        trv::raw::convert(level, p.source(), task.packing, p.destination(), {}, pool);
+        trv::raw::convert(level, p.source(), task.packing, p.destination(), {}, pool, means.cut);
     };
     std::vector<std::function<void()>> candidates{
-        [&] { next().copy(pools.one); },
-        [&] { next().copy(pools.two); },
-        [&] { convert(pools.one); },
-        [&] { convert(pools.two); },
+        [&] { next().copy(means.one); },
+        [&] { next().copy(means.two); },
+        [&] { convert(means.one); },
+        [&] { convert(means.two); },
     };
     if (task.packing != 0)
         candidates.emplace_back([&] {
@@ -153,7 +157,7 @@ void measure(const Task& task, const Options& options, const Pools& pools) {
             trv::raw::unpack(level, p.source(), task.packing, p.between());
             trv::convert(options.table(), p.between(), p.destination());
         });
-    const std::vector<double> times = race(candidates, options.rules.rounds);
+    const std::vector<double> times = compare(candidates, options.rules);
     const double copies = times[0] / times[1], gain = times[2] / times[3];
     std::printf("%-24s %5.2f x copy, two threads %5.2f times (copies %5.2f: %4.2f of that)",
                 name_of(task).c_str(), times[0] / times[2], gain, copies, gain / copies);
@@ -165,13 +169,21 @@ void measure(const Task& task, const Options& options, const Pools& pools) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options =
-        bench::parse_against_copy("Straight to the picture, on two threads", argc, argv);
-    Pools pools;
-    if (TRW_PoolCreate(&pools.one, 1) != 0 || TRW_PoolCreate(&pools.two, 2) != 0) return 1;
+    Options options;
+    Means means;
+    CLI::App app("Straight to the picture, on two threads");
+    bench::add_common(&app, &options);
+    bench::add_level(&app, &options);
+    app.add_option_function<uint64_t>(
+           "--strip", [&](uint64_t kib) { means.cut.strip_bytes = kib * 1024; },
+           "Unpacked samples of a strip")
+        ->type_name("KIB");
+    bench::parse(&app, argc, argv);
+    bench::say_conditions(options);
+    if (TRW_PoolCreate(&means.one, 1) != 0 || TRW_PoolCreate(&means.two, 2) != 0) return 1;
     for (const Task& task : tasks)
-        if (name_of(task).find(options.only) != std::string::npos) measure(task, options, pools);
-    TRW_PoolDestroy(&pools.two);
-    TRW_PoolDestroy(&pools.one);
+        if (name_of(task).find(options.only) != std::string::npos) measure(task, options, means);
+    TRW_PoolDestroy(&means.two);
+    TRW_PoolDestroy(&means.one);
     return 0;
 }

@@ -145,7 +145,8 @@ int main(void) {
   or with lines that overlap.
 - **One pool for all.** Any number of threads may call with the same pool. Its threads take no signals. A child made by
   `fork` has none of them and works alone.
-- **Memory.** Strips take some 64 KiB per thread, or three lines where these are longer, for the length of the call.
+- **Memory.** Strips take some 256 KiB per thread, or three lines where these are longer. A pool keeps them for its
+  next call, until it ends.
 
 Unpacking is as fast as a memory copy of as many bytes, or nearly; `build/bin/bench_raw` compares them, and a
 plain loop, on your machine. `--cold` takes frames from main memory, `--level v3` an older processor's loops.

@@ -92,6 +92,9 @@ TRV_EXTERN_C_BEGIN
      TRV_STATUS_MEMORY     no memory
      TRV_STATUS_SYSTEM     the system starts no more threads; those that it started have ended
 
+   A pool keeps the memory that TRW_Convert takes for lines between, for its next call: as much as
+   its calls needed at the same time.
+
    A call that fails leaves *pool as it is. Any number of threads may use a pool at the same time:
    each works on its own picture, and the pool's threads help where they find something to do. These
    block all signals and call nothing of the program's. A child made by fork has none of them: there
@@ -152,7 +155,8 @@ TRV_EXTERN_C_BEGIN
                                not become the destination's format, or the settings go on after
                                the record with something that is not 0
      TRV_STATUS_BAYER_SETTING  no kernel for method and phase
-     TRV_STATUS_MEMORY         no memory for the lines between; nothing is written
+     TRV_STATUS_MEMORY         no memory for the lines between, of which the pool keeps what a call
+                               before took; nothing is written
 
    With a packing, source and destination must not overlap. The buffers are asked on the calling
    thread alone; they and the pool must stay until the call returns. */
@@ -268,7 +272,7 @@ TRV_API uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint
 
 /* ---- Explanations ---- */
 
-/* Bytes that hold every explanation whole. */
+/* Bytes that hold every explanation whole, of either call. */
 #define TRW_EXPLAIN_BYTES 4096u
 
 /* Says in words what TRW_Unpack(source, packing, destination) would do, and why; for a "packing" of
@@ -295,6 +299,19 @@ TRV_API uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint
    that another thread releases or sets in between may be told of as it was. */
 TRV_API uint32_t TRW_Explain(uint64_t source, uint32_t packing, uint64_t destination, char* text,
                              uint64_t size);
+
+/* Says in words what TRW_Convert(source, packing, destination, settings, pool) would do, and why, as
+   TRW_Explain says it of the other calls. After a success, notes say by which steps, how many lines
+   at a time are unpacked, and how many threads share how many bands of lines:
+
+     status 0: 12p becomes BGR24 by way of BAY12, 1920 x 1080 pixels, by ave in phase A (RGGB)
+     note: 68 lines at a time are unpacked, 261120 bytes, and become the picture from there
+     note: 2 threads share 16 bands of 68 lines
+
+   Returns the status that TRW_Convert would return where there is memory for the lines between. */
+TRV_API uint32_t TRW_ExplainConvert(uint64_t source, uint32_t packing, uint64_t destination,
+                                    const TRW_Settings* settings, const TRW_Pool* pool, char* text,
+                                    uint64_t size);
 
 TRV_EXTERN_C_END
 

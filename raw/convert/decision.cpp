@@ -2,7 +2,6 @@
 
 #include "image/exports/read_job.h"
 #include "raw/phase.h"
-#include "raw/unpack/decision.h"
 #include "raw/unpack/row.h"
 
 namespace trv::raw {
@@ -24,14 +23,24 @@ void apply(const TRW_Settings& settings, const Format* samples, Job* job) {
 void act_on(Course course, ConvertDecision* d) {
     d->conversion = decide(d->job);
     d->status = status_of(d->conversion.refusal);
-    d->course = d->conversion.refusal == Refusal::none ? course : Course::none;
+    if (d->conversion.refusal == Refusal::none)
+        d->course = course;
+    else
+        d->refusal = ConvertRefusal::conversion;
+}
+
+void refuse(ConvertRefusal refusal, uint32_t status, ConvertDecision* d) {
+    d->refusal = refusal;
+    d->status = status;
 }
 
 ConvertDecision decide_words(Handle source, Handle destination, const TRW_Settings& settings) {
     ConvertDecision d{};
     const Buffer from(source), to(destination);
-    d.status = TRV_STATUS_PARAMETER;
-    if (!read_required(from, to, &d.job)) return d;
+    if (!read_required(from, to, &d.job)) {
+        refuse(ConvertRefusal::buffers, TRV_STATUS_PARAMETER, &d);
+        return d;
+    }
     read_rest(from, to, &d.job);
     apply(settings, nullptr, &d.job);
     act_on(Course::convert, &d);
@@ -65,13 +74,16 @@ Side unpacked(const Side& packed, const Format& samples) {
     return side;
 }
 
-void decide_both(const Buffer& source, const UnpackDecision& unpack, const TRW_Settings& settings,
-                 ConvertDecision* d) {
+// For samples that do not go to the destination's format.
+void decide_both(const Buffer& source, const TRW_Settings& settings, ConvertDecision* d) {
+    UnpackDecision& unpack = d->unpack;
     const Format* samples = samples_of(*unpack.packing, source, settings);
-    d->status = TRV_STATUS_UNSUPPORTED;
-    if (samples == nullptr) return;
-    d->status = TRV_STATUS_PARAMETER;
-    if (check_source(unpack) != UnpackRefusal::none || unpack.line() > UINT32_MAX) return;
+    if (samples == nullptr) return refuse(ConvertRefusal::samples, TRV_STATUS_UNSUPPORTED, d);
+    unpack.refusal = check_source(unpack);
+    if (unpack.refusal != UnpackRefusal::none)
+        return refuse(ConvertRefusal::unpacking, status_of(unpack.refusal), d);
+    if (unpack.line() > UINT32_MAX)
+        return refuse(ConvertRefusal::long_lines, TRV_STATUS_PARAMETER, d);
     d->job = {unpacked(unpack.job.source, *samples), unpack.job.destination, source.bayer_method(),
               source.bayer_phase(), 0};
     apply(settings, samples, &d->job);
@@ -83,16 +95,14 @@ void decide_both(const Buffer& source, const UnpackDecision& unpack, const TRW_S
 ConvertDecision decide_convert(Handle source, uint32_t packing, Handle destination,
                                const TRW_Settings& settings) {
     if (packing == 0) return decide_words(source, destination, settings);
-    const UnpackDecision unpack = decide_unpack(source, packing, destination);
     ConvertDecision d{};
-    d.packing = unpack.packing;
-    d.unpacking = unpack.job;
-    if (unpack.refusal == UnpackRefusal::other_samples) {
-        decide_both(Buffer(source), unpack, settings, &d);
-    } else {
-        d.status = status_of(unpack.refusal);
-        if (unpack.refusal == UnpackRefusal::none) d.course = Course::unpack;
-    }
+    d.unpack = decide_unpack(source, packing, destination);
+    if (d.unpack.refusal == UnpackRefusal::other_samples)
+        decide_both(Buffer(source), settings, &d);
+    else if (d.unpack.refusal == UnpackRefusal::none)
+        d.course = Course::unpack;
+    else
+        refuse(ConvertRefusal::unpacking, status_of(d.unpack.refusal), &d);
     return d;
 }
 

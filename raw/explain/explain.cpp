@@ -26,27 +26,11 @@ Job read_job(Handle source, Handle destination) {
             from.bayer_phase(), from.packing_offset()};
 }
 
-// The first thing missing of what every conversion needs, in the order in which it is asked for.
-Missing find_missing(Handle source, Handle destination, const Job& job) {
-    const Side &from = job.source, &to = job.destination;
-    const auto of_source = [&](uint32_t id) { return Missing{"source", source, id}; };
-    const auto of_destination = [&](uint32_t id) {
-        return Missing{"destination", destination, id};
-    };
-    if (!Buffer(source).present()) return of_source(TBL_PARAMETER_PRESENT);
-    if (!Buffer(destination).present()) return of_destination(TBL_PARAMETER_PRESENT);
-    if (to.format == 0) return of_destination(TBL_PARAMETER_FORMAT);
-    if (from.format == 0) return of_source(TBL_PARAMETER_FORMAT);
-    if (from.address == nullptr) return of_source(TBL_PARAMETER_ADDRESS);
-    if (to.address == nullptr) return of_destination(TBL_PARAMETER_ADDRESS);
-    return {};
-}
-
 void explain_decided(const Job& job, const Decision& decision, Writer* out) {
     if (decision.refusal == Refusal::none)
-        explain_success(job, decision, out);
+        explain_success(job, decision, {}, out);
     else
-        explain_refusal(job, decision, out);
+        explain_refusal(job, decision, {}, out);
 }
 
 uint32_t explain_convert(Handle source, Handle destination, Writer* out) {

@@ -17,6 +17,21 @@ void explain_no_buffer(const Missing& missing, Writer* out) {
 
 }  // namespace
 
+Missing find_missing(Handle source, Handle destination, const Job& job) {
+    const Side &from = job.source, &to = job.destination;
+    const auto of_source = [&](uint32_t id) { return Missing{"source", source, id}; };
+    const auto of_destination = [&](uint32_t id) {
+        return Missing{"destination", destination, id};
+    };
+    if (!Buffer(source).present()) return of_source(TBL_PARAMETER_PRESENT);
+    if (!Buffer(destination).present()) return of_destination(TBL_PARAMETER_PRESENT);
+    if (to.format == 0) return of_destination(TBL_PARAMETER_FORMAT);
+    if (from.format == 0) return of_source(TBL_PARAMETER_FORMAT);
+    if (from.address == nullptr) return of_source(TBL_PARAMETER_ADDRESS);
+    if (to.address == nullptr) return of_destination(TBL_PARAMETER_ADDRESS);
+    return {};
+}
+
 void explain_missing(const Missing& missing, Writer* out) {
     if (missing.id == TBL_PARAMETER_PRESENT) return explain_no_buffer(missing, out);
     const char* what = missing.id == TBL_PARAMETER_FORMAT    ? "pixel format"

@@ -88,26 +88,37 @@ void explain_too_small(const Job& job, const Decision& decision, Writer* out) {
     say_what_holds_it(job, decision, out);
 }
 
-void explain_method(const Job& job, Writer* out) {
-    out->add("the source's Bayer method is 0x%" PRIX32 ", which is none", job.method);
+// "the source's", or where the settings say it, "the settings'".
+const char* whose(bool set) {
+    return set ? "settings'" : "source's";
+}
+
+void explain_method(const Job& job, bool set, Writer* out) {
+    out->add("the %s Bayer method is 0x%" PRIX32 ", which is none", whose(set), job.method);
     out->begin("why");
     out->add("parameter 9, compared whole, is 0x109 (dup), 0x209 (ave) or 0x309 (med)");
     out->begin("next");
-    out->add(
-        "set it: TBS_BufferParameterSet(source, TBL_PARAMETER_BAYER_METHOD, "
-        "TBL_BAYER_METHOD_AVE)");
+    if (set)
+        out->add("give the settings TBL_BAYER_METHOD_AVE, or 0 for what the source says");
+    else
+        out->add(
+            "set it: TBS_BufferParameterSet(source, TBL_PARAMETER_BAYER_METHOD, "
+            "TBL_BAYER_METHOD_AVE)");
 }
 
-void explain_phase(const Job& job, Writer* out) {
-    out->add("the source's Bayer phase is 0x%" PRIX32 ", which is none", job.phase);
+void explain_phase(const Job& job, bool set, Writer* out) {
+    out->add("the %s Bayer phase is 0x%" PRIX32 ", which is none", whose(set), job.phase);
     out->begin("why");
     out->add(
         "parameter 10, compared whole, is 0x10A (A, RGGB), 0x20A (B, GRBG), 0x30A (C, GBRG) "
         "or 0x40A (D, BGGR)");
     out->begin("next");
-    out->add(
-        "set it: TBS_BufferParameterSet(source, TBL_PARAMETER_BAYER_PHASE, "
-        "TBL_BAYER_PHASE_A)");
+    if (set)
+        out->add("give the settings TBL_BAYER_PHASE_A, or 0 for what the source says");
+    else
+        out->add(
+            "set it: TBS_BufferParameterSet(source, TBL_PARAMETER_BAYER_PHASE, "
+            "TBL_BAYER_PHASE_A)");
 }
 
 // "dup in phase A", or "dup" where it exists in all four.
@@ -142,14 +153,14 @@ void explain_no_kernel(const Decision& decision, Writer* out) {
 
 }  // namespace
 
-void explain_refusal(const Job& job, const Decision& decision, Writer* out) {
+void explain_refusal(const Job& job, const Decision& decision, const Before& before, Writer* out) {
     switch (decision.refusal) {
         case Refusal::no_route:
             return explain_no_route(job, decision, out);
         case Refusal::method:
-            return explain_method(job, out);
+            return explain_method(job, before.sets_method, out);
         case Refusal::phase:
-            return explain_phase(job, out);
+            return explain_phase(job, before.sets_phase, out);
         case Refusal::no_kernel:
             return explain_no_kernel(decision, out);
         default:

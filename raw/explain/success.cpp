@@ -17,6 +17,7 @@ struct Case {
     const Format& destination;
     AccessExtent from;
     AccessExtent to;
+    const Before& before;
     Writer* out;
 
     bool demosaics() const { return decision.kind == RouteKind::bayer; }
@@ -50,17 +51,26 @@ void overrun(const Case& c) {
 }
 
 bool is_in_place(const Case& c) {
-    return c.job.source.address == c.job.destination.address &&
+    return c.before.unpack == nullptr && c.job.source.address == c.job.destination.address &&
            c.job.source.stride == c.job.destination.stride &&
            c.destination.stored <= c.source.stored && !c.demosaics();
 }
 
+bool lies_apart(const Case& c) {
+    const uint8_t* to = c.job.destination.address;
+    if (c.before.unpack == nullptr)
+        return lie_apart(c.job.source.address, c.from.bytes(), to, c.to.bytes());
+    const Side& packed = c.before.unpack->job.source;
+    const uint64_t bytes =
+        (packed.height - uint64_t{1}) * packed.stride + c.before.unpack->packed_line();
+    return lie_apart(packed.address, bytes, to, c.to.bytes());
+}
+
 void overlap(const Case& c) {
-    const uintptr_t from = reinterpret_cast<uintptr_t>(c.job.source.address);
-    const uintptr_t to = reinterpret_cast<uintptr_t>(c.job.destination.address);
-    const bool apart = from + c.from.bytes() <= to || to + c.to.bytes() <= from;
-    if (apart || is_in_place(c)) return;
+    if (lies_apart(c) || is_in_place(c)) return;
     c.warn();
+    if (c.before.unpack != nullptr)
+        return c.out->add("source and destination share memory, and the picture is undefined");
     c.out->add(
         "source and destination share memory, and the picture is undefined; in place works "
         "at the same address and stride, when pixels do not grow and the source is no "
@@ -102,8 +112,18 @@ void say_reach(const char* done, const char* able, uint64_t bytes, Writer* out) 
              done, bytes, bytes == 1 ? "" : "s", able);
 }
 
+// The sample behind an odd line of strips is that of a picture without padding.
+void behind_strips(const Case& c) {
+    c.note();
+    c.out->add(
+        "the width is odd, so %s takes the first sample of the next line into the last pixel of "
+        "each, and 0 into that of the last",
+        method_names[c.decision.kernel.method]);
+}
+
 void behind_lines(const Case& c) {
     if (c.from.behind == 0) return;
+    if (c.before.unpack != nullptr) return behind_strips(c);
     if (looks_behind_odd_lines(c.job, c.decision)) {
         c.warn();
         c.out->add(
@@ -125,6 +145,7 @@ void whole_groups(const Case& c) {
 // ---- Geometry and settings ----
 
 void other_size(const Case& c) {
+    if (c.before.unpack != nullptr) return note_lines(*c.before.unpack, c.out);
     const Side &from = c.job.source, &to = c.job.destination;
     if (steps_backwards(c.job, c.decision)) {
         c.warn();
@@ -159,7 +180,8 @@ void letter(const Case& c) {
         c.source.phase == c.decision.kernel.phase)
         return;
     c.note();
-    c.out->add("parameter 10 says phase %s, and the letter in %s is not looked at",
+    c.out->add("%s phase %s, and the letter in %s is not looked at",
+               c.before.sets_phase ? "the settings say" : "parameter 10 says",
                phase_names[static_cast<size_t>(c.decision.kernel.phase)], c.source.name);
 }
 
@@ -227,9 +249,16 @@ void odd_yuv(const Case& c) {
         "it, or 128");
 }
 
+void place(const Case& c) {
+    if (c.before.unpack != nullptr) note_place(*c.before.unpack, c.out);
+}
+
 void title(const Case& c) {
-    c.out->add("%s becomes %s, %" PRIu32 " x %" PRIu32 " pixels", c.source.name, c.destination.name,
-               c.job.source.width, c.job.source.height);
+    const UnpackDecision* unpack = c.before.unpack;
+    c.out->add("%s becomes %s", unpack == nullptr ? c.source.name : unpack->packing->name,
+               c.destination.name);
+    if (unpack != nullptr) c.out->add(" by way of %s", c.source.name);
+    c.out->add(", %" PRIu32 " x %" PRIu32 " pixels", c.job.source.width, c.job.source.height);
     if (!c.demosaics()) return;
     c.out->add(", by %s in phase %s", method_names[c.decision.kernel.method],
                phase_names[static_cast<size_t>(c.decision.kernel.phase)]);
@@ -244,18 +273,19 @@ bool does_nothing(const Case& c) {
 
 }  // namespace
 
-void explain_success(const Job& job, const Decision& decision, Writer* out) {
+void explain_success(const Job& job, const Decision& decision, const Before& before, Writer* out) {
     const Case c{job,
                  decision,
                  *decision.source,
                  *decision.destination,
                  source_extent(job, decision),
                  destination_extent(job, decision),
+                 before,
                  out};
     title(c);
     if (does_nothing(c)) return nothing_to_do(c);
     for (const auto say :
-         {overrun, overlap, short_strides, odd_strides, other_size, packing_offset, spoiled,
+         {overrun, overlap, short_strides, odd_strides, other_size, packing_offset, spoiled, place,
           behind_lines, whole_groups, blocks, letter, pad, unscaled, odd_yuv, high_bits})
         say(c);
 }

@@ -87,22 +87,6 @@ void warn_of_overlap(const UnpackDecision& d, Writer* out) {
     out->add("source and destination share memory, and the picture is undefined");
 }
 
-void note_place(const UnpackDecision& d, Writer* out) {
-    const uint32_t place = d.job.packing_offset % d.packing->group;
-    if (place == 0) return;
-    out->begin("note");
-    out->add("lines begin at place %" PRIu32 " of a group of %u pixels, as the packing offset says",
-             place, d.packing->group);
-}
-
-void note_lines(const UnpackDecision& d, Writer* out) {
-    const Side &from = d.job.source, &to = d.job.destination;
-    if (from.height == to.height) return;
-    out->begin("note");
-    out->add("the source's %" PRIu32 " lines are written; the destination has %" PRIu32,
-             from.height, to.height);
-}
-
 void explain_unpacked(const UnpackDecision& d, Writer* out) {
     const Side& from = d.job.source;
     out->add("%s becomes %s, %" PRIu32 " x %" PRIu32 " pixels", d.packing->name,
@@ -113,6 +97,22 @@ void explain_unpacked(const UnpackDecision& d, Writer* out) {
 }
 
 }  // namespace
+
+void note_lines(const UnpackDecision& d, Writer* out) {
+    const Side &from = d.job.source, &to = d.job.destination;
+    if (from.height == to.height) return;
+    out->begin("note");
+    out->add("the source's %" PRIu32 " lines are written; the destination has %" PRIu32,
+             from.height, to.height);
+}
+
+void note_place(const UnpackDecision& d, Writer* out) {
+    const uint32_t place = d.job.packing_offset % d.packing->group;
+    if (place == 0) return;
+    out->begin("note");
+    out->add("lines begin at place %" PRIu32 " of a group of %u pixels, as the packing offset says",
+             place, d.packing->group);
+}
 
 void explain_unpack(const Unpacking& call, Writer* out) {
     const auto missing_source = [&](uint32_t id) {

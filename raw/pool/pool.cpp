@@ -47,9 +47,19 @@ class Lock {
 };
 
 }  // namespace
+
+inline constexpr size_t cache_line = 64;
+
+// What a block of memory begins with; a cache line on, its bytes.
+struct MemoryBlock {
+    size_t bytes;
+    MemoryBlock* following;
+};
+
 }  // namespace trv::raw
 
 using trv::raw::Lock;
+using trv::raw::MemoryBlock;
 using trv::raw::Task;
 
 struct TRW_Pool {
@@ -57,6 +67,7 @@ struct TRW_Pool {
     pthread_cond_t wanted = PTHREAD_COND_INITIALIZER;  // a task was listed, or all is to end
     pthread_cond_t quiet = PTHREAD_COND_INITIALIZER;   // no call is under way
     Task* first = nullptr;
+    MemoryBlock* kept = nullptr;  // that no call is using
     uint32_t calls = 0;
     bool ends = false;
     pid_t process;  // the one that has the workers
@@ -97,7 +108,7 @@ struct TRW_Pool {
         const Lock lock(&mutex);
         close(task);
         while (task->helpers != 0) pthread_cond_wait(&task->left, &mutex);
-        if (--calls == 0) pthread_cond_signal(&quiet);
+        end_call();
     }
 
     Task* find_task() const {
@@ -116,6 +127,33 @@ struct TRW_Pool {
         pthread_mutex_lock(&mutex);
         close(task);
         if (--task->helpers == 0) pthread_cond_signal(&task->left);
+    }
+
+    void end_call() {
+        if (--calls == 0) pthread_cond_signal(&quiet);
+    }
+
+    // For a call that begins: the first kept block of at least so many bytes; else any, which is
+    // too small; null for none.
+    MemoryBlock* take_block(size_t bytes) {
+        const Lock lock(&mutex);
+        ++calls;
+        MemoryBlock** at = &kept;
+        while (*at != nullptr && (*at)->bytes < bytes) at = &(*at)->following;
+        if (*at == nullptr) at = &kept;
+        MemoryBlock* block = *at;
+        if (block != nullptr) *at = block->following;
+        return block;
+    }
+
+    // Of a call that ends; null for none.
+    void keep_block(MemoryBlock* block) {
+        const Lock lock(&mutex);
+        if (block != nullptr) {
+            block->following = kept;
+            kept = block;
+        }
+        end_call();
     }
 
     void serve() {
@@ -172,9 +210,29 @@ bool start_workers(TRW_Pool* pool, uint32_t count) {
     return pool->workers == count;
 }
 
+// A child made by fork leaves kept blocks alone: another thread may have been at their list.
 void release(TRW_Pool* pool) {
-    if (pool->is_of_this_process()) pool->end();
+    if (pool->is_of_this_process()) {
+        pool->end();
+        while (MemoryBlock* block = pool->kept) {
+            pool->kept = block->following;
+            free(block);
+        }
+    }
     free(pool);
+}
+
+bool keeps_memory(const TRW_Pool* pool) {
+    return pool != nullptr && pool->is_of_this_process();
+}
+
+MemoryBlock* allocate_block(size_t bytes) {
+    const size_t whole = (bytes + cache_line - 1) / cache_line * cache_line;
+    void* memory = aligned_alloc(cache_line, cache_line + whole);
+    if (memory == nullptr) return nullptr;
+    auto* block = static_cast<MemoryBlock*>(memory);
+    *block = {whole, nullptr};
+    return block;
 }
 
 // The pool and its list of workers in one block.
@@ -190,6 +248,26 @@ TRW_Pool* allocate(uint32_t workers) {
 
 uint32_t threads_of(const TRW_Pool* pool) {
     return pool == nullptr ? 1 : pool->workers + 1;
+}
+
+LentMemory::LentMemory(TRW_Pool* pool, size_t bytes)
+    : pool_(bytes != 0 && keeps_memory(pool) ? pool : nullptr), bytes_(bytes) {
+    if (bytes == 0) return;
+    if (pool_ != nullptr) block_ = pool_->take_block(bytes);
+    if (block_ != nullptr && block_->bytes >= bytes) return;
+    free(block_);
+    block_ = allocate_block(bytes);
+}
+
+LentMemory::~LentMemory() {
+    if (pool_ == nullptr)
+        free(block_);
+    else
+        pool_->keep_block(block_);
+}
+
+uint8_t* LentMemory::data() const {
+    return block_ == nullptr ? nullptr : reinterpret_cast<uint8_t*>(block_) + cache_line;
 }
 
 void run(TRW_Pool* pool, const Work& work) {

@@ -1,6 +1,7 @@
 // Threads that wait for pictures.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 struct TRW_Pool;
@@ -25,5 +26,26 @@ void run(TRW_Pool* pool, const Work& work);
 
 // The calling thread included; 1 for a null pool.
 uint32_t threads_of(const TRW_Pool* pool);
+
+struct MemoryBlock;
+
+// Memory for a call, aligned to cache lines. A pool keeps it for later calls; without one it is
+// freed.
+class LentMemory {
+  public:
+    // For 0 bytes there is none, and none is missing.
+    LentMemory(TRW_Pool* pool, size_t bytes);
+    ~LentMemory();
+    LentMemory(const LentMemory&) = delete;
+    LentMemory& operator=(const LentMemory&) = delete;
+
+    bool is_missing() const { return bytes_ != 0 && block_ == nullptr; }
+    uint8_t* data() const;
+
+  private:
+    TRW_Pool* pool_;
+    size_t bytes_;
+    MemoryBlock* block_ = nullptr;
+};
 
 }  // namespace trv::raw

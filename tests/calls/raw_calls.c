@@ -27,6 +27,9 @@ static void convert(TRW_Pool* pool) {
           (size_t)width * height * 3, 0, 0, 0);
     GIVES(TRV_STATUS_OK, TRW_Convert, source, TRW_PACKING_12p, destination, AT(&settings),
           AT(pool));
+    char words[300];
+    GIVES(TRV_STATUS_OK, TRW_ExplainConvert, source, TRW_PACKING_12p, destination, AT(&settings),
+          AT(pool), AT(words), sizeof words);
     use(to, (size_t)width * height * 3);
     GIVES(TRV_STATUS_UNSUPPORTED, TRW_Convert, source, TRW_PACKING_END, destination, 0, AT(pool));
     GIVES(0, TBS_BufferRelease, AT(&source));

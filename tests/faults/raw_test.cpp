@@ -47,8 +47,14 @@ void prepare() {
 }
 
 void clean() {
+    end_pool();
     TBS_BufferRelease(&destination);
     TBS_BufferRelease(&source);
+}
+
+void prepare_with_pool() {
+    prepare();
+    TRW_PoolCreate(&pool, 2);
 }
 
 const Scenario raw[] = {
@@ -67,9 +73,45 @@ const Scenario raw[] = {
      keep_stacks,
      end_pool},
     {"TRW_Convert", FAULT_MEMORY, convert, {{"aligned_alloc", 14}}, 0, prepare, clean},
+    {"TRW_Convert with a pool",
+     FAULT_MEMORY,
+     convert,
+     {{"aligned_alloc", 14}},
+     1,  // which the pool keeps
+     prepare_with_pool,
+     clean},
 };
 
 INSTANTIATE_TEST_SUITE_P(Raw, EveryCall, testing::ValuesIn(raw), name_of);
+
+// What the first call took is there for the next ones; a picture that needs more takes more.
+TEST(PoolMemory, IsKeptForTheNextCall) {
+    prepare_with_pool();
+    EXPECT_EQ(convert(), TRV_STATUS_OK);
+    FaultArm(1, FAULT_MEMORY);
+    const uint32_t again = TRW_Convert(source, TRW_PACKING_12p, destination, nullptr, pool);
+    const Fault none = FaultDisarm();
+    EXPECT_EQ(again, TRV_STATUS_OK);
+    EXPECT_EQ(none.call, nullptr);
+    clean();
+
+    prepare_with_pool();
+    constexpr uint32_t narrow = 16;
+    uint64_t part = 0;
+    TBS_BufferWrap(&part, narrow, height, TBL_FORMAT(BAY8), packed, sizeof packed, line, nullptr,
+                   nullptr);
+    EXPECT_EQ(TRW_Convert(part, TRW_PACKING_12p, destination, nullptr, pool), TRV_STATUS_OK);
+    std::memset(picture, 0xA5, sizeof picture);
+    FaultArm(1, FAULT_MEMORY);
+    const uint32_t refused = convert();
+    const Fault fault = FaultDisarm();
+    EXPECT_EQ(refused, TRV_STATUS_MEMORY);
+    EXPECT_STREQ(fault.call, "aligned_alloc");
+    EXPECT_EQ(fault.blocks, -1);  // the one that was too small
+    EXPECT_EQ(convert(), TRV_STATUS_OK);
+    TBS_BufferRelease(&part);
+    clean();
+}
 
 }  // namespace
 }  // namespace test

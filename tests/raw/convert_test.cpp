@@ -27,7 +27,7 @@ using trv::raw::packings;
 constexpr uint64_t between_handle = 0xBE73;
 
 // Every line is a band, and a strip has one or two.
-constexpr trv::raw::Cut fine{1, 1};
+constexpr trv::raw::Cut fine{1, 1, 4};
 
 constexpr uint32_t methods[] = {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_MED};
 constexpr uint32_t phases[] = {TBL_BAYER_PHASE_A, TBL_BAYER_PHASE_B, TBL_BAYER_PHASE_C,
