@@ -11,7 +11,7 @@ class Picture:
     """An array that the library can read as a picture of a format."""
 
     array: np.ndarray
-    format: Format
+    format: Format  # or a Packing, which has what this module asks of it
     width: int
     height: int
     stride: int  # bytes from line to line
@@ -80,7 +80,7 @@ def _width_of(array, format, width, name):
         if width is not None and width != array.shape[1]:
             raise ValueError(f"{name} is {array.shape[1]} pixels wide, not {width}")
         return array.shape[1]
-    most = array.shape[1] * 8 // format.stored
+    most = format.most_pixels(array.shape[1])
     if width is None:
         width = most
     if not 1 <= width <= most:

@@ -5,8 +5,9 @@ import weakref
 
 from . import _constants as c
 from ._arrays import picture
-from ._formats import format_named, formats, method_value, phase_value
+from ._formats import format_named, format_of, formats, method_value, phase_value
 from ._library import RELEASE, Error, buffers
+from ._packings import packing_named
 
 # What a handle's memory belongs to, until the handle's last owner lets go of it: that may be C code
 # that retained it, so the array is not the Buffer's alone to keep.
@@ -75,8 +76,7 @@ class Buffer:
     @property
     def format(self):
         """The Format of its pixels."""
-        code = self._read(c.TBL_PARAMETER_FORMAT)
-        return next(f for f in formats.values() if f.code == code)
+        return format_of(self._read(c.TBL_PARAMETER_FORMAT))
 
     def view(self, x, y, width, height):
         """A Buffer of a rectangle of this one, without a copy.
@@ -108,14 +108,21 @@ class Buffer:
         self.close()
 
 
-def wrap_picture(source, phase=None, method="ave"):
-    """A Buffer of a checked picture."""
+def _handle_format(source, samples):
+    """What a handle says of its pixels: of a packing's, it says whether they are a mosaic."""
+    if samples is None:
+        return source.format
+    return formats["BAY8" if samples.family == "bayer" else "Mono8"]
+
+
+def wrap_picture(source, phase=None, method="ave", samples=None):
+    """A Buffer of a checked picture; `samples` is the Format that a packed one is unpacked to."""
     settings = ((c.TBL_PARAMETER_BAYER_METHOD, method_value(method)),
-                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, source.format)))
+                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, samples or source.format)))
     handle, token = ctypes.c_uint64(), next(_tokens)
     _owned[token] = source.array
     status = buffers.TBS_BufferWrap(
-        ctypes.byref(handle), source.width, source.height, source.format.code, source.address, source.size,
+        ctypes.byref(handle), source.width, source.height, _handle_format(source, samples).code, source.address, source.size,
         source.stride, _let_go, token)
     if status != c.TRV_STATUS_OK:
         _owned.pop(token)
@@ -126,12 +133,16 @@ def wrap_picture(source, phase=None, method="ave"):
     return result
 
 
-def wrap(array, format, *, phase=None, method="ave", width=None):
+def wrap(array, format, *, packing=None, phase=None, method="ave", width=None):
     """A Buffer around an array, without a copy.
 
     array: as convert() takes it; it may be read-only as long as nothing writes through the handle
-    format, phase, method, width: as for convert()
+    format, packing, phase, method, width: as for convert(). With a packing, the handle says Mono8,
+        or BAY8 for a mosaic, and the width in pixels: as TRW_Unpack and TRW_Convert take it
 
     Errors: those of convert() for the array. Error (status 14) when there are too many buffers.
     """
-    return wrap_picture(picture(array, format_named(format), width), phase, method)
+    described = format_named(format)
+    if packing is None:
+        return wrap_picture(picture(array, described, width), phase, method)
+    return wrap_picture(picture(array, packing_named(packing), width), phase, method, described)

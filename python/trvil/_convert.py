@@ -4,7 +4,8 @@ import numpy as np
 from . import _library
 from ._arrays import output, picture, with_room
 from ._buffer import wrap_picture
-from ._formats import format_named
+from ._formats import format_named, method_value, phase_value
+from ._packings import packing_named
 
 _BAYER_BITS = {"uint8": (8,), "uint16": (10, 12, 14, 16)}
 
@@ -38,9 +39,22 @@ def _with_pixel_behind(source):
     return result
 
 
+def _looks_behind(source, samples, to, method):
+    return _demosaics(samples, to) and method != "dup" and source.width % 2 != 0
+
+
+def _unpacked(source, samples, out=None):
+    target = output(out, samples, source.height, source.width)
+    if out is not None and np.may_share_memory(source.array, target.array):
+        source = picture(source.array.copy(), source.format, source.width)
+    with wrap_picture(source, samples=samples) as one, wrap_picture(target) as other:
+        _library.unpack(one.handle, source.format.code, other.handle)
+    return target
+
+
 def _safe_source(source, to, method):
     """The source, or a copy of it where the library reads behind a line."""
-    if _demosaics(source.format, to) and method != "dup" and source.width % 2 != 0:
+    if _looks_behind(source, source.format, to, method):
         return _with_sample_behind(source)
     if source.format.name == "RGB30" and to.name == "RGB48":
         return _with_pixel_behind(source)
@@ -54,28 +68,49 @@ def _needs_own_output(source, target):
     return block or _group_rest(source, target.format) != 0 or np.may_share_memory(source.array, target.array)
 
 
-def _run(source, target, phase, method):
+def _run(source, target, phase, method, pool):
     with wrap_picture(source, phase, method) as one, wrap_picture(target) as other:
-        _library.convert(one.handle, other.handle)
+        if pool is None:
+            return _library.convert(one.handle, other.handle)
+        held = pool._hold()
+        return _library.convert_on(one.handle, 0, other.handle, _library.record(_library.Settings), held.address)
 
 
-def _check_mosaic(source, to, phase):
-    if phase is not None and source.format.family != "bayer":
-        raise ValueError(f"phase={phase!r} makes no sense with {source.format.name}, which is not a mosaic")
-    if _demosaics(source.format, to) and (source.width < 2 or source.height < 2):
+def _unpack_and_run(source, samples, target, phase, method, pool):
+    settings = _library.record(_library.Settings, format=samples.code)
+    if samples.family == "bayer":
+        settings.method, settings.phase = method_value(method), phase_value(phase, samples)
+    held = pool and pool._hold()
+    with wrap_picture(source, phase, method, samples) as one, wrap_picture(target) as other:
+        _library.convert_on(one.handle, source.format.code, other.handle, settings, held and held.address)
+
+
+def _check_mosaic(source, samples, to, phase):
+    if phase is not None and samples.family != "bayer":
+        raise ValueError(f"phase={phase!r} makes no sense with {samples.name}, which is not a mosaic")
+    if _demosaics(samples, to) and (source.width < 2 or source.height < 2):
         raise ValueError(f"a mosaic has at least 2 x 2 pixels, not {source.width} x {source.height}: "
                          "one block of it holds one red, one blue and two green samples")
 
 
-def convert(array, source, to, *, phase=None, method="ave", width=None, out=None):
+def _convert_packed(given, samples, target, phase, method, pool):
+    if np.may_share_memory(given.array, target.array):
+        given = picture(given.array.copy(), given.format, given.width)
+    _unpack_and_run(given, samples, target, phase, method, pool)
+    return target.array
+
+
+def convert(array, source, to, *, packing=None, phase=None, method="ave", width=None, out=None, pool=None):
     """The picture of `array` in another pixel format.
 
     array: numpy.ndarray of the shape and dtype of the source format, formats[source].shape(height,
         width): (height, width) for grey, mosaics and colour words, (height, width, 3) or (..., 4)
         for colour, (height, width, 2) of bytes for YUV422, (height, bytes of a line) of uint8 for
-        packed formats. Lines may be apart (a view of columns), pixels of a line may not. It is read
-        only, without a copy but in the cases below.
+        packed formats and with a packing. Lines may be apart (a view of columns), pixels of a line
+        may not. It is read only, without a copy but in the cases below.
     source, to: names of formats, such as "BAY12" and "BGR24", or Format objects
+    packing: name of what a camera sends, such as "12Packed", one of trvil.packings. `source` is the
+        format that it is unpacked to then, a few lines at a time; no whole picture lies between
     phase: of a mosaic: "RGGB", "GRBG", "GBRG", "BGGR" or "A" to "D"; default what the name of the
         format says, else "RGGB"
     method: of demosaicing: "dup" nearest, "ave" mean, "med" median
@@ -83,13 +118,16 @@ def convert(array, source, to, *, phase=None, method="ave", width=None, out=None
     out: array of shape formats[to].shape(height, width) that receives the picture; it may be a view
         whose lines are apart, and nothing but its pixels changes. The fourth byte of 4-byte pixels
         keeps its value where the source has three channels.
+    pool: a Pool whose threads share the picture; default the calling thread alone. The values are
+        the same
 
     Returns `out`, or a new array that the caller owns, zero in bytes that are not written. Values
     are those of the library: truncated when they shrink, not scaled when they grow.
 
     Copied first: a mosaic of odd width (dup excepted), so that the last pixel is made of samples of
     its own line; RGB30 to RGB48; unpacking of a width that is no multiple of the group; pictures
-    that share memory with `out`, and copies of a padded picture to the same stride.
+    that share memory with `out`, and copies of a padded picture to the same stride. A packed
+    mosaic of odd width (dup excepted) is unpacked as a whole first.
 
     Raises TypeError or ValueError for arrays and names that make no sense, and Error with status
     and explanation when the library has no such conversion (status 10) or no such demosaic (3).
@@ -97,19 +135,43 @@ def convert(array, source, to, *, phase=None, method="ave", width=None, out=None
 
     Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
     """
-    from_, to = format_named(source), format_named(to)
-    given = picture(array, from_, width)
+    samples, to = format_named(source), format_named(to)
+    given = picture(array, samples if packing is None else packing_named(packing), width)
     target = output(out, to, given.height, given.width)
-    _check_mosaic(given, to, phase)
+    _check_mosaic(given, samples, to, phase)
+    if packing is not None and not _looks_behind(given, samples, to, method):
+        return _convert_packed(given, samples, target, phase, method, pool)
+    if packing is not None:
+        given = _unpacked(given, samples)
     safe = _safe_source(given, to, method)
     if out is None or not _needs_own_output(given, target):
-        _run(safe, target, phase, method)
+        _run(safe, target, phase, method, pool)
         return target.array
     own = output(None, to, given.height, given.width)
     own.array[...] = target.array  # pad bytes keep their values
-    _run(safe, own, phase, method)
+    _run(safe, own, phase, method, pool)
     target.array[...] = own.array
     return target.array
+
+
+def unpack(array, packing, *, width=None, out=None):
+    """The samples of a picture as a camera sends it.
+
+    array: (height, bytes of a line) of uint8, read without a copy; lines may be apart. They begin
+        with a group of pixels, and may end inside one
+    packing: name of the packing, such as "12Packed" or "RAW10", one of trvil.packings
+    width: pixels of a line; default as many as its bytes hold
+    out: (height, width) of uint16 that receives the samples; it may be a view whose lines are apart
+
+    Returns `out`, or a new array that the caller owns: (height, width) of uint16, for UYVY, YVYU and
+    VYUY (height, width, 2) of uint8 in the order of YUV422. Values stay as they are: 10 bits give 0
+    to 1023. An array that shares memory with `out` is copied first.
+
+    Raises TypeError or ValueError for arrays and names that make no sense. `out` is unchanged then.
+    Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
+    """
+    given = picture(array, packing_named(packing), width)
+    return _unpacked(given, given.format.format, out).array
 
 
 def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", out=None):
@@ -132,9 +194,18 @@ def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", out=No
     return convert(array, f"BAY{bits}", to, phase=phase, method=method, out=out)
 
 
-def explain(source, destination):
+def explain(source, destination, *, packing=None, pool=None):
     """What the library says of converting one Buffer into another: (status, text).
 
-    Nothing is converted. The text is lines: what happens, "why:", "next:", "warning:", "note:".
+    packing, pool: as for convert(); the source is wrapped with the same packing
+
+    Nothing is converted. The text is lines: what happens, "why:", "next:", "warning:", "note:". With
+    a packing or a pool, notes say how many lines at a time are unpacked, and how many threads share
+    the picture.
     """
-    return _library.explain(source.handle, destination.handle)
+    if packing is None and pool is None:
+        return _library.explain(source.handle, destination.handle)
+    code = 0 if packing is None else packing_named(packing).code
+    held = pool and pool._hold()
+    return _library.explain_convert(source.handle, code, destination.handle, _library.record(_library.Settings),
+                                    held and held.address)

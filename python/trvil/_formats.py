@@ -58,6 +58,10 @@ class Format:
         """Bytes of a line of so many pixels."""
         return (width * self.stored + 7) // 8
 
+    def most_pixels(self, size):
+        """Pixels of a line that has so many bytes."""
+        return size * 8 // self.stored
+
     def shape(self, height, width):
         """Shape of the array of a picture: (height, width), (height, width, channels), or of a
         packed format (height, bytes of a line)."""
@@ -72,6 +76,12 @@ def _read_formats():
 
 
 formats = MappingProxyType(dict(_read_formats()))
+_by_code = {format.code: format for format in formats.values()}
+
+
+def format_of(code):
+    """The Format of a code; None for 0."""
+    return _by_code.get(code)
 
 
 def format_named(name):
@@ -94,6 +104,11 @@ def phase_value(phase, of):
     if letter not in _PHASES.values():
         raise ValueError(f"no Bayer phase is called {phase!r}; use RGGB, GRBG, GBRG, BGGR or A to D")
     return getattr(c, f"TBL_BAYER_PHASE_{letter}")
+
+
+def phase_letter(value):
+    """ "A" to "D" for parameter 10; None for 0."""
+    return next((letter for letter in "ABCD" if getattr(c, f"TBL_BAYER_PHASE_{letter}") == value), None)
 
 
 def method_value(method):

@@ -26,8 +26,52 @@ _BUFFER_CALLS = {
     "TBS_BufferRelease": [_handle_out],
     "TBL_BufferParameterGet": [_u64, _u32, ctypes.c_void_p],
 }
+
+
+class PackingInfo(ctypes.Structure):
+    """TRW_PackingInfo"""
+    _fields_ = [("size", _u32), ("bits", _u32), ("group_pixels", _u32), ("group_bytes", _u32), ("format", _u32),
+                ("reserved", _u32), ("line_bytes", _u64), ("name", ctypes.c_char * 16)]
+
+
+class Settings(ctypes.Structure):
+    """TRW_Settings"""
+    _fields_ = [("size", _u32), ("format", _u32), ("method", _u32), ("phase", _u32)]
+
+
+class Reading(ctypes.Structure):
+    """TRW_Reading"""
+    _fields_ = [("size", _u32), ("system", _u32), ("code", _u32), ("format", _u32), ("packing", _u32),
+                ("phase", _u32), ("system_name", _text), ("name", _text), ("why", _text)]
+
+
+class Route(ctypes.Structure):
+    """TRW_Route"""
+    _fields_ = [("size", _u32), ("steps", _u32), ("format", _u32 * 4), ("direct", _u32), ("reserved", _u32),
+                ("remark", _text), ("why", _text)]
+
+
+def record(kind, **values):
+    """A record of the raw library that says its size."""
+    return kind(size=ctypes.sizeof(kind), **values)
+
+
+_pool, _settings, _reading = ctypes.c_void_p, ctypes.POINTER(Settings), ctypes.POINTER(Reading)
+
 _RAW_CALLS = {
+    "TRW_Convert": [_u64, _u32, _u64, _settings, _pool],
     "TRW_Explain": [_u64, _u32, _u64, _text, _u64],
+    "TRW_ExplainConvert": [_u64, _u32, _u64, _settings, _pool, _text, _u64],
+    "TRW_FindCode": [_u32, _u32, _reading],
+    "TRW_FindName": [_text, _reading],
+    "TRW_NameAt": [_u32, _reading],
+    "TRW_NameOf": [_u32, _u32, _u32, _u32, _reading],
+    "TRW_PackingInfoGet": [_u32, _u32, _u32, ctypes.POINTER(PackingInfo)],
+    "TRW_PlanRoute": [_u32, _u32, _u32, _u32, ctypes.POINTER(Route)],
+    "TRW_PoolCreate": [ctypes.POINTER(_pool), _u32],
+    "TRW_PoolDestroy": [ctypes.POINTER(_pool)],
+    "TRW_PoolThreadsGet": [_pool, ctypes.POINTER(_u32)],
+    "TRW_Unpack": [_u64, _u32, _u64],
 }
 
 
@@ -89,15 +133,41 @@ def _load_all():
 image, buffers, raw = _load_all()
 
 
-def explain(source, destination):
-    """Status and text of TRW_Explain for two handles."""
+def _explained(call, *arguments):
     text = ctypes.create_string_buffer(c.TRW_EXPLAIN_BYTES)
-    status = raw.TRW_Explain(source, 0, destination, text, len(text))
+    status = call(*arguments, text, len(text))
     return status, text.value.decode("ascii")
+
+
+def explain(source, destination, packing=0):
+    """Status and text of TRW_Explain for two handles: of TIL_Convert, or for a packing TRW_Unpack."""
+    return _explained(raw.TRW_Explain, source, packing, destination)
+
+
+def explain_convert(source, packing, destination, settings, pool):
+    """Status and text of TRW_ExplainConvert for two handles, a Settings and the address of a pool."""
+    return _explained(raw.TRW_ExplainConvert, source, packing, destination, ctypes.byref(settings), pool)
+
+
+def _check(status, explained):
+    if status == c.TRV_STATUS_MEMORY:
+        raise Error(status, f"status {status}: no memory for the lines between\nwhy: the system gave none\n"
+                            "next: end other programs, or convert narrower pictures")
+    if status != c.TRV_STATUS_OK:
+        raise Error(status, explained()[1])
 
 
 def convert(source, destination):
     """TIL_Convert of two handles; raises Error."""
-    status = image.TIL_Convert(source, destination)
-    if status != c.TRV_STATUS_OK:
-        raise Error(status, explain(source, destination)[1])
+    _check(image.TIL_Convert(source, destination), lambda: explain(source, destination))
+
+
+def unpack(source, packing, destination):
+    """TRW_Unpack of two handles; raises Error."""
+    _check(raw.TRW_Unpack(source, packing, destination), lambda: explain(source, destination, packing))
+
+
+def convert_on(source, packing, destination, settings, pool):
+    """TRW_Convert of two handles, a Settings and the address of a pool; raises Error."""
+    _check(raw.TRW_Convert(source, packing, destination, ctypes.byref(settings), pool),
+           lambda: explain_convert(source, packing, destination, settings, pool))
