@@ -29,7 +29,7 @@ uint32_t count_bands(const ConvertDecision& d, uint32_t threads, const Cut& cut)
 void cut_strips(const ConvertDecision& d, const Cut& cut, Partition* p) {
     const uint64_t line = d.job.source.stride;
     p->strip_lines = smaller(cut.strip_bytes / line + 1, p->band_lines);
-    // The neighbours of its first and its last line, and the sample behind that.
+    // The neighbours of its first and its last line, and the sample after that.
     const uint64_t bytes = (uint64_t{p->strip_lines} + 2) * line + pixel_bytes;
     p->seat_bytes = (bytes + cache_line - 1) / cache_line * cache_line;
 }

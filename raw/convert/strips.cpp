@@ -55,7 +55,7 @@ void Strips::load(Strip* strip, LineRange wanted) const {
     const uint32_t width = d_.unpack.job.source.width;
     const LineRange missing{wanted.first + kept, wanted.last};
     if (missing.first < missing.last) fill(*strip, width, missing);
-    if (width % 2 != 0) fill_behind(*strip);
+    if (width % 2 != 0) fill_after(*strip);
 }
 
 // Samples of the first `width` pixels of lines: unpacked, and what else is done to samples before
@@ -68,9 +68,9 @@ void Strips::fill(const Strip& strip, uint32_t width, LineRange lines) const {
     unpack_lines(level_, *d_.unpack.packing, job, lines);
 }
 
-// With an odd width a conversion may look at the sample behind a line: the first one of the next
-// line, and behind the picture, zero.
-void Strips::fill_behind(const Strip& strip) const {
+// With an odd width a conversion may look at the sample after a line: the first one of the next
+// line, and after the picture, zero.
+void Strips::fill_after(const Strip& strip) const {
     const uint32_t next = strip.lines.last;
     if (next == height_)
         memset(strip.line(next), 0, pixel_bytes);

@@ -37,7 +37,7 @@ class Strips {
     LineRange with_neighbours(LineRange lines) const;
     void load(Strip* strip, LineRange wanted) const;
     void fill(const Strip& strip, uint32_t width, LineRange lines) const;
-    void fill_behind(const Strip& strip) const;
+    void fill_after(const Strip& strip) const;
 
     const Level& level_;
     const ConvertDecision& d_;

@@ -112,7 +112,7 @@ void say_reach(const char* done, const char* able, uint64_t bytes, Writer* out) 
              done, bytes, bytes == 1 ? "" : "s", able);
 }
 
-// The sample behind an odd line of strips is that of a picture without padding.
+// The sample after an odd line of strips is that of a picture without padding.
 void behind_strips(const Case& c) {
     c.note();
     c.out->add(
