@@ -300,9 +300,9 @@ TRV_API uint32_t TRW_PlanRoute(uint32_t from, uint32_t to, uint32_t method, uint
 TRV_API uint32_t TRW_Explain(uint64_t source, uint32_t packing, uint64_t destination, char* text,
                              uint64_t size);
 
-/* Says in words what TRW_Convert(source, packing, destination, settings, pool) would do, and why, as
-   TRW_Explain says it of the other calls. After a success, notes say by which steps, how many lines
-   at a time are unpacked, and how many threads share how many bands of lines:
+/* Says in words what TRW_Convert(source, packing, destination, settings, pool) would do, and why,
+   as TRW_Explain says it of the other calls. After a success, notes say by which steps, how many
+   lines at a time are unpacked, and how many threads share how many bands of lines:
 
      status 0: 12p becomes BGR24 by way of BAY12, 1920 x 1080 pixels, by ave in phase A (RGGB)
      note: 68 lines at a time are unpacked, 261120 bytes, and become the picture from there
