@@ -90,7 +90,7 @@ Failure nothing_found(const guess::Dump& dump) {
 }
 
 std::string title(const guess::Proposal& p) {
-    std::string words = text(p.width, "x", p.height, " ", p.format->name);
+    std::string words = text(p.width, "x", p.height, " ", description({p.format, p.packing}));
     if (p.phase != Phase::none) words += text(" ", phase_name(p.phase));
     return p.swapped ? words + ", bytes swapped" : words;
 }
@@ -111,6 +111,8 @@ Json as_json(const guess::Dump& dump, const guess::Proposal& p) {
             {"width", p.width},
             {"height", p.height},
             {"format", p.format->name},
+            {"packing", p.packing == 0 ? Json() : Json(packing_name(p.packing))},
+            {"other_names", p.other_names},
             {"phase", mosaic ? Json(phase_name(p.phase)) : Json()},
             {"stride", p.stride},
             {"skip", p.skip},
@@ -141,7 +143,9 @@ void write_sheet(const guess::Dump& dump, const std::vector<guess::Proposal>& pr
         const std::string phase = p.phase == Phase::none ? "" : text(" ", phase_name(p.phase));
         const Frame none(tight(format_of(Code::BGR24), 1, 1));
         sheet.put(i, picture ? *picture : none,
-                  text(i + 1, " ", p.format->name, phase, " ", p.width, "x", p.height), false);
+                  text(i + 1, " ", p.packing == 0 ? p.format->name : packing_name(p.packing), phase,
+                       " ", p.width, "x", p.height),
+                  false);
         progress.part(i + 1, proposals.size());
     }
     Output file(o.output, o.force);

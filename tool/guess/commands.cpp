@@ -9,8 +9,9 @@ namespace trv::tool::guess {
 namespace {
 
 std::string options(const Proposal& p) {
-    std::string words = text("-s ", p.width, "x", p.height, " -f ", p.format->name);
-    if (p.stride != line_bytes(*p.format, p.width)) words += text(" --stride ", p.stride);
+    std::string words = text("-s ", p.width, "x", p.height, " -f ",
+                             p.packing == 0 ? p.format->name : packing_name(p.packing));
+    if (p.stride != p.geometry().line()) words += text(" --stride ", p.stride);
     if (p.skip != 0) words += text(" --skip ", p.skip);
     if (p.phase != Phase::none && p.format->phase == Phase::none)
         words += text(" --phase ", phase_name(p.phase));

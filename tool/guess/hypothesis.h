@@ -13,6 +13,10 @@ struct Hypothesis {
     double cost;     // as Fit has it
 };
 
+// What its pattern costs where lines begin `start` bytes into the dump; 1 where the packing cannot
+// be that.
+double cost_at(const Dump& dump, const Hypothesis& hypothesis, uint64_t start);
+
 // The best ones first, without those that another one explains: twice the pitch of a good one, or a
 // pitch beside it. Empty when the dump is too short to tell.
 std::vector<Hypothesis> likely_hypotheses(const Dump& dump);

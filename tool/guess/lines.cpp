@@ -98,7 +98,7 @@ Edge choose_edge(const Dump& dump, const Hypothesis& h, const std::vector<double
     const uint64_t rest = dump.length % h.pitch;
     const auto break_at = [&](uint64_t skip) {
         const uint64_t byte = (skip + h.pitch - h.start % h.pitch) % h.pitch;
-        return breaks[std::min<uint64_t>(byte * 8 / h.packing->bits, breaks.size() - 1)];
+        return breaks[std::min<uint64_t>(h.packing->samples_in(byte), breaks.size() - 1)];
     };
     const auto top = std::max_element(breaks.begin(), breaks.end());
     const auto column = static_cast<uint64_t>(top - breaks.begin());
@@ -154,16 +154,15 @@ Lines find_lines(const Dump& dump, const Hypothesis& h) {
     const uint64_t lag =
         across(h.pattern) == 4 && per_pixel(h.pattern) == 2 ? 4 : across(h.pattern);
     // A pad byte in each pixel is one column at a time, and a dark edge a few.
-    // A pad byte in each pixel is one column at a time, and a dark edge a few.
     const bool padded = padding.length > per_pixel(h.pattern) &&
-                        padding.length * h.packing->bits >= least_padding * 8;
+                        h.packing->bytes_of(padding.length) >= least_padding;
     uint64_t line_bytes = h.pitch;
     Edge edge{};
     if (padded) {
         const uint64_t end = padding.first + padding.length;
         const bool at_end = end == torus.width();
         line_bytes = at_end ? h.packing->bytes_of(padding.first)
-                            : h.pitch - padding.length * h.packing->bits / 8;
+                            : h.pitch - h.packing->bytes_of(padding.length);
         edge = {(h.start + (at_end ? 0 : h.packing->bytes_of(end))) % h.pitch, true};
     } else {
         edge = choose_edge(dump, h, find_breaks(torus, lag));

@@ -18,7 +18,7 @@ constexpr uint32_t widths[] = {
     808,  960,  1024, 1080, 1152, 1280, 1292, 1296, 1360, 1392, 1400, 1440, 1456, 1600, 1620,
     1624, 1628, 1920, 1936, 2040, 2048, 2064, 2080, 2160, 2304, 2448, 2464, 2560, 2592, 2752,
     3072, 3088, 3200, 3280, 3296, 3376, 3840, 4000, 4024, 4096, 4112, 4512, 4608, 5120, 5472};
-constexpr uint32_t pixel_bits[] = {8, 10, 12, 14, 16, 24, 32, 48, 64};
+constexpr uint32_t colour_bytes[] = {3, 4, 6, 8};  // of a pixel
 
 uint32_t difference(const uint8_t* a, const uint8_t* b) {
     uint32_t sum = 0;
@@ -89,11 +89,14 @@ std::vector<uint32_t> deepest(const std::vector<double>& depth) {
 // Lines of usual widths that the length holds a whole number of.
 std::vector<uint32_t> divisors(const Dump& dump, const std::vector<double>& depth) {
     std::vector<uint32_t> found;
-    for (const uint32_t width : widths)
-        for (const uint32_t bits : pixel_bits) {
-            const uint32_t pitch = width * bits / 8;
-            if (pitch < depth.size() && dump.length % pitch == 0) add(&found, pitch);
-        }
+    const auto try_pitch = [&](uint64_t pitch) {
+        if (pitch < depth.size() && dump.length % pitch == 0)
+            add(&found, static_cast<uint32_t>(pitch));
+    };
+    for (const uint32_t width : widths) {
+        for (const Packing& packing : packings) try_pitch(packing.bytes_of(width));
+        for (const uint32_t bytes : colour_bytes) try_pitch(uint64_t{width} * bytes);
+    }
     std::sort(found.begin(), found.end(),
               [&](uint32_t a, uint32_t b) { return depth[a] > depth[b]; });
     found.resize(std::min(found.size(), most_divisors));

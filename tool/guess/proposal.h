@@ -10,7 +10,8 @@ namespace trv::tool::guess {
 
 struct Proposal {
     const Format* format;
-    Phase phase;  // none where it is no mosaic
+    uint32_t packing;  // TRW_PACKING_... that becomes the format; 0: none
+    Phase phase;       // none where it is no mosaic
     uint64_t width, height, stride, skip, trailing;
     bool swapped;  // the bytes of each pair have to be exchanged first
     uint32_t used_bits;
@@ -18,6 +19,8 @@ struct Proposal {
     std::string reason;
 
     Geometry geometry() const;
+    // Packings that the bytes are as well: those of the same bits by other names.
+    std::vector<std::string> other_names;
 };
 
 // Best first, at most `most`; empty when nothing stands out.

@@ -7,7 +7,7 @@
 namespace trv::tool::guess {
 namespace {
 
-constexpr size_t most_bands = 32, most_samples = 1024;
+constexpr size_t most_samples = 1024;
 constexpr size_t whole = 12;  // samples: a multiple of every pattern's width
 
 double apart(uint32_t a, uint32_t b) {
@@ -143,9 +143,12 @@ std::vector<Fit> fit_bytes(const Bands& bands) {
 // Beside red, green and blue there is a byte or word that says nothing, or nearly so.
 double quad_cost(const Bands& bands) {
     const std::vector<Sums> all = sum_pattern(bands, Pattern::quad);
-    const auto [least, most] = std::minmax_element(
-        all.begin(), all.end(), [](const Sums& a, const Sums& b) { return a.any < b.any; });
-    return least->any > 0.02 * most->any ? 1 : mean_cost(all);
+    double most = 0;
+    for (const Sums& sums : all) most = std::max(most, sums.any);
+    const auto silent = std::count_if(all.begin(), all.end(),
+                                      [most](const Sums& sums) { return sums.any <= 0.02 * most; });
+    // Two are the high bytes of words with few bits.
+    return silent == 1 ? mean_cost(all) : 1;
 }
 
 // The byte of a word that has fewer bits in use is the high one.
@@ -158,7 +161,7 @@ bool swaps_bytes(const Bands& bands) {
 }
 
 bool colours_in_pixels(const Packing& packing) {
-    return packing.bits % 8 == 0;
+    return packing.row.bits % 8 == 0;
 }
 
 }  // namespace
@@ -194,13 +197,14 @@ uint32_t per_pixel(Pattern pattern) {
     }
 }
 
-Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing& packing) {
+Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing& packing,
+                 size_t most) {
     Bands bands;
     const uint64_t lines = dump.known > start ? (dump.known - start) / pitch : 0;
     const uint64_t samples = packing.samples_in(pitch);
     bands.width = static_cast<size_t>(std::min<uint64_t>(samples, most_samples) / whole * whole);
     if (lines < 4 || bands.width < whole) return bands;
-    const size_t count = std::min<size_t>(most_bands, static_cast<size_t>(lines / 4));
+    const size_t count = std::min<size_t>(most, static_cast<size_t>(lines / 4));
     for (size_t band = 0; band < count; ++band) {
         const uint64_t y = (lines - 4) * band / count / 2 * 2;
         // Different parts of long lines, all beginning with the same colour.
@@ -209,7 +213,9 @@ Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing
         for (size_t i = 0; i < four.size(); ++i) {
             const uint8_t* line = &dump.bytes[start + (y + i) * pitch];
             four[i].resize(bands.width);
-            for (size_t k = 0; k < bands.width; ++k) four[i][k] = sample_at(packing, line, x + k);
+            uint32_t* to = four[i].data();
+            for_each_sample(packing, line, x, bands.width,
+                            [&to](uint32_t sample) { *to++ = sample; });
         }
     }
     return bands;
@@ -218,7 +224,7 @@ Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing
 std::vector<Fit> fit_patterns(const Bands& bands, const Packing& packing) {
     if (bands.lines.empty()) return {};
     std::vector<Fit> fits = {{Pattern::mosaic, mosaic_cost(bands)}};
-    if (packing.bits == 8)
+    if (packing.row.bits == 8)
         for (const Fit& fit : fit_bytes(bands)) fits.push_back(fit);
     const bool three = colours_in_pixels(packing) && has_period(bands, 3);
     const bool four = colours_in_pixels(packing) && !three && has_period(bands, 4);
@@ -226,7 +232,7 @@ std::vector<Fit> fit_patterns(const Bands& bands, const Packing& packing) {
     if (four) fits.push_back({Pattern::quad, quad_cost(bands)});
     const double grey = mean_cost(sum_pattern(bands, Pattern::grey));
     fits.push_back({Pattern::grey, three || four ? 1.3 * grey + 0.05 : grey});
-    if (packing.bits == 16 && swaps_bytes(bands))
+    if (packing.is_words() && swaps_bytes(bands))
         for (Fit& fit : fits) fit.cost += 0.15;
     return fits;
 }

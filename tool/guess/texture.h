@@ -21,7 +21,9 @@ struct Bands {
     std::vector<std::array<std::vector<uint32_t>, 4>> lines;
     size_t width;  // samples of each
 };
-Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing& packing);
+inline constexpr size_t many_bands = 32, few_bands = 6;
+Bands take_bands(const Dump& dump, uint64_t start, uint64_t pitch, const Packing& packing,
+                 size_t most = many_bands);
 
 // How much neighbouring samples of one colour differ, where 1 is what any two samples of that
 // colour do: 0.05 to 0.3 in pictures.
