@@ -1,12 +1,12 @@
 // layouts FOLDER: draws every stored layout into FOLDER and prints docs/layouts.md, which shows
 // them.
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "docs/generate/bits.h"
+#include "docs/generate/drawing.h"
 
 namespace {
 
@@ -17,9 +17,6 @@ struct Layout {
     const Format* first;
     std::string names;  // of all formats that are stored so
 };
-
-constexpr unsigned cell = 30, height = 30, bytes_per_row = 2;
-constexpr unsigned byte_width = 8 * cell + 16, row_height = height + 26;
 
 // Mosaics are stored as grey is: one drawing serves both.
 Bit drawn_bit(const Format& f, unsigned bit) {
@@ -49,73 +46,16 @@ std::vector<Layout> all_layouts() {
     return layouts;
 }
 
-// Dark enough for white letters, and apart in brightness for eyes that see no hue.
-const char* fill(const Format& f, char owner) {
-    if (owner == '0' || owner == '-') return "#e4e6ea";
-    if (trv::is_packed(f))
-        return owner == 'a'   ? "#1f4e79"
-               : owner == 'b' ? "#b35c00"
-               : owner == 'c' ? "#2e6b3e"
-                              : "#7a3b78";
-    switch (owner) {
-        case 'r':
-            return "#b3261e";
-        case 'g':
-            return "#2e7d32";
-        case 'b':
-            return "#1f4fa3";
-        case 'a':
-            return "#5f6368";
-        case 'u':
-            return "#2f6f9f";
-        case 'v':
-            return "#a34a5a";
-        default:
-            return owner == 'z' ? "#6b6f76" : "#3c4043";
-    }
-}
-
-std::string label(const Bit& bit) {
-    if (bit.owner == '0') return "0";
-    if (bit.owner == '-') return "-";
-    return bit.owner + std::to_string(bit.index);
-}
-
-unsigned rows_of(const Format& f) {
-    return (page::group_bytes(f) + bytes_per_row - 1) / bytes_per_row;
-}
-
-void draw_bit(std::ostream& out, const Format& f, unsigned x, unsigned y, unsigned bit) {
-    const Bit found = drawn_bit(f, bit);
-    const bool unused = found.owner == '0' || found.owner == '-';
-    out << "<rect x=\"" << x << "\" y=\"" << y << "\" width=\"" << cell - 1 << "\" height=\""
-        << height << "\" fill=\"" << fill(f, found.owner) << "\"/><text x=\"" << x + cell / 2
-        << "\" y=\"" << y + 20 << "\"" << (unused ? " fill=\"#5f6368\"" : "") << ">" << label(found)
-        << "</text>\n";
-}
-
-void draw_byte(std::ostream& out, const Format& f, unsigned byte) {
-    const unsigned left = 8 + byte % bytes_per_row * byte_width;
-    const unsigned top = 8 + byte / bytes_per_row * row_height;
-    out << "<text class=\"n\" x=\"" << left + 4 * cell << "\" y=\"" << top + 12 << "\">byte "
-        << byte << "</text>\n";
-    for (unsigned bit = 8; bit-- > 0;)
-        draw_bit(out, f, left + (7 - bit) * cell, top + 18, 8 * byte + bit);
+const char* colour(const Format& f, char owner) {
+    return trv::is_packed(f) ? page::colour_of_pixel(static_cast<unsigned>(owner - 'a'))
+                             : page::colour_of_channel(owner);
 }
 
 void draw(const Format& f, const std::string& path) {
-    const unsigned bytes = page::group_bytes(f);
-    const unsigned columns = bytes < bytes_per_row ? bytes : bytes_per_row;
-    const unsigned width = columns * byte_width, tall = 8 + rows_of(f) * row_height;
-    std::ofstream out(path);
-    out << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " << width << ' ' << tall
-        << "\" width=\"" << width << "\" height=\"" << tall << "\" role=\"img\">\n<title>" << f.name
-        << ": " << page::diagram(f) << "</title>\n"
-        << "<style>text{font:13px monospace;text-anchor:middle;fill:#fff}"
-        << "text[fill]{fill:#5f6368}.n{fill:#3c4043}</style>\n"
-        << "<rect width=\"100%\" height=\"100%\" rx=\"6\" fill=\"#fff\"/>\n";
-    for (unsigned byte = 0; byte < bytes; ++byte) draw_byte(out, f, byte);
-    out << "</svg>\n";
+    const page::Drawing drawing{f.name, page::diagram(f), page::group_bytes(f),
+                                [&](unsigned bit) { return drawn_bit(f, bit); },
+                                [&](char owner) { return colour(f, owner); }};
+    page::Canvas(drawing, path).draw();
 }
 
 const char* const introduction = R"(# Layouts, bit by bit

@@ -1,9 +1,11 @@
-// packings: prints docs/raw.md from the table of packings. A test compares the page with this
-// output.
+// packings FOLDER: draws every packing into FOLDER and prints docs/raw.md, from the tables of
+// packings and of names. A test compares the page and its pictures with what this makes.
 #include <cstdio>
 #include <string>
 
-#include "image/format/format.h"
+#include "docs/generate/bits.h"
+#include "docs/generate/drawing.h"
+#include "raw/names/names.h"
 #include "raw/packing.h"
 
 namespace {
@@ -11,23 +13,67 @@ namespace {
 using trv::raw::Packing;
 using trv::raw::Target;
 
-std::string owner(const Packing& p, unsigned k) {
-    if (p.target == Target::yuv422) return std::string(1, "yuzv"[k]);
-    return std::string(1, static_cast<char>('a' + k));
+char owner(const Packing& p, unsigned k) {
+    return p.target == Target::yuv422 ? "yuzv"[k] : static_cast<char>('a' + k);
 }
 
-// Bytes in memory order, each from its highest bit to its lowest; - is a bit that nobody uses.
-std::string diagram(const Packing& p) {
-    std::string bits(p.bytes * size_t{8}, '-');
+// Bit 0 is the lowest of the first byte in memory; - is a bit that nobody uses.
+page::Bit bit_of(const Packing& p, unsigned wanted) {
     for (unsigned k = 0; k < p.samples; ++k)
         for (unsigned bit = 0; bit < p.bits; ++bit) {
             const trv::raw::Place at = trv::raw::place(p, k, bit);
-            bits[8 * at.byte + 7 - at.bit] = owner(p, k)[0];
+            if (8 * at.byte + at.bit == wanted) return {owner(p, k), bit};
         }
+    return {'-', 0};
+}
+
+// Bytes in memory order, each from its highest bit to its lowest.
+std::string diagram(const Packing& p) {
     std::string text;
-    for (unsigned byte = 0; byte < p.bytes; ++byte)
-        text += (byte == 0 ? "" : " ") + bits.substr(size_t{8} * byte, 8);
+    for (unsigned byte = 0; byte < p.bytes; ++byte) {
+        if (byte != 0) text += ' ';
+        for (unsigned bit = 8; bit-- > 0;) text += bit_of(p, 8 * byte + bit).owner;
+    }
     return text;
+}
+
+const char* colour(const Packing& p, char owner) {
+    return p.target == Target::yuv422 ? page::colour_of_channel(owner)
+                                      : page::colour_of_pixel(static_cast<unsigned>(owner - 'a'));
+}
+
+void draw(const Packing& p, const std::string& path) {
+    const page::Drawing drawing{p.name, diagram(p), p.bytes,
+                                [&](unsigned bit) { return bit_of(p, bit); },
+                                [&](char owner) { return colour(p, owner); }};
+    page::Canvas(drawing, path).draw();
+}
+
+bool has_same_bits(const trv::Format& f, const Packing& p) {
+    if (!trv::is_packed(f) || page::group_bytes(f) != p.bytes) return false;
+    for (unsigned bit = 0; bit < 8u * p.bytes; ++bit) {
+        const page::Bit one = page::bit_of(f, bit), other = bit_of(p, bit);
+        if (one.owner != other.owner || one.index != other.index) return false;
+    }
+    return true;
+}
+
+// Whether a name's pixels lie so: in the packing, or in a packed format that has the same bits.
+bool lies_so(const trv::raw::Name& name, const Packing& p) {
+    if (name.packing != 0 || name.format == 0) return name.packing == p.code;
+    return has_same_bits(*trv::find_format(name.format), p);
+}
+
+// Of mosaics the name of phase A stands for all four.
+void print_names(trv::raw::System system, const char* title, const Packing& p) {
+    std::string list;
+    for (size_t i = 0; i < trv::raw::name_count; ++i) {
+        const trv::raw::Name& name = trv::raw::names[i];
+        const bool other_phase = name.phase != trv::Phase::none && name.phase != trv::Phase::A;
+        if (name.system == system && !other_phase && lies_so(name, p))
+            list += std::string(list.empty() ? "`" : ", `") + name.name + "`";
+    }
+    if (!list.empty()) std::printf("%s: %s\n\n", title, list.c_str());
 }
 
 std::string targets(const Packing& p) {
@@ -43,6 +89,20 @@ void print_table() {
         std::printf("| %u | %s | %u | %u in %u | %s | `%s` |\n", unsigned{p.code}, p.name,
                     unsigned{p.bits}, unsigned{p.group}, unsigned{p.bytes}, targets(p).c_str(),
                     diagram(p).c_str());
+}
+
+void print_pictures() {
+    std::printf(
+        "\n## Bit by bit, and what others call them\n\n"
+        "`a9` is the highest bit of the first pixel of a group, `b0` the lowest of the second. Of "
+        "mosaics, the\nname of phase RGGB stands for those of all four.\n");
+    for (const Packing& p : trv::raw::packings) {
+        std::printf("\n### %s\n\n", p.name);
+        print_names(trv::raw::System::pfnc, "PFNC", p);
+        print_names(trv::raw::System::v4l2, "V4L2", p);
+        print_names(trv::raw::System::gst, "GStreamer", p);
+        std::printf("![%s: %s](pictures/packings/%s.svg)\n", p.name, diagram(p).c_str(), p.name);
+    }
 }
 
 const char* const introduction = R"(# Packings of cameras
@@ -92,12 +152,17 @@ for pmsb and be, and in the byte that it has for itself in all others.
 | 10Packed, 12Packed | GigE Vision, as in Mono12Packed |
 | 10p, 12p, 14p | PFNC: USB3 Vision, GigE Vision 2, as in BayerRG12p |
 | 10pmsb, 12pmsb, 14pmsb | PFNC: CoaXPress; Camera Link; V4L2's Y10B |
-| 10g40, 12g24 | grouped, as in Mono10g40 |
+| 10g40, 12g24 | grouped, as in Mono10g40; cameras may add their maker's name |
 | RAW10, RAW12, RAW14 | MIPI CSI-2; V4L2's pRAA, pRCC, pREE and their likes |
 | 10ipu3 | V4L2's ip3r and its likes |
 | 10msble, 12msble, 14msble | grabbers that align samples to the top of a word |
 | 10be to 16be, 10msbbe to 14msbbe | big-endian words of network and PGM files |
 | UYVY, YVYU, VYUY | 4:2:2 cameras; Y0 U Y1 V is YUV422 itself |
+
+Where the bits lie was taken from the tables of GigE Vision (Packed), PFNC (p, pmsb), MIPI CSI-2 and V4L2's
+pages (RAW, ipu3, Y10B), and for 12g24 from a camera maker's drawing of Mono12g24: the low bits of the first
+pixel are the lower half of the third byte. For 10g40 no text was found that says it of the fifth byte: its low
+bits follow the same rule, the first pixel's lowest, which is also RAW10's.
 
 ## What a caller must know
 
@@ -155,9 +220,13 @@ plain loop, on your machine. `--cold` takes frames from main memory, `--level v3
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
+    if (count != 2) return 2;
+    for (const Packing& p : trv::raw::packings)
+        draw(p, std::string(arguments[1]) + "/" + p.name + ".svg");
     std::printf("%s## The packings\n\n", introduction);
     print_table();
     std::printf("%s", knowledge);
+    print_pictures();
     return 0;
 }
