@@ -71,7 +71,7 @@ void print_names(trv::raw::System system, const char* title, const Packing& p) {
         const trv::raw::Name& name = trv::raw::names[i];
         const bool other_phase = name.phase != trv::Phase::none && name.phase != trv::Phase::A;
         if (name.system == system && !other_phase && lies_so(name, p))
-            list += std::string(list.empty() ? "`" : ", `") + name.name + "`";
+            list += std::string(list.empty() ? "" : ", ") + name.name;
     }
     if (!list.empty()) std::printf("%s: %s\n\n", title, list.c_str());
 }
