@@ -118,6 +118,13 @@ TRV_API uint32_t TRW_PoolDestroy(TRW_Pool** pool);
 
 TRV_EXTERN_C_END
 
+/* A method of TRW_Convert's own for mosaics, sharper than mean and median and with less false
+   colour: gradient-corrected linear interpolation. Where a colour is missing, its neighbours' mean
+   is corrected by how the pixel's own colour differs from its like two places away, by the
+   coefficients of Malvar, He and Cutler (2004); docs/demosaic.md has the formula. Beyond a border,
+   the picture is mirrored at its outermost sample. */
+#define TRW_METHOD_GRADIENT 0x1009u
+
 /* What TRW_Convert does differently from what the buffers say; all zero for nothing. */
 typedef struct TRW_Settings {
     uint32_t size;   /* bytes of this record, set by the caller: sizeof(TRW_Settings) */
@@ -125,7 +132,8 @@ typedef struct TRW_Settings {
                         mosaic (a letter says its phase) or YUV422. 0: a mosaic if the source's
                         pixel format is one, of any depth, else grey. Of no effect without a
                         packing */
-    uint32_t method; /* TBL_BAYER_METHOD_... of a mosaic; 0: as the source says */
+    uint32_t method; /* TBL_BAYER_METHOD_... of a mosaic, or TRW_METHOD_GRADIENT; 0: as the source
+                        says */
     uint32_t phase;  /* TBL_BAYER_PHASE_... of a mosaic; 0: as the letter or the source says */
 } TRW_Settings;
 
@@ -137,6 +145,19 @@ TRV_EXTERN_C_BEGIN
    does what TRW_Unpack and then TIL_Convert do, without a picture in between: a few lines at a time
    are unpacked into memory that stays in the cache. To a format that TRW_Unpack goes to, it
    unpacks.
+
+   Beyond that it demosaics what TIL_Convert does not. Packings and their phase count as above.
+
+   - Mosaics of n bits, 8 to 16, become RGB48 and BGR48, of 10, 12 and 14 bits RGB48_n and BGR48_n
+     too, by every method. Values keep their n bits: 10 bits give 0 to 1023, also in RGB48. By the
+     methods of TIL_Convert, a value shifted right by n - 8 is the byte that the same mosaic has in
+     BGR24.
+   - By TRW_METHOD_GRADIENT, mosaics become BGR24, RGB24, BGRX32 and RGBX32 too. Bytes are the upper
+     8 of the n bits. Bits of a sample above them are taken for the largest value.
+   - BAY10P_A to BAY14P_D, which are packed, become all that BAY10 to BAY14 do. The letter does not
+     say the phase.
+
+   Mosaics of less than 2 x 2 pixels write nothing.
 
    The bytes of the destination are the same on any number of threads, and those of the calls one
    after the other. The picture between these is one whose lines have no padding. With an odd
@@ -154,7 +175,7 @@ TRV_EXTERN_C_BEGIN
      TRV_STATUS_UNSUPPORTED    no such packing, its samples are not what the settings say, they do
                                not become the destination's format, or the settings go on after
                                the record with something that is not 0
-     TRV_STATUS_BAYER_SETTING  no kernel for method and phase
+     TRV_STATUS_BAYER_SETTING  nothing demosaics by this method and phase to the destination
      TRV_STATUS_MEMORY         no memory for the lines between, of which the pool keeps what a call
                                before took; nothing is written
 

@@ -1,5 +1,6 @@
 #include "raw/convert/cut.h"
 
+#include "raw/demosaic/decision.h"
 #include "raw/explain/access_extent.h"
 #include "raw/unpack/row.h"
 
@@ -30,7 +31,8 @@ void cut_strips(const ConvertDecision& d, const Cut& cut, Partition* p) {
     const uint64_t line = d.job.source.stride;
     p->strip_lines = smaller(cut.strip_bytes / line + 1, p->band_lines);
     // The neighbours of its first and its last line, and the sample after that.
-    const uint64_t bytes = (uint64_t{p->strip_lines} + 2) * line + pixel_bytes;
+    const uint64_t lines = uint64_t{p->strip_lines} + 2 * neighbour_lines(d.conversion);
+    const uint64_t bytes = lines * line + pixel_bytes;
     p->seat_bytes = (bytes + cache_line - 1) / cache_line * cache_line;
 }
 

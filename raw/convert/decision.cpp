@@ -1,6 +1,7 @@
 #include "raw/convert/decision.h"
 
 #include "image/exports/read_job.h"
+#include "raw/demosaic/decision.h"
 #include "raw/phase.h"
 #include "raw/unpack/row.h"
 
@@ -21,7 +22,8 @@ void apply(const TRW_Settings& settings, const Format* samples, Job* job) {
 }
 
 void act_on(Course course, ConvertDecision* d) {
-    d->conversion = decide(d->job);
+    const OwnDemosaic demosaic = decide_demosaic(d->job);
+    d->conversion = demosaic.is_one ? demosaic.decision : decide(d->job);
     d->status = status_of(d->conversion.refusal);
     if (d->conversion.refusal == Refusal::none)
         d->course = course;
@@ -90,11 +92,28 @@ void decide_both(const Buffer& source, const TRW_Settings& settings, ConvertDeci
     act_on(Course::unpack_and_convert, d);
 }
 
+// A packed mosaic that is to be demosaiced is unpacked on the way, as a packing that its format is;
+// as without one, the letter of its phase does not count.
+bool takes_packing_of_format(Handle source, Handle destination, uint32_t* packing,
+                             TRW_Settings* settings) {
+    const Format* from = find_format(Buffer(source).format() & 0xFF);
+    const Format* to = find_format(Buffer(destination).format() & 0xFF);
+    if (!is_mosaic(from) || !is_packed(*from) || to == nullptr) return false;
+    const bool is_10 = from->significant == 10, is_12 = from->significant == 12;
+    const Code words = is_10 ? Code::BAY10 : is_12 ? Code::BAY12 : Code::BAY14;
+    if (!is_demosaiced(format_of(words), *to)) return false;
+    *packing = is_10 ? TRW_PACKING_10p : is_12 ? TRW_PACKING_12p : TRW_PACKING_14p;
+    settings->format = format_prefix + static_cast<uint32_t>(words);
+    return true;
+}
+
 }  // namespace
 
 ConvertDecision decide_convert(Handle source, uint32_t packing, Handle destination,
-                               const TRW_Settings& settings) {
-    if (packing == 0) return decide_words(source, destination, settings);
+                               const TRW_Settings& given) {
+    TRW_Settings settings = given;
+    if (packing == 0 && !takes_packing_of_format(source, destination, &packing, &settings))
+        return decide_words(source, destination, settings);
     ConvertDecision d{};
     d.unpack = decide_unpack(source, packing, destination);
     if (d.unpack.refusal == UnpackRefusal::other_samples)

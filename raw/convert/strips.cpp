@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include "image/dispatch/run.h"
+#include "raw/demosaic/decision.h"
 #include "raw/unpack/unpack.h"
 
 namespace trv::raw {
@@ -18,7 +19,10 @@ void convert_lines(const Level& level, const Job& job, const Decision& decision,
     image.width = job.source.width;
     image.height = job.source.height;
     image.bits = decision.source->significant;
-    bayer::convert_lines(level.image, decision.kernel, image, lines);
+    if (is_own_demosaic(decision))
+        demosaic_lines(level, demosaic_of(decision), image, lines);
+    else
+        bayer::convert_lines(level.image, decision.kernel, image, lines);
 }
 
 void Strips::make(LineRange band, uint8_t* memory) const {
@@ -40,9 +44,9 @@ void Strips::pass(Strip* strip, LineRange lines) const {
 }
 
 LineRange Strips::with_neighbours(LineRange lines) const {
-    if (d_.conversion.kind != RouteKind::bayer) return lines;
-    return {lines.first == 0 ? 0 : lines.first - 1,
-            lines.last == height_ ? lines.last : lines.last + 1};
+    const uint32_t reach = neighbour_lines(d_.conversion), below = height_ - lines.last;
+    return {lines.first < reach ? 0 : lines.first - reach,
+            lines.last + (below < reach ? below : reach)};
 }
 
 // Lines that are there are moved; the others are filled, each once in a band.

@@ -109,14 +109,13 @@ class GradientWalk {
 };
 
 void make_words(const Level& level, const Image& image, const bayer::Mosaic& mosaic,
-                DemosaicMethod method, LineRange lines) {
-    const auto by = static_cast<bayer::Method>(method);
+                bayer::Method method, LineRange lines) {
     const Depth depth = image.bits == 8 ? bayer::depth8 : bayer::depth16;
     const bayer::Walk<WordTable> walk{image, mosaic, {*level.demosaic, depth}, 0, lines};
     if (depth == bayer::depth8)
-        walk.run_method<uint8_t, layout::Bgr48>(by);
+        walk.run_method<uint8_t, layout::Bgr48>(method);
     else
-        walk.run_method<uint16_t, layout::Bgr48>(by);
+        walk.run_method<uint16_t, layout::Bgr48>(method);
 }
 
 }  // namespace
@@ -134,7 +133,7 @@ void demosaic_lines(const Level& level, const Demosaic& demosaic, const Image& i
                                     has(destination, Channel::X));
     const bayer::Mosaic mosaic =
         bayer::mosaic_of(demosaic.phase, destination.fields[0].channel == Channel::R);
-    if (demosaic.method != DemosaicMethod::gradient)
+    if (demosaic.method != method_gradient)
         return make_words(level, whole, mosaic, demosaic.method, lines);
     const GradientWalk walk(*level.demosaic, whole, mosaic, gradient_layout(destination));
     for (uint32_t y = lines.first; y < lines.last; ++y) walk.make_line(y);

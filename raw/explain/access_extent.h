@@ -35,7 +35,8 @@ constexpr uint64_t packed_width(const Job& job, const Decision& decision) {
 }
 
 constexpr bool looks_behind_odd_lines(const Job& job, const Decision& decision) {
-    return decision.kind == RouteKind::bayer && decision.kernel.method != bayer::dup &&
+    const bayer::Method method = decision.kernel.method;
+    return decision.kind == RouteKind::bayer && (method == bayer::ave || method == bayer::med) &&
            job.source.width % 2 != 0;
 }
 

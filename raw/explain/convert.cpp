@@ -18,7 +18,8 @@ struct Call {
     const ConvertDecision& d;
 
     Before before() const {
-        return {packing == 0 ? nullptr : &d.unpack, settings.method != 0, settings.phase != 0};
+        return {d.unpack.packing == nullptr ? nullptr : &d.unpack, settings.method != 0,
+                settings.phase != 0};
     }
 };
 

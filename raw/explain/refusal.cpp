@@ -6,6 +6,7 @@
 #include "raw/explain/access_extent.h"
 #include "raw/explain/words.h"
 #include "raw/routes/plan.h"
+#include "trvil/raw.h"
 
 namespace trv::raw {
 namespace {
@@ -97,6 +98,9 @@ void explain_method(const Job& job, bool set, Writer* out) {
     out->add("the %s Bayer method is 0x%" PRIX32 ", which is none", whose(set), job.method);
     out->begin("why");
     out->add("parameter 9, compared whole, is 0x109 (dup), 0x209 (ave) or 0x309 (med)");
+    if (set)
+        out->add("; 0x%X (gradient) makes words of 48 bits, or BGR24, RGB24, BGRX32, RGBX32",
+                 TRW_METHOD_GRADIENT);
     out->begin("next");
     if (set)
         out->add("give the settings TBL_BAYER_METHOD_AVE, or 0 for what the source says");

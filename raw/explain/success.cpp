@@ -234,7 +234,7 @@ void pad(const Case& c) {
 }
 
 void unscaled(const Case& c) {
-    if (c.demosaics() || c.destination.significant <= c.source.significant) return;
+    if (c.destination.significant <= c.source.significant) return;
     if (c.destination.stored == 16 && c.destination.family == Family::word) return;
     c.note();
     c.out->add("values are not scaled: the brightest of %u bits stays %u, which is dark in %u",

@@ -9,7 +9,7 @@
 
 namespace trv::raw {
 
-inline constexpr const char* method_names[] = {"dup", "ave", "med"};
+inline constexpr const char* method_names[] = {"dup", "ave", "med", "gradient"};
 inline constexpr const char* phase_names[] = {"A (RGGB)", "B (GRBG)", "C (GBRG)", "D (BGGR)"};
 
 // A parameter that a call needs and that reads zero.

@@ -7,6 +7,7 @@
 #include "image/exports/convert.h"
 #include "image/format/decision.h"
 #include "raw/convert/convert.h"
+#include "raw/demosaic/decision.h"
 #include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 #include "tests/harness.h"
@@ -29,7 +30,8 @@ constexpr uint64_t between_handle = 0xBE73;
 // Every line is a band, and a strip has one or two.
 constexpr trv::raw::Cut fine{1, 1, 4};
 
-constexpr uint32_t methods[] = {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_MED};
+constexpr uint32_t methods[] = {TBL_BAYER_METHOD_DUP, TBL_BAYER_METHOD_AVE, TBL_BAYER_METHOD_MED,
+                                TRW_METHOD_GRADIENT};
 constexpr uint32_t phases[] = {TBL_BAYER_PHASE_A, TBL_BAYER_PHASE_B, TBL_BAYER_PHASE_C,
                                TBL_BAYER_PHASE_D};
 
@@ -77,6 +79,17 @@ std::string describe(const Case& c, unsigned level, uint32_t threads) {
            " level " + trv::raw::levels[level].name + " threads " + std::to_string(threads);
 }
 
+trv::Decision decide(const Case& c) {
+    trv::Job job{};
+    job.source = {whole_code(*c.samples), nullptr, c.source_stride, c.width, c.height};
+    job.destination = {whole_code(*c.destination), nullptr, c.destination_stride, c.width,
+                       c.height};
+    job.method = c.method;
+    job.phase = c.phase;
+    const trv::raw::OwnDemosaic demosaic = trv::raw::decide_demosaic(job);
+    return demosaic.is_one ? demosaic.decision : trv::decide(job);
+}
+
 // Both pictures in exactly the memory that they need, and the calls that are compared.
 class Pictures {
   public:
@@ -113,7 +126,11 @@ class Pictures {
             ASSERT_EQ(trv::raw::unpack(loops, source_handle, c_.packing->code, between_handle), 0u);
             from = between_handle;
         }
-        ASSERT_EQ(trv::convert(trv::levels[level], from, destination_handle), 0u);
+        const trv::Decision decision = decide(c_);
+        if (trv::raw::is_own_demosaic(decision))
+            demosaic(decision);
+        else
+            ASSERT_EQ(trv::convert(trv::levels[level], from, destination_handle), 0u);
         expected_ = destination_.bytes();
     }
 
@@ -132,6 +149,22 @@ class Pictures {
 
   private:
     static constexpr size_t behind = 64;  // reached by whole groups
+
+    // Whole, at the lowest level: tests/raw/demosaic_test.cpp has the others.
+    void demosaic(const trv::Decision& decision) const {
+        trv::bayer::Image image{};
+        const bool unpacked = c_.packing != nullptr;
+        image.source =
+            unpacked ? reinterpret_cast<const uint8_t*>(between_.data()) : source_.data();
+        image.destination = destination_.memory.data();
+        image.source_stride = unpacked ? 2 * c_.width : c_.source_stride;
+        image.destination_stride = c_.destination_stride;
+        image.width = c_.width;
+        image.height = c_.height;
+        image.bits = c_.samples->significant;
+        trv::raw::demosaic_lines(trv::raw::levels[0], trv::raw::demosaic_of(decision), image,
+                                 {0, c_.height});
+    }
 
     size_t source_bytes() const {
         const size_t line = c_.packing == nullptr
@@ -174,15 +207,10 @@ void draw_shape(Case* c, Random& random) {
     c->destination_stride = test::any_stride(random, trv::line_bytes(*c->destination, c->width));
 }
 
-// Whether a destination in whole lines is large enough, whatever rule of size a route has.
+// Whether a destination in whole lines is large enough, whatever rule of size a route has, and
+// mosaics have the method.
 bool is_accepted(const Case& c) {
-    trv::Job job{};
-    job.source = {whole_code(*c.samples), nullptr, c.source_stride, c.width, c.height};
-    job.destination = {whole_code(*c.destination), nullptr, c.destination_stride, c.width,
-                       c.height};
-    job.method = c.method;
-    job.phase = c.phase;
-    return trv::decide(job).refusal == trv::Refusal::none;
+    return decide(c).refusal == trv::Refusal::none;
 }
 
 // Every pair that `has` names, mosaics by every method and phase.
@@ -191,13 +219,14 @@ void compare_all(const Packing* packing, Has has, Random& random) {
     for (const Format& samples : trv::formats)
         for (const Format& destination : trv::formats) {
             const trv::RouteKind kind = trv::route_kind(samples, destination);
-            if (kind == trv::RouteKind::none || !has(samples)) continue;
+            const bool demosaics = trv::raw::is_demosaiced(samples, destination);
+            if ((kind == trv::RouteKind::none && !demosaics) || !has(samples)) continue;
             for (const uint32_t method : methods)
                 for (const uint32_t phase : phases) {
                     Case c{packing, &samples, &destination, method, phase, 0, 0, 0, 0, 0};
                     draw_shape(&c, random);
                     if (is_accepted(c)) compare(c, random);
-                    if (kind != trv::RouteKind::bayer || ::testing::Test::HasFatalFailure()) break;
+                    if (!demosaics || ::testing::Test::HasFatalFailure()) break;
                 }
             if (::testing::Test::HasFatalFailure()) return;
         }
@@ -354,6 +383,14 @@ TEST_F(Settings, ThatAreWrongAreRefused) {
     EXPECT_EQ(with(TBL_FORMAT(BGR24), 0, 0), TRV_STATUS_UNSUPPORTED);
     EXPECT_EQ(with(0xEE, 0, 0), TRV_STATUS_UNSUPPORTED);
     EXPECT_EQ(with(0, 1, 0), TRV_STATUS_BAYER_SETTING);
+    EXPECT_EQ(with(0, TRW_METHOD_GRADIENT, 1), TRV_STATUS_BAYER_SETTING);
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(RGB16));
+    EXPECT_EQ(with(0, TRW_METHOD_GRADIENT, 0), TRV_STATUS_BAYER_SETTING);
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(RGB48_10));
+    EXPECT_EQ(with(0, 0, 0), TRV_STATUS_UNSUPPORTED);  // not as deep as the samples
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(RGB48));
+    EXPECT_EQ(with(0, 0, 0), TRV_STATUS_PARAMETER);  // too small
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(BGR24));
     EXPECT_EQ(with(0, 0, 1), TRV_STATUS_BAYER_SETTING);
     TRW_Settings longer[2]{};
     longer[0].size = 7;
@@ -392,6 +429,29 @@ TEST_F(Settings, BuffersThatDoNotFitAreRefused) {
     EXPECT_TRUE(is_untouched());
 }
 
+// Packed mosaics without a packing are those of it, and the phase that counts is parameter 10.
+TEST_F(Settings, PackedMosaicsAreUnpackedOnTheWay) {
+    fake().set(source_handle, TBL_PARAMETER_BAYER_METHOD, TBL_BAYER_METHOD_AVE);
+    fake().set(source_handle, TBL_PARAMETER_BAYER_PHASE, TBL_BAYER_PHASE_C);
+    const auto expected = made_with(TBL_FORMAT(BAY12), 0, 0);
+    fake().set(source_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(BAY12P_B));
+    picture_.assign(81, 0xA5);
+    ASSERT_EQ(convert(nullptr, 0), TRV_STATUS_OK);
+    EXPECT_EQ(picture_, expected);
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(BGRX32));
+    EXPECT_EQ(convert(nullptr, 0), TRV_STATUS_PARAMETER);  // the lines are too short
+    fake().set(destination_handle, TBL_PARAMETER_FORMAT, TBL_FORMAT(RGB24));
+    EXPECT_EQ(convert(nullptr, 0), TRV_STATUS_UNSUPPORTED);
+    const TRW_Settings gradient{sizeof gradient, 0, TRW_METHOD_GRADIENT, 0};
+    EXPECT_EQ(convert(&gradient, 0), TRV_STATUS_OK);
+}
+
+// What TRW_Convert demosaics and TIL_Convert does not.
+bool is_beyond(const Format& from, const Format& to) {
+    const bool deep = to.significant == 16 || to.significant == from.significant;
+    return from.family == trv::Family::bayer && (trv::is_packed(from) || (to.stored == 48 && deep));
+}
+
 // Without a packing, statuses are TIL_Convert's, also those that it does not pass on.
 TEST_F(Settings, StatusesWithoutPackingAreTilConverts) {
     Random random(test::seed());
@@ -407,6 +467,7 @@ TEST_F(Settings, StatusesWithoutPackingAreTilConverts) {
                 fake().set(source_handle, TBL_PARAMETER_BAYER_METHOD, method);
                 const uint32_t status =
                     trv::convert(trv::current_level(), source_handle, destination_handle);
+                if (status == TRV_STATUS_UNSUPPORTED && is_beyond(from, to)) continue;
                 ASSERT_EQ(
                     TRW_Convert(source_handle, 0, destination_handle, nullptr, pools()[2].get()),
                     status)

@@ -10,16 +10,16 @@ namespace {
 using test::Random;
 using trv::Code;
 using trv::Format;
-using trv::raw::DemosaicMethod;
+using trv::raw::method_gradient;
 
-constexpr DemosaicMethod methods[] = {DemosaicMethod::dup, DemosaicMethod::ave, DemosaicMethod::med,
-                                      DemosaicMethod::gradient};
+constexpr trv::bayer::Method methods[] = {trv::bayer::dup, trv::bayer::ave, trv::bayer::med,
+                                          method_gradient};
 constexpr Code destinations[] = {Code::RGB48, Code::BGR48,  Code::RGB24,
                                  Code::BGR24, Code::RGBX32, Code::BGRX32};
 const char* const phase_colours[] = {"RGGB", "GRBG", "GBRG", "BGGR"};
 
 struct Case {
-    DemosaicMethod method;
+    trv::bayer::Method method;
     trv::Phase phase;
     uint32_t bits;
     Code destination;
@@ -96,8 +96,8 @@ class Pictures {
         return test::any_stride(random, trv::line_bytes(format, c.width));
     }
     size_t behind() const {
-        const bool looks = trv::raw::looks_behind_odd_lines(c_.method) && c_.width % 2 != 0;
-        return looks ? c_.samples().stored / 8u : 0;
+        const bool looks = c_.method == trv::bayer::ave || c_.method == trv::bayer::med;
+        return looks && c_.width % 2 != 0 ? c_.samples().stored / 8u : 0;
     }
     void expect() {
         if (c_.width < 2 || c_.height < 2) return;
@@ -112,7 +112,7 @@ class Pictures {
         for (uint32_t y = 0; y < c_.height; ++y)
             for (uint32_t x = 0; x < c_.width; ++x)
                 put(c_,
-                    c_.method == DemosaicMethod::gradient
+                    c_.method == method_gradient
                         ? gradient_pixel(mosaic, x, y)
                         : pixel_by(static_cast<reference::Method>(c_.method), mosaic, x, y),
                     expected_.data() + size_t{destination_.stride} * y + pixel * x);
@@ -143,10 +143,10 @@ TEST(Demosaic, EveryMethodEqualsTheReferenceAtEveryWidth) {
     test::machine_levels();
     Random random(test::seed());
     for (uint32_t width = 1; width <= 201; width += width < 150 ? 1 : 3)
-        for (const DemosaicMethod method : methods)
+        for (const trv::bayer::Method method : methods)
             for (const Code destination : destinations) {
                 const bool is_made =
-                    trv::format_of(destination).stored == 48 || method == DemosaicMethod::gradient;
+                    trv::format_of(destination).stored == 48 || method == method_gradient;
                 for (const uint32_t bits : {8u, random.between(9, 16)}) {
                     if (!is_made) continue;
                     const auto phase = static_cast<trv::Phase>(random.below(4));
@@ -159,11 +159,11 @@ TEST(Demosaic, EveryMethodEqualsTheReferenceAtEveryWidth) {
 
 TEST(Demosaic, EveryPhaseDepthAndMethodEqualsTheReference) {
     Random random(test::seed() + 1);
-    for (const DemosaicMethod method : methods)
+    for (const trv::bayer::Method method : methods)
         for (uint32_t bits = 8; bits <= 16; ++bits)
             for (uint32_t phase = 0; phase < 4; ++phase)
                 for (unsigned i = 0; i < test::rounds(3); ++i) {
-                    const bool words = method != DemosaicMethod::gradient || random.one_in(2);
+                    const bool words = method != method_gradient || random.one_in(2);
                     compare({method, static_cast<trv::Phase>(phase), bits,
                              destinations[random.below(words ? 2 : 6)], test::any_width(random),
                              random.between(2, 9)},
@@ -187,8 +187,7 @@ void compare_with_kernel(const Case& c, Random& random) {
     image.height = c.height;
     image.bits = c.bits;
     const trv::bayer::Kernel kernel{c.bits == 8 ? trv::bayer::Input::BAY8 : trv::bayer::Input::BAYn,
-                                    trv::bayer::Output::BGR24,
-                                    static_cast<trv::bayer::Method>(c.method), c.phase};
+                                    trv::bayer::Output::BGR24, c.method, c.phase};
     for (unsigned level = 0; level <= trv::raw::best_level(); ++level) {
         image.destination = reinterpret_cast<uint8_t*>(words.data());
         image.destination_stride = 6 * c.width;
@@ -207,8 +206,8 @@ TEST(Demosaic, WordsShiftedDownAreTheKernelsBytes) {
     Random random(test::seed() + 2);
     for (const uint32_t bits : {8u, 10u, 12u, 14u, 16u})
         for (uint32_t phase = 0; phase < 4; ++phase)
-            for (const DemosaicMethod method :
-                 {DemosaicMethod::dup, DemosaicMethod::ave, DemosaicMethod::med}) {
+            for (const trv::bayer::Method method :
+                 {trv::bayer::dup, trv::bayer::ave, trv::bayer::med}) {
                 compare_with_kernel({method, static_cast<trv::Phase>(phase), bits, Code::BGR48,
                                      random.between(2, 67), random.between(2, 7)},
                                     random);
