@@ -357,19 +357,21 @@ TRV_INLINE __m512i in_turn(__m512i bg0, __m512i bg1, __m512i r) {
     return _mm512_mask_permutexvar_epi8(v, channel_mask<Part, Step, 2>(), reg(lanes<U8>(third)), r);
 }
 
-// Vector `Part` of the words of a, b and c in turn.
+// Vector `Part` of the words of a, b and c in turn: those of a and b by one permutation.
 template <size_t Part>
 TRV_INLINE U16 words_in_turn(U16 a, U16 b, U16 c) {
+    static constexpr auto of_two = order<uint16_t>([](size_t i) {
+        const size_t t = Part * 32 + i;
+        return t / 3 + (t % 3 == 1 ? 32 : 0);
+    });
     static constexpr auto pixel = order<uint16_t>([](size_t i) { return (Part * 32 + i) / 3; });
-    const auto of = [](size_t source) consteval {
+    constexpr uint32_t third = [] {
         uint32_t mask = 0;
-        for (size_t i = 0; i < 32; ++i) mask |= uint32_t{(Part * 32 + i) % 3 == source} << i;
+        for (size_t i = 0; i < 32; ++i) mask |= uint32_t{(Part * 32 + i) % 3 == 2} << i;
         return mask;
-    };
-    const __m512i turn = reg(lanes<U16>(pixel));
-    __m512i v = _mm512_maskz_permutexvar_epi16(of(0), turn, reg(a));
-    v = _mm512_mask_permutexvar_epi16(v, of(1), turn, reg(b));
-    return as<U16>(_mm512_mask_permutexvar_epi16(v, of(2), turn, reg(c)));
+    }();
+    const __m512i two = _mm512_permutex2var_epi16(reg(a), reg(lanes<U16>(of_two)), reg(b));
+    return as<U16>(_mm512_mask_permutexvar_epi16(two, third, reg(lanes<U16>(pixel)), reg(c)));
 }
 
 // Words of a, b and c in turn.
