@@ -7,6 +7,7 @@ const Level levels[level_count] = {
     {#level,                 \
      &level::unpack_rows,    \
      &level::demosaic_spans, \
+     &level::develop_rows,   \
      {#level, &level::bayer_spans, &level::direct_rows, nullptr, &machines[0].memory}},
 #include "image/simd/levels.inc"
 };

@@ -4,6 +4,7 @@
 
 #include "image/dispatch/level.h"
 #include "raw/demosaic/span.h"
+#include "raw/develop/row.h"
 #include "raw/unpack/row.h"
 
 namespace trv::raw {
@@ -12,6 +13,7 @@ struct Level {
     const char* name;
     const Rows* unpack;
     const DemosaicSpans* demosaic;
+    const DevelopRows* develop;
     trv::Level image;  // loops of conversions; those of fields are not here
 };
 

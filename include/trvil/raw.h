@@ -184,6 +184,118 @@ TRV_EXTERN_C_BEGIN
 TRV_API uint32_t TRW_Convert(uint64_t source, uint32_t packing, uint64_t destination,
                              const TRW_Settings* settings, TRW_Pool* pool);
 
+/* ---- Developing ---- */
+
+TRV_EXTERN_C_END
+
+/* Curves from linear values to those of a display. */
+#define TRW_CURVE_NONE 0u  /* values stay linear */
+#define TRW_CURVE_SRGB 1u  /* that of sRGB, IEC 61966-2-1 */
+#define TRW_CURVE_GAMMA 2u /* x to the power of 1 / gamma */
+
+/* A pixel whose sample is not to be believed. */
+typedef struct TRW_Defect {
+    uint32_t x, y;
+} TRW_Defect;
+
+/* What is made of a sensor's samples; all zero changes nothing but the scale. Steps follow each
+   other in the order of the fields from "black" on.
+
+   Samples have n bits, sites are the four pixels of a mosaic's 2 x 2 blocks: (0, 0), (1, 0),
+   (0, 1), (1, 1). Values are counted from black, 0, to white, 65535. */
+typedef struct TRW_DevelopSettings {
+    uint32_t size;     /* bytes of this record, set by the caller: sizeof(TRW_DevelopSettings) */
+    uint32_t format;   /* as in TRW_Settings */
+    uint32_t method;   /* as in TRW_Settings */
+    uint32_t phase;    /* as in TRW_Settings */
+    uint32_t black[4]; /* of each site what a sample is without light; of grey, the first counts */
+    uint32_t white;    /* what a sample is with as much light as it can tell; 0: 2^n - 1 */
+    uint32_t curve;    /* TRW_CURVE_... */
+    uint64_t dark;     /* 0, or a buffer with a picture taken in the dark: it takes the place of the
+                          black level, pixel by pixel */
+    uint64_t flat;     /* 0, or a buffer with a picture of an evenly lit area */
+    const TRW_Defect* defects; /* in any order, and more than once if need be */
+    uint64_t defect_count;
+    double gains[3];  /* of red, green and blue, of grey the first; three zeros: 1 */
+    double matrix[9]; /* row by row, from the sensor's red, green and blue to those of the picture;
+                         nine zeros: none. Colour only */
+    double gamma;     /* of TRW_CURVE_GAMMA, 0.1 to 10 */
+} TRW_DevelopSettings;
+
+/* Settings made ready for pictures of one kind: of one format or packing, phase and size. */
+typedef struct TRW_Recipe TRW_Recipe;
+
+TRV_EXTERN_C_BEGIN
+
+/* Makes a recipe for pictures like "source", whose pixels are not looked at.
+
+   "packing" is 0 or TRW_PACKING_...; "source" is a buffer as TRW_Convert takes it: grey of up to 16
+   bits, or a mosaic. Dark and flat are pictures of its width and height, in 8-bit or 16-bit samples
+   of whichever grey or mosaic format, that count as the source's samples do. All that the settings
+   point to is read here and may go afterwards.
+
+   A sample s of the pixel (x, y), no more than 2^n - 1, becomes
+
+     v = max(s - d, 0)           d is dark(x, y), or else black of its site
+     w = v f                     f = gain * flat * 65535 / (white - black), as a multiple of
+                                 1 / 2^(n + 11); w is rounded and at most 65535
+     where (x, y) is a defect, w is the mean of the nearest samples of the same colour that are
+     none, to its left, right, above and below, as far as they are equally near, rounded
+
+   with the gain of its colour, and the flat field's factor: the mean of its site, each sample less
+   the same d, over its own value there; 1 where that is 0. f is less than 2^(21 - n): without a
+   flat field more is refused, with one it is cut. From these words the
+   method makes colours, as TRW_Convert does to RGB48; then
+
+     r, g, b = matrix * (r, g, b), entries as multiples of 1 / 2^26, rounded, from 0 to 65535
+     r, g, b = 65535 * curve(r / 65535) ..., within 1 of the rounded value
+
+     TRV_STATUS_OK             *recipe is the recipe; TRW_RecipeDestroy ends it
+     TRV_STATUS_PARAMETER      a pointer is null, "settings->size" is below 8, width, height, format
+                               or address of a buffer is missing, a stride is too small, sizes of
+                               dark or flat differ from the source's, a defect lies outside, black
+                               is not below white or white above 2^n - 1, a gain is not above 0 or
+                               some f is too large without a flat field, an entry of the matrix is
+                               no number, absolute values of a row add up to 7.99 or more, the
+                               matrix is singular, or gamma is out of range
+     TRV_STATUS_UNSUPPORTED    no such packing or curve, the samples are neither grey of up to 16
+                               bits nor a mosaic, dark or flat are in no 8-bit or 16-bit samples,
+                               there is a matrix or another gain than the first for grey, or the
+                               settings go on behind the record with something that is not 0
+     TRV_STATUS_BAYER_SETTING  no kernel for method and phase
+     TRV_STATUS_MEMORY         no memory
+
+   A call that fails leaves *recipe as it is and sets *why, unless "why" is null, to what is wrong,
+   as a sentence without its end; the text lives as long as the library. Any number of threads may
+   use a recipe. */
+TRV_API uint32_t TRW_RecipeCreate(TRW_Recipe** recipe, uint64_t source, uint32_t packing,
+                                  const TRW_DevelopSettings* settings, const char** why);
+
+/* Ends a recipe that nobody uses any more and sets *recipe to null.
+
+     TRV_STATUS_OK         the recipe is gone
+     TRV_STATUS_PARAMETER  "recipe" or *recipe is null */
+TRV_API uint32_t TRW_RecipeDestroy(TRW_Recipe** recipe);
+
+/* Develops a picture by a recipe, on the threads of a pool, a few lines at a time in one pass.
+
+   "source" is a picture like that of the recipe: its address and stride count. A mosaic becomes
+   RGB48 or BGR48, or what TIL_Convert makes of either; grey becomes Mono16, or what TIL_Convert
+   makes of that. So 8-bit results are the upper bytes. "pool" may be null. The bytes of the
+   destination are the same on any number of threads.
+
+     TRV_STATUS_OK           the destination holds the picture
+     TRV_STATUS_PARAMETER    "recipe" is null, width, height, format or address of a buffer is
+                             missing, the source is of another size than the recipe's, a stride is
+                             too small, or the destination too small
+     TRV_STATUS_UNSUPPORTED  the source has another format than the recipe's, or there is no way to
+                             the destination's
+     TRV_STATUS_MEMORY       no memory for the lines between; nothing is written
+
+   Source and destination must not overlap. */
+TRV_API uint32_t TRW_Develop(uint64_t source, uint64_t destination, const TRW_Recipe* recipe,
+                             TRW_Pool* pool);
+
 /* ---- Names of other systems ---- */
 
 TRV_EXTERN_C_END

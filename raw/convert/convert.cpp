@@ -1,12 +1,32 @@
 #include "raw/convert/convert.h"
 
+#include "raw/convert/cut.h"
 #include "raw/convert/decision.h"
-#include "raw/convert/strips.h"
+#include "raw/convert/lines.h"
 #include "raw/pool/pool.h"
 #include "raw/unpack/unpack.h"
 
 namespace trv::raw {
 namespace {
+
+// The stages of a strip that is unpacked and becomes lines of the picture.
+struct Stages {
+    const Level& level;
+    const ConvertDecision& d;
+
+    void fill(const Strip& strip, uint32_t width, LineRange lines) const {
+        Job job = d.unpack.job;
+        job.source.width = width;
+        job.destination.address = strip.origin();
+        job.destination.stride = strip.stride;
+        unpack_lines(level, *d.unpack.packing, job, lines);
+    }
+    void finish(const Strip& strip, LineRange lines) const {
+        Job job = d.job;
+        job.source.address = strip.origin();
+        convert_lines(level, job, d.conversion, lines);
+    }
+};
 
 class Conversion {
   public:
@@ -21,13 +41,7 @@ class Conversion {
   private:
     static void make(void* context, uint32_t part, uint32_t seat) {
         const auto* self = static_cast<const Conversion*>(context);
-        self->make_band(self->band(part), seat);
-    }
-
-    LineRange band(uint32_t part) const {
-        const uint32_t height = d_.source().height, first = part * partition_.band_lines;
-        const uint32_t left = height - first;
-        return {first, first + (partition_.band_lines < left ? partition_.band_lines : left)};
+        self->make_band(self->partition_.band(part), seat);
     }
 
     void make_band(LineRange lines, uint32_t seat) const {
@@ -37,8 +51,8 @@ class Conversion {
             case Course::unpack:
                 return unpack_lines(level_, *d_.unpack.packing, d_.unpack.job, lines);
             default:
-                return Strips(level_, d_, partition_.strip_lines)
-                    .make(lines, memory_ + partition_.seat_bytes * seat);
+                return make_strips(Stages{level_, d_}, strip_shape(d_, partition_), lines,
+                                   memory_ + partition_.seat_bytes * seat);
         }
     }
 

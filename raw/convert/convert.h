@@ -2,8 +2,8 @@
 #pragma once
 
 #include "image/exports/buffer.h"
-#include "raw/convert/cut.h"
 #include "raw/level.h"
+#include "raw/strips/cut.h"
 #include "trvil/raw.h"
 
 namespace trv::raw {

@@ -21,22 +21,22 @@ bool is_bytes(const Format& to) {
     return false;
 }
 
-bool find_own_method(uint32_t value, bayer::Method* method) {
+Refusal check(const Job& job, Decision* d) {
+    if (!measure(job, *d).fits()) return Refusal::too_small;
+    d->kernel.input = bayer::input_of(*d->source);
+    if (!find_demosaic_method(job.method, &d->kernel.method)) return Refusal::method;
+    return bayer::find_phase(job.phase, &d->kernel.phase) ? Refusal::none : Refusal::phase;
+}
+
+}  // namespace
+
+bool find_demosaic_method(uint32_t value, bayer::Method* method) {
     if (value == TRW_METHOD_GRADIENT) {
         *method = method_gradient;
         return true;
     }
     return bayer::find_method(value, method);
 }
-
-Refusal check(const Job& job, Decision* d) {
-    if (!measure(job, *d).fits()) return Refusal::too_small;
-    d->kernel.input = bayer::input_of(*d->source);
-    if (!find_own_method(job.method, &d->kernel.method)) return Refusal::method;
-    return bayer::find_phase(job.phase, &d->kernel.phase) ? Refusal::none : Refusal::phase;
-}
-
-}  // namespace
 
 OwnDemosaic decide_demosaic(const Job& job) {
     const Format* from = find_format(job.source.format & 0xFF);

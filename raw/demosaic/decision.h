@@ -27,10 +27,15 @@ constexpr Demosaic demosaic_of(const Decision& decision) {
     return {decision.kernel.method, decision.kernel.phase, decision.destination};
 }
 
-// Lines above and below its own that a conversion looks at.
+// The methods of the kernels, and `gradient`.
+bool find_demosaic_method(uint32_t value, bayer::Method* method);
+
+// Lines above and below its own that a line is demosaiced from.
+constexpr uint32_t neighbour_lines(bayer::Method method) {
+    return method == method_gradient ? 2 : 1;
+}
 constexpr uint32_t neighbour_lines(const Decision& decision) {
-    if (decision.kind != RouteKind::bayer) return 0;
-    return decision.kernel.method == method_gradient ? 2 : 1;
+    return decision.kind == RouteKind::bayer ? neighbour_lines(decision.kernel.method) : 0;
 }
 
 }  // namespace trv::raw

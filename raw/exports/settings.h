@@ -2,12 +2,13 @@
 #pragma once
 
 #include "raw/exports/record.h"
-#include "trvil/raw.h"
+#include "trvil/status.h"
 
 namespace trv::raw {
 
 // Where a caller's newer record says something beyond this one; 0: nowhere.
-inline uint32_t unknown_setting(const TRW_Settings& given) {
+template <typename Settings>
+uint32_t unknown_setting(const Settings& given) {
     const auto* byte = reinterpret_cast<const uint8_t*>(&given);
     for (uint32_t i = sizeof given; i < given.size; ++i)
         if (byte[i] != 0) return i;
@@ -15,7 +16,8 @@ inline uint32_t unknown_setting(const TRW_Settings& given) {
 }
 
 // TRV_STATUS_OK, or why the settings are refused; null is for none.
-inline uint32_t read_settings(const TRW_Settings* given, TRW_Settings* settings) {
+template <typename Settings>
+uint32_t read_settings(const Settings* given, Settings* settings) {
     *settings = {};
     if (given == nullptr) return TRV_STATUS_OK;
     if (!is_record(given)) return TRV_STATUS_PARAMETER;

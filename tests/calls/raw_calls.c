@@ -49,6 +49,40 @@ static void convert_in_threads(void) {
     GIVES(TRV_STATUS_PARAMETER, TRW_PoolDestroy, AT(&pool));
 }
 
+/* Grey samples, with every step that grey has. */
+static void develop(void) {
+    enum { width = 67, height = 9, bytes = width * height * 2 };
+    static const TRW_Defect defect = {5, 5};
+    unsigned char* from = calloc(1, bytes);
+    unsigned char* to = malloc(bytes);
+    uint64_t source = 0, destination = 0;
+    TRW_DevelopSettings settings;
+    TRW_Recipe* recipe = NULL;
+    const char* why = NULL;
+    if (from == NULL || to == NULL) abort();
+    memset(from, 0x37, bytes);
+    memset(&settings, 0, sizeof settings);
+    settings.size = sizeof settings;
+    settings.curve = TRW_CURVE_SRGB;
+    settings.defects = &defect;
+    settings.defect_count = 1;
+    settings.gains[0] = 1.5;
+    GIVES(0, TBS_BufferWrap, AT(&source), width, height, TBL_FORMAT(Mono14), AT(from), bytes, 0, 0,
+          0);
+    GIVES(0, TBS_BufferWrap, AT(&destination), width, height, TBL_FORMAT(Mono16), AT(to), bytes, 0,
+          0, 0);
+    GIVES(TRV_STATUS_PARAMETER, TRW_RecipeCreate, AT(&recipe), source, 0, 0, AT(&why));
+    GIVES(TRV_STATUS_OK, TRW_RecipeCreate, AT(&recipe), source, 0, AT(&settings), AT(&why));
+    GIVES(TRV_STATUS_OK, TRW_Develop, source, destination, AT(recipe), 0);
+    use(to, bytes);
+    GIVES(TRV_STATUS_OK, TRW_RecipeDestroy, AT(&recipe));
+    GIVES(TRV_STATUS_PARAMETER, TRW_RecipeDestroy, AT(&recipe));
+    GIVES(0, TBS_BufferRelease, AT(&source));
+    GIVES(0, TBS_BufferRelease, AT(&destination));
+    free(from);
+    free(to);
+}
+
 /* A picture whose every byte beyond what the packing needs is undefined. */
 static void unpack(const TRW_PackingInfo* info, uint32_t packing, uint32_t width) {
     unsigned char* memory = malloc(picture_bytes);
@@ -96,4 +130,5 @@ void call_raw(void) {
     GIVES(TRV_STATUS_PARAMETER, TRW_PackingInfoGet, 1, 0, 1, 0);
     read_names();
     convert_in_threads();
+    develop();
 }

@@ -57,6 +57,35 @@ void prepare_with_pool() {
     TRW_PoolCreate(&pool, 2);
 }
 
+TRW_Recipe* recipe;
+
+// With every list that a recipe may have.
+uint32_t create_recipe() {
+    static const TRW_Defect defect{3, 3};
+    TRW_DevelopSettings settings{};
+    settings.size = sizeof settings;
+    settings.method = TBL_BAYER_METHOD_AVE;
+    settings.phase = TBL_BAYER_PHASE_A;
+    settings.defects = &defect;
+    settings.defect_count = 1;
+    settings.curve = TRW_CURVE_SRGB;
+    const char* why = nullptr;
+    const uint32_t status = TRW_RecipeCreate(&recipe, source, TRW_PACKING_12p, &settings, &why);
+    const bool is_right = (recipe == nullptr) == (status != TRV_STATUS_OK) &&
+                          (why == nullptr) == (status == TRV_STATUS_OK);
+    return is_right ? status : output_is_wrong;
+}
+
+void end_recipe() {
+    if (recipe != nullptr) TRW_RecipeDestroy(&recipe);
+    clean();
+}
+
+void prepare_recipe() {
+    prepare();
+    create_recipe();
+}
+
 const Scenario raw[] = {
     {"TRW_PoolCreate",
      FAULT_MEMORY,
@@ -72,6 +101,28 @@ const Scenario raw[] = {
      1,
      keep_stacks,
      end_pool},
+    {"TRW_RecipeCreate",
+     FAULT_MEMORY,
+     create_recipe,
+     {{"malloc#1", 14},
+      {"malloc#2", 14},
+      {"malloc#3", 14},
+      {"malloc#4", 14},
+      {"malloc#5", 14},
+      {"malloc#6", 14}},
+     6,
+     prepare,
+     end_recipe},
+    {"TRW_Develop",
+     FAULT_MEMORY,
+     [] {
+         const uint32_t status = TRW_Develop(source, destination, recipe, nullptr);
+         return (picture[0] == 0xA5) == (status != TRV_STATUS_OK) ? status : output_is_wrong;
+     },
+     {{"aligned_alloc", 14}},
+     0,
+     prepare_recipe,
+     end_recipe},
     {"TRW_Convert", FAULT_MEMORY, convert, {{"aligned_alloc", 14}}, 0, prepare, clean},
     {"TRW_Convert with a pool",
      FAULT_MEMORY,

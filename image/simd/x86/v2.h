@@ -12,6 +12,7 @@ constexpr bool has_lane_masks = false;
 constexpr bool has_double_shift = false;
 constexpr bool has_three_way_logic = false;
 constexpr bool has_byte_permutation = false;
+constexpr bool has_cubics = false;
 constexpr bool is_lowest = true;
 
 using U8 = VecOf<uint8_t, 16>;
@@ -137,6 +138,34 @@ TRV_INLINE WordHalves weighted(U8 a, U8 b) {
 // Words of no more than 255 back to bytes.
 TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm_packus_epi16(reg(words.low), reg(words.high)));
+}
+
+// Words of two vectors in pairs, and dwords of as many words: in an order of their own that
+// `saturate_parts` undoes.
+struct WordPairs {
+    U16 low, high;
+};
+struct DwordHalves {
+    U32 low, high;
+    TRV_INLINE DwordHalves operator+(const DwordHalves& o) const {
+        return {low + o.low, high + o.high};
+    }
+    TRV_INLINE DwordHalves operator+(U32 v) const { return {low + v, high + v}; }
+    // To the right, as signed numbers.
+    TRV_INLINE DwordHalves shifted(int bits) const {
+        return {as<U32>(as<I32>(low) >> bits), as<U32>(as<I32>(high) >> bits)};
+    }
+};
+
+TRV_INLINE WordPairs in_pairs(U16 a, U16 b) {
+    return {as<U16>(_mm_unpacklo_epi16(reg(a), reg(b))),
+            as<U16>(_mm_unpackhi_epi16(reg(a), reg(b)))};
+}
+
+// Each pair of signed words times the pair of its dword in `factors`, both products in one sum.
+TRV_INLINE DwordHalves products(const WordPairs& pairs, U32 factors) {
+    return {as<U32>(_mm_madd_epi16(reg(pairs.low), reg(factors))),
+            as<U32>(_mm_madd_epi16(reg(pairs.high), reg(factors)))};
 }
 
 template <typename M, int First, int J>

@@ -12,6 +12,7 @@ constexpr bool has_lane_masks = true;
 constexpr bool has_double_shift = true;
 constexpr bool has_three_way_logic = true;
 constexpr bool has_byte_permutation = true;
+constexpr bool has_cubics = true;
 constexpr bool is_lowest = false;
 
 using U8 = VecOf<uint8_t, 64>;
@@ -19,6 +20,7 @@ using U16 = VecOf<uint16_t, 64>;
 using U32 = VecOf<uint32_t, 64>;
 using I16 = VecOf<int16_t, 64>;
 using I32 = VecOf<int32_t, 64>;
+using F32 = VecOf<float, 64>;
 
 TRV_INLINE __m512i reg(U8 v) {
     return reinterpret_cast<__m512i>(v);
@@ -227,6 +229,76 @@ TRV_INLINE WordHalves weighted(U8 a, U8 b) {
 // Words of no more than 255 back to bytes.
 TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm512_packus_epi16(reg(words.low), reg(words.high)));
+}
+
+// Words of two vectors in pairs, and dwords of as many words: in an order of their own that
+// `saturate_parts` undoes.
+struct WordPairs {
+    U16 low, high;
+};
+struct DwordHalves {
+    U32 low, high;
+    TRV_INLINE DwordHalves operator+(const DwordHalves& o) const {
+        return {low + o.low, high + o.high};
+    }
+    TRV_INLINE DwordHalves operator+(U32 v) const { return {low + v, high + v}; }
+    // To the right, as signed numbers.
+    TRV_INLINE DwordHalves shifted(int bits) const {
+        return {as<U32>(as<I32>(low) >> bits), as<U32>(as<I32>(high) >> bits)};
+    }
+};
+
+TRV_INLINE WordPairs in_pairs(U16 a, U16 b) {
+    return {as<U16>(_mm512_unpacklo_epi16(reg(a), reg(b))),
+            as<U16>(_mm512_unpackhi_epi16(reg(a), reg(b)))};
+}
+
+// Each pair of signed words times the pair of its dword in `factors`, both products in one sum.
+TRV_INLINE DwordHalves products(const WordPairs& pairs, U32 factors) {
+    return {as<U32>(_mm512_madd_epi16(reg(pairs.low), reg(factors))),
+            as<U32>(_mm512_madd_epi16(reg(pairs.high), reg(factors)))};
+}
+
+// Cubic polynomials for words, one for each half octave, with four tables of coefficients: the five
+// lowest bits of a word as a float, of those above bit 22, say which.
+class Cubics {
+  public:
+    TRV_INLINE explicit Cubics(const float (&coefficient)[4][32])
+        : c0_(coefficient[0]), c1_(coefficient[1]), c2_(coefficient[2]), c3_(coefficient[3]) {}
+
+    // Rounded, and cut to what words hold.
+    TRV_INLINE U16 operator()(U16 v) const {
+        const auto half = [&](__m512i dwords) TRV_INLINE_LAMBDA {
+            return reg(as<U32>(__builtin_convertvector(at(as<I32>(dwords)), I32)));
+        };
+        const __m512i none = _mm512_setzero_si512();
+        return as<U16>(_mm512_packus_epi32(half(_mm512_unpacklo_epi16(reg(v), none)),
+                                           half(_mm512_unpackhi_epi16(reg(v), none))));
+    }
+
+  private:
+    struct Table {
+        TRV_INLINE explicit Table(const float (&table)[32])
+            : low(_mm512_loadu_ps(table)), high(_mm512_loadu_ps(table + 16)) {}
+        TRV_INLINE F32 operator[](U32 index) const {
+            return as<F32>(_mm512_permutex2var_ps(low, reg(index), high));
+        }
+        __m512 low, high;
+    };
+
+    TRV_INLINE F32 at(I32 number) const {
+        const F32 x = __builtin_convertvector(number, F32);
+        const U32 which = as<U32>(x) >> 22;
+        F32 y = c3_[which] * x + c2_[which];
+        y = y * x + c1_[which];
+        return y * x + c0_[which] + splat<F32>(0.5f);
+    }
+
+    Table c0_, c1_, c2_, c3_;
+};
+
+TRV_INLINE Cubics cubics(const float (&coefficient)[4][32]) {
+    return Cubics(coefficient);
 }
 
 template <typename M, int First, int J>
