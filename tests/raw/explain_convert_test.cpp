@@ -67,7 +67,8 @@ TEST_F(ExplainConvert, SaysTheStatusOfEveryPacking) {
                 fake().set(source_handle, 18, random.below(3));
                 TRW_Settings settings{sizeof settings, 0, 0, 0};
                 if (random.one_in(3)) settings.format = whole(trv::formats[random.below(74)]);
-                if (random.one_in(3)) settings.method = random.below(4) << 8 | 9;
+                if (random.one_in(3))
+                    settings.method = (random.one_in(3) ? 16 : random.below(4)) << 8 | 9;
                 if (random.one_in(3)) settings.phase = random.below(6) << 8 | 10;
                 explain(packing, &settings, pool.get());
                 if (HasFailure()) FAIL() << packing << " to " << to.name;
@@ -107,6 +108,18 @@ TEST_F(ExplainConvert, SaysWhatIsToBeKnownAndWhatIsWrong) {
     };
     set_12p();
     EXPECT_TRUE(says(with(0, 5, 0), "the settings' Bayer method is 0x5, which is none"));
+    EXPECT_TRUE(says(with(0, 5, 0), "0x1009 (gradient)"));
+    EXPECT_EQ(with(0, TRW_METHOD_GRADIENT, 0x10A).text,
+              "status 0: 12p becomes BGR24 by way of BAY12, 9 x 4 pixels, by gradient in phase A "
+              "(RGGB)\n"
+              "note: 4 lines at a time are unpacked, 72 bytes, and become the picture from there\n"
+              "note: the calling thread works alone, because there is no pool of more");
+    set_pair(TBL_FORMAT(BAY12P_B), {9, 4, 14}, TBL_FORMAT(RGB48), {9, 4, 54});
+    EXPECT_TRUE(says(with(0, 0x209, 0x20A), "by way of BAY12, 9 x 4 pixels, by ave in phase B"));
+    EXPECT_TRUE(says(with(0, 0x209, 0x20A), "the brightest of 12 bits stays 4095"));
+    fake().set(destination_handle, TBL_PARAMETER_STRIDE, 53);
+    EXPECT_TRUE(says(with(0, 0x209, 0x20A), "9 x 4 pixels of RGB48 need 216 bytes"));
+    set_12p();
     EXPECT_TRUE(says(with(0, 0x109, 6), "the settings' Bayer phase is 0x6, which is none"));
     fake().set(source_handle, 10, 0x50A);
     EXPECT_TRUE(says(with(0, 0x209, 0), "the source's Bayer phase is 0x50A, which is none"));
