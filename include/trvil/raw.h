@@ -179,8 +179,8 @@ TRV_EXTERN_C_BEGIN
      TRV_STATUS_MEMORY         no memory for the lines between, of which the pool keeps what a call
                                before took; nothing is written
 
-   With a packing, or from a packed mosaic, source and destination must not overlap. The buffers are asked on the calling
-   thread alone; they and the pool must stay until the call returns. */
+   With a packing, or from a packed mosaic, source and destination must not overlap. The buffers are
+   asked on the calling thread alone; they and the pool must stay until the call returns. */
 TRV_API uint32_t TRW_Convert(uint64_t source, uint32_t packing, uint64_t destination,
                              const TRW_Settings* settings, TRW_Pool* pool);
 
