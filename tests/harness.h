@@ -142,6 +142,8 @@ inline trv::Machine any_machine(Random& random) {
              .fetch_distance_far = 448,
              .streams_from = size(),
              .fetches_fields = random.one_in(2),
+             .field_lines_at_once = random.between(1, 5),
+             .short_loads_from = size(),
              .past_caches_from = size(),
              .copied_at_once = random.between(1, 4000),
              .masks_freely = random.one_in(2)}};

@@ -12,6 +12,7 @@ namespace direct {
 // How a picture of its size is made out of and into memory.
 struct Memory {
     bool fetch_streams = false;  // source and destination are fetched ahead of their use
+    bool by_fallback = false;    // moved bytes are by the level below, whose loads are shorter
     bool past_caches = false;    // nothing of the destination would stay in the caches anyway
     uint64_t copied_at_once = UINT64_MAX;  // by one call of the C library
 };

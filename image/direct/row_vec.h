@@ -44,6 +44,16 @@ constexpr bool keeps_bytes<Kind<M>> = [] {
         return false;
 }();
 
+// Whether bytes are moved and little else is done to them.
+template <typename Rule>
+constexpr bool moves_bytes = false;
+template <typename M>
+constexpr bool moves_bytes<Bytes<M>> = true;
+template <typename M>
+constexpr bool moves_bytes<NarrowBytes<M>> = true;
+template <int Bits, int Group>
+constexpr bool moves_bytes<Unpacked<Bits, Group>> = true;
+
 // Blocks of a line, one after the other.
 struct Blocks {
     const uint8_t* from;
@@ -59,7 +69,7 @@ struct RowTraits {
     uint8_t row;
     uint8_t pixel_bytes;                           // of the destination
     uint8_t pixels, unit_bits, unit_bytes, group;  // a unit is 1 << unit_bits pixels
-    bool keeps_bytes;
+    bool keeps_bytes, moves_bytes;
 
     constexpr size_t bytes(size_t count) const { return (count >> unit_bits) * unit_bytes; }
 };
@@ -103,7 +113,8 @@ TRV_SHARED void make_past_caches(const Line& line, RowTraits traits, MakeBlocks 
 // Blocks, then pixel by pixel what is left behind the last whole unit; lines shorter than a block
 // go to the fallback level.
 TRV_SHARED void convert_line(const Line& line, RowTraits traits, MakeBlocks make) {
-    if (line.end < traits.pixels) return fallback::direct_rows.row[traits.row](line);
+    const bool by_fallback = has_lane_masks && traits.moves_bytes && line.memory.by_fallback;
+    if (line.end < traits.pixels || by_fallback) return fallback::direct_rows.row[traits.row](line);
     const size_t last = size_t{line.end - traits.pixels} >> traits.unit_bits << traits.unit_bits;
     const size_t pixel_bytes = size_t{traits.pixel_bytes};
     const uint8_t* tail = line.source + traits.bytes(last);
@@ -146,7 +157,7 @@ void row(const Line& line) {
     constexpr RowTraits traits{uint8_t{Number},        uint8_t{bytes},
                                uint8_t{K::pixels},     uint8_t{std::countr_zero(K::unit)},
                                uint8_t{K::unit_bytes}, uint8_t{offset_group<Rule>},
-                               keeps_bytes<Rule>};
+                               keeps_bytes<Rule>,      moves_bytes<Rule>};
     if constexpr (is_copy<Rule>)
         __builtin_memmove(line.destination, line.source, line.end * bytes);
     else if constexpr (traits.group > 1)

@@ -22,6 +22,10 @@ struct MemoryPolicy {
     uint64_t
         streams_from;  // where more is written, both streams of a direct route are fetched ahead
     bool fetches_fields;
+    uint32_t field_lines_at_once;  // of a field, that interpolate lines of the frame in one pass
+    // Where more is read and written, loads of whole cache lines that begin inside one are slower
+    // than their halves.
+    uint64_t short_loads_from;
     // What reads and writes as much is stored past the caches, where all bytes are written: none of
     // them would be in the caches when they are read.
     uint64_t past_caches_from;
@@ -35,10 +39,22 @@ struct MemoryPolicy {
     constexpr bool outgrows_caches(uint64_t bytes) const { return bytes > last_cache; }
 
     constexpr bool fetches_streams(uint64_t written) const { return written > streams_from; }
+    // Where much more is written than read, the stores count.
+    constexpr bool loads_short(uint64_t read, uint64_t written) const {
+        return written <= 2 * read && read + written > short_loads_from;
+    }
     // What is made waits in the nearest cache meanwhile, which holds up the reading: no gain where
     // more is read than written.
     constexpr bool stores_past_caches(uint64_t read, uint64_t written) const {
         return read <= written && read + written >= past_caches_from;
+    }
+
+    // Lines that lie whole pages apart are at the same places of the nearest cache, where more of
+    // them do not find room.
+    constexpr uint32_t field_lines(uint64_t stride) const {
+        constexpr uint64_t page = 4096;
+        constexpr uint32_t few = 2;
+        return stride % page == 0 && field_lines_at_once > few ? few : field_lines_at_once;
     }
 
     // Where each pixel takes many steps; 0 for not at all.
@@ -64,6 +80,8 @@ constexpr MemoryPolicy any_policy() {
             .fetch_distance_far = 3072,
             .streams_from = 32 * KiB,
             .fetches_fields = true,
+            .field_lines_at_once = 2,
+            .short_loads_from = UINT64_MAX,
             .past_caches_from = UINT64_MAX,
             .copied_at_once = UINT64_MAX,
             .masks_freely = false};
@@ -80,6 +98,8 @@ constexpr MemoryPolicy amd_policy(uint64_t last_cache) {
             .fetch_distance_far = 3072,
             .streams_from = UINT64_MAX,
             .fetches_fields = false,
+            .field_lines_at_once = 4,
+            .short_loads_from = own,
             .past_caches_from = last_cache / 2 * 3,
             .copied_at_once = 256 * KiB,
             .masks_freely = true};

@@ -15,7 +15,7 @@ inline void convert_lines(const Level& level, const Job& job, const Decision& de
     // What is converted in place is in the caches already.
     const bool apart = lie_apart(job.source.address, read, job.destination.address, written);
     convert_lines(*level.direct, job, decision, lines,
-                  {policy.fetches_streams(written),
+                  {policy.fetches_streams(written), policy.loads_short(read, written),
                    policy.stores_past_caches(read, written) && apart, policy.copied_at_once});
 }
 

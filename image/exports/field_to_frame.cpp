@@ -40,6 +40,7 @@ uint32_t run(const Level& level, Method method, Handle source, Handle destinatio
     if (reads_format(method) && !find_neighbour(format, &neighbour)) return TRV_STATUS_UNSUPPORTED;
     field.rows = level.field;
     field.fetch_ahead = level.memory->fetches_fields;
+    field.pass_lines = level.memory->field_lines(field.stride);
     field.even_lines = flag != 0;
     make_frame(method, neighbour, field);
     return TRV_STATUS_OK;

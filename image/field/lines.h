@@ -14,43 +14,52 @@ constexpr size_t edge_bytes(Neighbour n) {
     return n == one ? 1 : n == three ? 3 : 4;
 }
 
-struct Between {
-    const uint8_t* upper;
-    const uint8_t* lower;
-    uint8_t* out;
+// A line of the field, and the two of the frame that it comes to: its copy and what lies between it
+// and the line below.
+struct Pair {
+    const uint8_t* from;
+    uint8_t* to;
     size_t stride;
-    bool fetch_ahead;
 
-    void average(size_t first, size_t count) const {
-        for (size_t k = first; k < first + count; ++k)
-            out[k] = static_cast<uint8_t>(Average::at(upper, lower, static_cast<ptrdiff_t>(k), 0));
+    void copy(size_t first, size_t count) const {
+        for (size_t k = first; k < first + count; ++k) to[k] = from[k];
     }
-    void run(Row row, size_t first, size_t count) const {
-        row(upper + first, lower + first, out + first, count, fetch_ahead);
+    void average(size_t first, size_t count) const {
+        for (size_t k = first; k < first + count; ++k) put<Average>(k, 0);
+    }
+    template <typename Rule>
+    void put(size_t k, ptrdiff_t distance) const {
+        const uint32_t made = Rule::at(from, from + stride, static_cast<ptrdiff_t>(k), distance);
+        to[stride + k] = static_cast<uint8_t>(made);
     }
 };
 
-// A line of which both ends are averaged and the rest is a rule's. In YUV422 the outermost even
+// Lines of which both ends are averaged and the rest is a rule's. In YUV422 the outermost even
 // bytes that have an even neighbour on both sides are the rule's too: byte 2 and byte stride - 4.
 template <typename Rule>
-size_t make_line(const Between& line, Row row, Neighbour n) {
-    const size_t edge = edge_bytes(n), stride = line.stride;
-    if (stride < 2 * edge) {
-        line.average(0, stride);
-        return stride;
+void make_lines(Pass pass, MakePass make, Neighbour n) {
+    const size_t edge = edge_bytes(n), stride = pass.stride;
+    const bool is_short = stride < 2 * edge;
+    Pair pair{pass.from, pass.to, stride};
+    const auto copy_and_average = [&](size_t first, size_t count) {
+        pair.copy(first, count);
+        pair.average(first, count);
+    };
+    for (uint32_t i = 0; i < pass.lines; ++i) {
+        copy_and_average(0, is_short ? stride : edge);
+        if (!is_short) copy_and_average(stride - edge, edge);
+        if (!is_short && n == yuv) {
+            pair.put<Rule>(2, 2);
+            pair.put<Rule>(stride - 4, 2);
+        }
+        pair.from += stride;
+        pair.to += 2 * stride;
     }
-    line.average(0, edge);
-    line.run(row, edge, stride - 2 * edge);
-    line.average(stride - edge, edge);
-    if (n == yuv) {
-        const auto put = [&](size_t k) {
-            const uint32_t made = Rule::at(line.upper, line.lower, static_cast<ptrdiff_t>(k), 2);
-            line.out[k] = static_cast<uint8_t>(made);
-        };
-        put(2);
-        put(stride - 4);
-    }
-    return stride;
+    if (is_short) return;
+    pass.from += edge;
+    pass.to += edge;
+    pass.count = stride - 2 * edge;
+    make(pass);
 }
 
 // Deliberate: with pixels of 4 bytes the median's line ends three pixels early, and the walk goes
@@ -63,16 +72,22 @@ size_t make_line(const Between& line, Row row, Neighbour n) {
 //   byte 64, and the next frame line is written right after the 52 bytes.
 //
 // Programs rely on the frames that this gives; it is not to be repaired.
-inline size_t make_short_median_line(const Between& line, Row row) {
+//
+// `pass` is of one line, which is copied already.
+inline size_t make_short_median_line(Pass pass, MakePass make) {
     constexpr size_t pixel = 4;
-    const size_t whole = line.stride < pixel ? 0 : (line.stride - pixel) / pixel;
-    line.average(0, pixel);
+    const Pair pair{pass.from, pass.to, pass.stride};
+    const size_t whole = pass.stride < pixel ? 0 : (pass.stride - pixel) / pixel;
+    pair.average(0, pixel);
     if (whole <= 4) {
-        line.average(pixel, pixel);
+        pair.average(pixel, pixel);
         return 2 * pixel;
     }
-    line.run(row, pixel, (whole - 4) * pixel);
-    line.average((whole - 3) * pixel, pixel);
+    pass.from += pixel;
+    pass.to += pixel;
+    pass.count = (whole - 4) * pixel;
+    make(pass);
+    pair.average((whole - 3) * pixel, pixel);
     return (whole - 2) * pixel;
 }
 

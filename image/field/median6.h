@@ -1,29 +1,35 @@
 // The two middle values of six, by minimum and maximum alone, for single values and for vectors.
+// O::min and O::max take two values.
 #pragma once
 
 namespace trv {
 
-template <typename T>
-struct MiddleTwo {
-    T lower;
-    T upper;
+// Three of the six, in order.
+template <typename O, typename T>
+struct SortedThree {
+    T least, middle, most;
+
+    __attribute__((always_inline)) static SortedThree of(T a, T b, T c) {
+        const T low = O::min(a, b), high = O::max(a, b);
+        return {O::min(low, c), O::max(low, O::min(high, c)), O::max(high, c)};
+    }
 };
 
-// Three pairs are ordered. The smallest of all six is the least of the lower ones, the largest the
-// greatest of the upper ones. Without these two, the larger two lower and the smaller two upper
-// values remain, and the middle of these four is what the larger lesser and the smaller greater
-// are. O::min and O::max take two values.
+// In no order.
+template <typename T>
+struct MiddleTwo {
+    T one, other;
+};
+
+// Without the smallest and the largest of all, x = max of the least and y = min of the most remain,
+// and p <= q, the middles in order. No x is larger than q and no y smaller than p, so where x > y
+// these two are in the middle of the four, and otherwise the larger of p and x and the smaller of q
+// and y are. Both cases are max(p, x) and min(q, y).
 template <typename O, typename T>
-__attribute__((always_inline)) inline MiddleTwo<T> middle_of_six(T a, T b, T c, T d, T e, T f) {
-    const T low0 = O::min(a, b), low1 = O::min(c, d), low2 = O::min(e, f);
-    const T high0 = O::max(a, b), high1 = O::max(c, d), high2 = O::max(e, f);
-    const T low_less = O::min(low0, low1), low_more = O::max(low0, low1);
-    const T high_less = O::min(high0, high1), high_more = O::max(high0, high1);
-    const T low_middle = O::max(low_less, O::min(low_more, low2));
-    const T low_largest = O::max(low_more, low2);
-    const T high_smallest = O::min(high_less, high2);
-    const T high_middle = O::min(high_more, O::max(high_less, high2));
-    return {O::max(low_middle, high_smallest), O::min(low_largest, high_middle)};
+__attribute__((always_inline)) inline MiddleTwo<T> middle_of_six(const SortedThree<O, T>& u,
+                                                                 const SortedThree<O, T>& w) {
+    return {O::max(O::min(u.middle, w.middle), O::max(u.least, w.least)),
+            O::min(O::max(u.middle, w.middle), O::min(u.most, w.most))};
 }
 
 }  // namespace trv

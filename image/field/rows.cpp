@@ -11,17 +11,17 @@ namespace {
 using namespace field;
 
 template <typename Rule>
-consteval void put(Row (&rows)[neighbour_count]) {
-    rows[one] = row<Rule, one>;
-    rows[three] = row<Rule, three>;
-    rows[four] = row<Rule, four>;
-    rows[yuv] = row<Rule, yuv>;
+consteval void put(MakePass (&passes)[neighbour_count]) {
+    passes[one] = pass<Rule, one>;
+    passes[three] = pass<Rule, three>;
+    passes[four] = pass<Rule, four>;
+    passes[yuv] = pass<Rule, yuv>;
 }
 
 consteval Rows all_rows() {
     Rows rows{};
-    rows.copy = row<Copy, one>;
-    rows.average = row<Average, one>;
+    rows.copy = row<Copy>;
+    rows.average = row<Average>;
     put<Bilinear>(rows.bilinear);
     put<Median>(rows.median);
     return rows;

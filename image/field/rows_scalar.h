@@ -20,11 +20,26 @@ constexpr ptrdiff_t distance(field::Neighbour n, size_t k) {
     }
 }
 
-template <typename Rule, field::Neighbour N>
+template <typename Rule>
 void row(const uint8_t* upper, const uint8_t* lower, uint8_t* out, size_t count, bool) {
     for (size_t k = 0; k < count; ++k)
-        out[k] =
-            static_cast<uint8_t>(Rule::at(upper, lower, static_cast<ptrdiff_t>(k), distance(N, k)));
+        out[k] = static_cast<uint8_t>(Rule::at(upper, lower, static_cast<ptrdiff_t>(k), 0));
+}
+
+template <typename Rule, field::Neighbour N>
+void pass(const field::Pass& pass) {
+    const uint8_t* upper = pass.from;
+    uint8_t* out = pass.to;
+    for (uint32_t i = 0; i < pass.lines; ++i) {
+        const uint8_t* lower = upper + pass.stride;
+        for (size_t k = 0; k < pass.count; ++k) {
+            out[k] = upper[k];
+            out[pass.stride + k] = static_cast<uint8_t>(
+                Rule::at(upper, lower, static_cast<ptrdiff_t>(k), distance(N, k)));
+        }
+        upper = lower;
+        out += 2 * pass.stride;
+    }
 }
 
 }  // namespace

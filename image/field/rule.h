@@ -14,8 +14,9 @@ struct ScalarMinMax {
 };
 
 inline uint32_t median6(uint32_t a, uint32_t b, uint32_t c, uint32_t d, uint32_t e, uint32_t f) {
-    const auto middle = middle_of_six<ScalarMinMax>(a, b, c, d, e, f);
-    return (middle.lower + middle.upper) >> 1;
+    using Three = SortedThree<ScalarMinMax, uint32_t>;
+    const auto middle = middle_of_six(Three::of(a, b, c), Three::of(d, e, f));
+    return (middle.one + middle.other) >> 1;
 }
 
 // Both lines at byte k, and the neighbours d bytes to both sides.

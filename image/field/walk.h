@@ -28,28 +28,31 @@ struct Field {
     uint32_t stride;
     uint32_t height;
     const Rows* rows;
-    bool fetch_ahead;  // whether lines are fetched ahead of their use
-    bool even_lines;   // the field's lines become the frame's lines 0, 2, 4, ...
+    bool fetch_ahead;     // whether lines are fetched ahead of their use
+    uint32_t pass_lines;  // at most made in one pass, at least one
+    bool even_lines;      // the field's lines become the frame's lines 0, 2, 4, ...
 };
 
-// `synthesise` makes a line from two and says how many bytes it wrote. Both positions go on by that
-// number: it is the stride for every rule but one (image/field/lines.h).
-template <typename Synthesise>
-void walk(const Field& field, const Synthesise& synthesise) {
-    const uint8_t* from = field.source;
-    uint8_t* to = field.destination;
-    const size_t stride = field.stride;
+inline void copy_line(const Field& field, const uint8_t* from, uint8_t* to) {
+    field.rows->copy(from, from, to, field.stride, field.fetch_ahead);
+}
+
+struct Place {
+    const uint8_t* from;
+    uint8_t* to;
+};
+
+// `make_pairs` makes some of the pairs of lines that are left, a copy and what is synthesised
+// after it each, moves the place past them and says how many they were.
+template <typename MakePairs>
+void walk(const Field& field, const MakePairs& make_pairs) {
+    Place at{field.source, field.destination};
     const auto copy = [&] {
-        field.rows->copy(from, from, to, stride, field.fetch_ahead);
-        to += stride;
+        copy_line(field, at.from, at.to);
+        at.to += field.stride;
     };
     if (!field.even_lines) copy();
-    for (uint32_t i = 1; i < field.height; ++i) {
-        copy();
-        const size_t made = synthesise(from, from + stride, to);
-        to += made;
-        from += made;
-    }
+    for (uint32_t left = field.height - 1; left != 0;) left -= make_pairs(at, left);
     copy();
     if (field.even_lines) copy();
 }

@@ -129,12 +129,12 @@ struct WordHalves {
     }
 };
 
-// Weight (a + b) of two vectors of bytes, Weight at most 127.
-template <int Weight>
+// A a + B b of two vectors of bytes, A and B at most 127 and together at most 128.
+template <int A, int B>
 TRV_INLINE WordHalves weighted(U8 a, U8 b) {
-    const auto weight = _mm256_set1_epi8(Weight);
-    return {as<U16>(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(reg(a), reg(b)), weight)),
-            as<U16>(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(reg(a), reg(b)), weight))};
+    const auto weights = _mm256_set1_epi16(A | B << 8);
+    return {as<U16>(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(reg(a), reg(b)), weights)),
+            as<U16>(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(reg(a), reg(b)), weights))};
 }
 
 // Words of no more than 255 back to bytes.

@@ -95,8 +95,8 @@ const char* check_bytes(const uint8_t* at) {
     if (!is_each(shuffle(a, order),
                  [&](size_t i) { return order[i] > 15 ? 0 : a[i / 16 * 16 + order[i]]; }))
         return "shuffle";
-    if (!is_each(narrow(weighted<7>(small_a, small_b)),
-                 [&](size_t i) { return 7 * (small_a[i] + small_b[i]); }))
+    if (!is_each(narrow(weighted<7, 5>(small_a, small_b)),
+                 [&](size_t i) { return 7 * small_a[i] + 5 * small_b[i]; }))
         return "weighted";
     return nullptr;
 }
