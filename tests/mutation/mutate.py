@@ -46,6 +46,7 @@ ROOMS = {  # the test programs of a room, those that fail soonest first
     "support": ["test_support", "fault_test"],
     "companion": ["companion_test", "handles_test", "fault_test"],
     "raw": ["unpack_test"],
+    "raw/demosaic": ["demosaic_test"],
     "raw/explain": ["explain_test"],
 }
 
