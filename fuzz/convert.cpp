@@ -6,6 +6,7 @@
 #include "fuzz/buffers.h"
 #include "fuzz/compare.h"
 #include "image/format/routes.h"
+#include "tests/any_machine.h"
 #include "trvil/til.h"
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
@@ -75,14 +76,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     from.address = fuzz::place(fuzz::source_arena(), source_size, sides & 1);
     to.address = fuzz::place(fuzz::destination_arena(), destination_size, sides & 2);
     uint8_t* const out = to.address;
+    const trv::Machine machine = test::any_machine(in);
     in.fill(from.address, source_size);
     std::memset(out, 0x3C + (sides & 4), destination_size);
     if (missing) (sides & 8 ? from : to).address = nullptr;
     const uint64_t source = sides & 16 || !missing ? fuzz::handle_of(from) : 0;
     const uint64_t destination = fuzz::handle_of(to);
-    const uint32_t status = fuzz::compare_levels(
-        out, destination_size,
-        [&](const trv::Level& level) { return trv::convert(level, source, destination); });
+    const uint32_t status =
+        fuzz::compare_levels(out, destination_size, [&](const trv::Level& level) {
+            return trv::convert(trv::on_machine(level, machine), source, destination);
+        });
     fuzz::require(status == TRV_STATUS_OK || status == TRV_STATUS_BAYER_SETTING ||
                       status == TRV_STATUS_PARAMETER || status == TRV_STATUS_UNSUPPORTED,
                   "the status is one of the stated ones");

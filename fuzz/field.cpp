@@ -5,6 +5,7 @@
 
 #include "fuzz/buffers.h"
 #include "fuzz/compare.h"
+#include "tests/any_machine.h"
 #include "trvil/til.h"
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
@@ -27,7 +28,7 @@ Answers any_field(Input& in) {
     const trv::Format& format = in.one_in(8) ? trv::formats[in.below(trv::format_count)]
                                              : trv::format_of(taken[in.below(9)]);
     a.width = 4 + (in.one_in(8) ? in.below(150) : in.below(24));
-    a.height = in.below(4);
+    a.height = in.below(9);
     const uint32_t whole = trv::is_packed(format) ? 8 : format.group;
     const uint32_t pixels = (a.width + whole - 1) / whole * whole + whole * in.below(20);
     a.stride = static_cast<uint32_t>(trv::line_bytes(format, pixels));
@@ -53,11 +54,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     from.address = fuzz::place(fuzz::source_arena(), field_size, sides & 1);
     to.address = fuzz::place(fuzz::destination_arena(), 2 * field_size, sides & 2);
     uint8_t* const out = to.address;
+    const trv::Machine machine = test::any_machine(in);
     in.fill(from.address, field_size);
     std::memset(out, 0x3C + (sides & 4), 2 * field_size);
     const uint64_t source = fuzz::handle_of(from), destination = fuzz::handle_of(to);
     const uint32_t status = fuzz::compare_levels(out, 2 * field_size, [&](const trv::Level& level) {
-        return trv::field_to_frame(level, source, destination, method, flag);
+        return trv::field_to_frame(trv::on_machine(level, machine), source, destination, method,
+                                   flag);
     });
     fuzz::require(status == TRV_STATUS_OK || status == TRV_STATUS_PARAMETER ||
                       status == TRV_STATUS_UNSUPPORTED,

@@ -31,7 +31,7 @@ void compare_direct(Input& in) {
         c.storage == trv::Storage::packed_least || c.storage == trv::Storage::packed_most;
     const uint32_t end = 1 + (in.one_in(4) ? in.below(400) : in.below(70));
     trv::direct::Line line{};
-    line.memory = {in.one_in(2), in.one_in(2)};
+    line.memory = {in.one_in(2), in.one_in(2), in.one_in(2)};
     line.end = c.rule == trv::Rule::unpack ? (end + c.group - 1) / c.group * c.group : end;
     line.shift = 2 * in.between(1, 4);  // 10, 12, 14 or 16 bits
     line.flag = in.below(5);
@@ -84,16 +84,21 @@ void compare_field(Input& in) {
     size_t count = in.one_in(4) ? in.below(600) : in.below(150);
     if (neighbour == field::yuv) count = count / 4 * 4;
     const size_t stride = count + 2 * edge;
-    const Memory m = memory_of(in, 2 * stride, count);
+    const bool is_pass = choice < average;
+    const uint32_t lines = is_pass ? in.between(1, 6) : 1;
+    const size_t size = is_pass ? (2 * lines - 1) * stride + count : count;
+    const Memory m = memory_of(in, (lines + 1) * stride, size);
+    const uint8_t* from = m.source + edge;
     const bool fetch_ahead = in.one_in(2);
-    const auto row_of = [&](const trv::Level& level) {
-        if (choice == average) return level.field->average;
-        if (choice == copy) return level.field->copy;
-        return choice < field::neighbour_count ? level.field->bilinear[neighbour]
-                                               : level.field->median[neighbour];
-    };
     fuzz::compare_levels(m.out, m.size, [&](const trv::Level& level) {
-        row_of(level)(m.source + edge, m.source + stride + edge, m.out, count, fetch_ahead);
+        const field::Rows& rows = *level.field;
+        if (is_pass) {
+            const auto& makers = choice < field::neighbour_count ? rows.bilinear : rows.median;
+            makers[neighbour]({from, m.out, stride, count, lines, fetch_ahead});
+        } else {
+            const field::Row row = choice == average ? rows.average : rows.copy;
+            row(from, from + stride, m.out, count, fetch_ahead);
+        }
         return 0u;
     });
 }

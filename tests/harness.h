@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "image/dispatch/level.h"
+#include "tests/any_machine.h"
 #include "tests/buffers.h"
 
 namespace test {
@@ -128,25 +129,6 @@ inline std::vector<unsigned> machine_levels() {
             std::printf("level %s is not on this machine: NOT TESTED\n", trv::levels[i].name);
     }
     return list;
-}
-
-// A machine on which small pictures are made in the ways of large ones, or large ones in those of
-// small ones, in any mixture.
-inline trv::Machine any_machine(Random& random) {
-    const auto size = [&] { return random.one_in(2) ? uint64_t{0} : UINT64_MAX; };
-    return {"other",
-            {.nearest_cache = size(),
-             .core_caches = size(),
-             .last_cache = size(),
-             .fetch_distance = 64,
-             .fetch_distance_far = 448,
-             .streams_from = size(),
-             .fetches_fields = random.one_in(2),
-             .field_lines_at_once = random.between(1, 5),
-             .short_loads_from = size(),
-             .past_caches_from = size(),
-             .copied_at_once = random.between(1, 4000),
-             .masks_freely = random.one_in(2)}};
 }
 
 // Widths that meet every tail of every vector length, now and then a long line.
