@@ -11,6 +11,7 @@
 #include "fuzz/compare.h"
 #include "image/exports/convert.h"
 #include "raw/names/names.h"
+#include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 #include "trvil/raw.h"
 
