@@ -4,7 +4,7 @@ namespace trv::raw {
 namespace {
 
 constexpr unsigned terms = 4;
-constexpr double white = 65535, pi = 3.14159265358979323846, ln2 = 0.69314718055994530942;
+constexpr double white = 65535, ln2 = 0.69314718055994530942;
 
 // x to the power of e for positive x, to some 15 digits: the mathematical library is no part of
 // what this one loads.
