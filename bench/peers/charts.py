@@ -2,9 +2,11 @@
 """Writes the measured parts of docs/performance.md and its charts from the bench's own files.
 
 usage: charts.py RESULTS PAGE PICTURES
+       charts.py RESULTS PAGE MAKE
 
-RESULTS is a folder with warm.json, cold.json, small.json, tiny.json, threads.json (bench_peers --json)
-and calls.json (bench_call). In PAGE everything between "<!-- measured: NAME -->" and "<!-- end -->"
+RESULTS is a folder with warm.json, cold.json, core.json, small.json, tiny.json, threads.json (bench_peers
+--json) and calls.json (bench_call). With MAKE, such as amd, the machine is another than the page's
+own: its parts are named "MAKE: NAME", it has no charts, threads or calls. In PAGE everything between "<!-- measured: NAME -->" and "<!-- end -->"
 is replaced; the charts go to the folder PICTURES. Nothing is written when a part is missing.
 """
 import json
@@ -15,7 +17,7 @@ import sys
 
 from drawing import bars_chart, dots_chart
 
-RUNS = ["warm", "cold", "small", "tiny", "threads"]
+RUNS = ["warm", "cold", "core", "small", "tiny"]
 PEERS = ["plain", "plain pdep", "OpenCV", "libyuv", "swscale", "dc1394"]
 LEVELS = ["trvil", "trvil v3", "trvil v2", "trvil scalar"]
 
@@ -146,11 +148,14 @@ def level_part(runs):
 
 
 def small_part(runs):
-    small, tiny = runs["small"].families(), runs["tiny"].families()
-    rows = [[family, f"{mean(t.speed() for t in tasks):.0f}", f"{mean(t.of_copy() for t in tasks):.2f}",
-             spread([t.of_best() for t in tasks]), f"{mean(t.speed() for t in tiny[family]):.0f}",
-             spread([t.of_best() for t in tiny[family]])] for family, tasks in small.items()]
-    return table(["Family", "640x480 Mpx/s:", "x copy:", "x best peer:", "64x48 Mpx/s:", "x best peer:"], rows)
+    sizes = {"640x480": "small", "1024x128": "core", "64x48": "tiny"}
+    heads, rows = ["Family"], [[family] for family in runs["small"].families()]
+    for size, name in sizes.items():
+        heads += [f"{size} Mpx/s:", "x copy:", "x best peer:"]
+        for row, tasks in zip(rows, runs[name].families().values()):
+            row += [f"{mean(t.speed() for t in tasks):.0f}", f"{mean(t.of_copy() for t in tasks):.2f}",
+                    spread([t.of_best() for t in tasks])]
+    return table(heads, rows)
 
 
 def thread_part(runs):
@@ -206,7 +211,7 @@ def peer_chart(runs):
 
 
 def main(results, page, pictures):
-    runs = {name: Run(results / f"{name}.json") for name in RUNS}
+    runs = {name: Run(results / f"{name}.json") for name in [*RUNS, "threads"]}
     calls = json.loads((results / "calls.json").read_text())["calls"]
     parts = {"machine": machine_part(runs), "families": family_part(runs), "tasks": task_part(runs),
              "peers": peers_part(runs), "levels": level_part(runs), "small": small_part(runs),
@@ -218,10 +223,20 @@ def main(results, page, pictures):
         (pictures / name).write_text(chart)
 
 
+def main_of_another(results, page, make):
+    runs = {name: Run(results / f"{name}.json") for name in RUNS}
+    parts = {"machine": machine_part(runs), "families": family_part(runs), "small": small_part(runs)}
+    page.write_text(replace_parts(page.read_text(), {f"{make}: {name}": text for name, text in parts.items()}))
+
+
 if __name__ == "__main__":
     if len(sys.argv) != 4:
         sys.exit(__doc__)
+    results, page, last = map(pathlib.Path, sys.argv[1:])
     try:
-        main(*map(pathlib.Path, sys.argv[1:]))
+        if last.is_dir():
+            main(results, page, last)
+        else:
+            main_of_another(results, page, last.name)
     except (OSError, KeyError, json.JSONDecodeError) as error:
         sys.exit(f"charts.py: {error!r}; run bench/peers/publish, which makes all of its files")
