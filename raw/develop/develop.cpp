@@ -126,7 +126,7 @@ class Developing {
           d_(decision),
           matrix_(d_.made->code == Code::BGR48 ? reversed(recipe.matrix) : recipe.matrix) {}
 
-    // `scratch` has a line of words, and behind it lines of what the recipe makes.
+    // `scratch` has a line of words.
     void fill(const Strip& strip, uint32_t width, LineRange lines, uint8_t* scratch) const {
         for (uint32_t y = lines.first; y < lines.last; ++y) {
             auto* out = reinterpret_cast<uint16_t*>(strip.line(y));
@@ -135,21 +135,20 @@ class Developing {
         }
     }
 
+    // `scratch` has a line of what the recipe makes: every line takes all steps while it is in the
+    // nearest cache.
     void finish(const Strip& strip, LineRange lines, uint8_t* scratch) const {
-        Strip made{d_.destination.address, d_.destination.stride, {0, 0}};
-        if (d_.converts()) made = {scratch, d_.conversion.source.stride, lines};
-        make_words(strip, lines, made);
         for (uint32_t y = lines.first; y < lines.last; ++y) {
-            uint8_t* line = made.line(y);
-            if (recipe_.has_matrix) level_.develop->mix(line, recipe_.width, matrix_);
+            const LineRange line{y, y + 1};
+            Strip made{d_.destination.address, d_.destination.stride, {0, 0}};
+            if (d_.converts()) made = {scratch, d_.conversion.source.stride, line};
+            make_words(strip, line, made);
+            if (recipe_.has_matrix) level_.develop->mix(made.line(y), recipe_.width, matrix_);
             if (recipe_.curve != nullptr)
-                level_.develop->bend(line, size_t{recipe_.width} * channels(recipe_),
+                level_.develop->bend(made.line(y), size_t{recipe_.width} * channels(recipe_),
                                      *recipe_.curve);
+            if (d_.converts()) convert(made, line);
         }
-        if (!d_.converts()) return;
-        Job job = d_.conversion;
-        job.source.address = made.origin();
-        trv::convert_lines(level_.image, job, d_.converting, lines);
     }
 
   private:
@@ -216,6 +215,12 @@ class Developing {
         demosaic_lines(level_, {recipe_.method, recipe_.source.phase, d_.made}, image, lines);
     }
 
+    void convert(const Strip& made, LineRange line) const {
+        Job job = d_.conversion;
+        job.source.address = made.origin();
+        trv::convert_lines(level_.image, job, d_.converting, line);
+    }
+
     const Level& level_;
     const TRW_Recipe& recipe_;
     const DevelopDecision& d_;
@@ -247,8 +252,7 @@ class Development {
         cut_strips(line_, cut, &partition_);
         shape_ = {recipe.width, recipe.height, partition_.strip_lines, neighbours(recipe),
                   looks_beyond(recipe)};
-        const size_t made =
-            decision.converts() ? line_ * channels(recipe) * partition_.strip_lines : 0;
+        const size_t made = decision.converts() ? line_ * channels(recipe) : 0;
         partition_.seat_bytes = made_begin() + in_cache_lines(made);
     }
 
