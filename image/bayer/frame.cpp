@@ -39,17 +39,16 @@ void run_layout(const Walk<Table>& walk, Method method) {
 
 }  // namespace
 
-void convert_lines(const Spans& spans, const Kernel& kernel, const Image& image, LineRange lines) {
+void convert_lines(const Spans& spans, const Kernel& kernel, Image& image, LineRange lines) {
     // The pair count of smaller pictures would wrap.
     if (image.width < 2 || image.height < 2) return;
     const bool deep = kernel.input == Input::BAYn;
     const Format& output = format_of(kernel.output);
-    Image whole = image;
     // 16-bit samples and 16-bit pixels are stepped in whole words.
-    if (deep) whole.source_stride &= ~1u;
-    if (output.stored == 16) whole.destination_stride &= ~1u;
+    if (deep) image.source_stride &= ~1u;
+    if (output.stored == 16) image.destination_stride &= ~1u;
     const Table table{spans, deep ? depth16 : depth8, span_layout(output)};
-    const Walk<Table> walk{whole, mosaic_of(kernel.phase, is_exchanged(output)), table,
+    const Walk<Table> walk{image, mosaic_of(kernel.phase, is_exchanged(output)), table,
                            image.bits - 8, lines};
     if (deep)
         run_layout<uint16_t>(walk, kernel.method);

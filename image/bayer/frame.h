@@ -28,6 +28,9 @@ struct Image {
 // Calls for different lines may run at the same time where lines of the destination do not overlap
 // by more than the pad byte of their last pixel: none touches a byte that is another's. Pictures of
 // less than 2 x 2 pixels, whose pixels have no neighbours to take colours from, are left alone.
-void convert_lines(const Spans& spans, const Kernel& kernel, const Image& image, LineRange lines);
+//
+// The image's strides become those that are stepped by. It is no copy, which would wait for what
+// its fields were just stored by.
+void convert_lines(const Spans& spans, const Kernel& kernel, Image& image, LineRange lines);
 
 }  // namespace trv::bayer

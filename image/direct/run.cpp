@@ -32,7 +32,8 @@ struct Walk {
     uint32_t width;
     uint32_t lines;
 
-    void run(Line line, bool ends_picture) const {
+    // Lines are changed where they are: a copy right after fields were stored waits for the stores.
+    void run(Line& line, bool ends_picture) const {
         if (line.end == 0 || lines == 0) return;
         for (uint32_t y = 1; y < lines; ++y) {
             row(line);
@@ -42,7 +43,7 @@ struct Walk {
         run_last_line(line, ends_picture);
     }
 
-    void run_last_line(Line line, bool ends_picture) const {
+    void run_last_line(Line& line, bool ends_picture) const {
         if (conversion.rule == Rule::unpack && !ends_picture)
             unpack_inside(line);
         else if (conversion.keeps_last())
@@ -54,7 +55,7 @@ struct Walk {
     // The levels below AVX-512 store 4-byte pixels whole, pad included as they found it. The very
     // last pad byte may lie in memory that nobody may touch, or be the next line's, so its pixels
     // are done one at a time.
-    void spare_last_pad(Line line) const {
+    void spare_last_pad(Line& line) const {
         const uint32_t end = line.end;
         line.end = (end - 1) / conversion.group * conversion.group;
         if (line.end != 0) row(line);
@@ -65,7 +66,7 @@ struct Walk {
 
     // Where another call makes the line that follows, what groups would write into that is left
     // out.
-    void unpack_inside(Line line) const {
+    void unpack_inside(Line& line) const {
         const uint32_t end = line.end, room = destination_step / 2;
         if (room >= width && room < end) line.end = room;
         row(line);
@@ -73,7 +74,7 @@ struct Walk {
     }
 
     // The lower byte of a word, which is the last byte of the line's padding.
-    void unpack_half(Line line, uint32_t word) const {
+    void unpack_half(Line& line, uint32_t word) const {
         uint8_t group[8];
         uint8_t* const out = line.destination + destination_step - 1;
         const uint32_t inside = word % conversion.group;

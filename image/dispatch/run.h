@@ -30,8 +30,8 @@ inline Memory memory_of(const MemoryPolicy& policy, uint64_t written, uint64_t a
             .aligned_stores = !policy.masks_freely && (masked || is_large)};
 }
 
-// `image.memory` need not be filled.
-inline void convert_lines(const Level& level, const Kernel& kernel, Image image, LineRange lines) {
+// `image.memory` is filled here.
+inline void convert_lines(const Level& level, const Kernel& kernel, Image& image, LineRange lines) {
     const uint64_t written = uint64_t{image.destination_stride} * image.height;
     const uint64_t all = written + uint64_t{image.source_stride} * image.height;
     image.memory =

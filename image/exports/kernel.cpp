@@ -27,7 +27,7 @@ uint32_t run(const Level& level, const Kernel& kernel, Handle source, Handle des
     if (!from.present() || !to.present()) return TRV_STATUS_PARAMETER;
     const bool deep = kernel.input == Input::BAYn;
     if (deep && bits == 8) return TRV_STATUS_PARAMETER;
-    const Image image = read_image(from, to, deep ? bits : 8);
+    Image image = read_image(from, to, deep ? bits : 8);
     convert_lines(level, kernel, image, {0, image.height});
     return TRV_STATUS_OK;
 }
