@@ -1,9 +1,10 @@
 # The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
 
-build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev nlohmann-json3-dev)
+build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev libtiff-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev git python3 python3-numpy python3-pytest clang-format
     qemu-user valgrind strace abigail-tools                             # trust
     pkg-config libopencv-core-dev dpkg-dev fakeroot lintian file        # packages
+    dcraw libimage-exiftool-perl libraw-bin                             # DNG files
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
 # What the preset aarch64 takes.

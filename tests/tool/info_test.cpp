@@ -133,7 +133,8 @@ TEST_F(Info, IsJsonThatOtherProgramsRead) {
     const Json formats = ask("formats");
     EXPECT_EQ(formats["formats"].size(), 74u);
     EXPECT_EQ(formats["packings"].size(), TRW_PACKING_END - 1u);
-    EXPECT_EQ(ask("routes BAY8 BGR24")[0]["methods_by_phase"]["RGGB"], (Json{"dup", "ave", "med"}));
+    EXPECT_EQ(ask("routes BAY8 BGR24")[0]["methods_by_phase"]["RGGB"],
+              (Json{"dup", "ave", "med", "gradient"}));
 }
 
 }  // namespace

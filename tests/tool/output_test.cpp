@@ -22,12 +22,13 @@ class Output : public testing::Test {
 const std::string convert = "convert -s 400x300 -f BAY8 ";
 
 TEST_F(Output, FitsIntoAPipe) {
-    for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
+    for (const std::string kind :
+         {"png", "tif", "ppm", "raw", "png --depth 16", "tif --depth 16", "dng"}) {
         SCOPED_TRACE(kind);
-        ASSERT_EQ(folder.trvil(text(convert, "a.raw -o file.", kind)).exit, 0);
+        ASSERT_EQ(folder.trvil(text(convert, "a.raw --force -o file.", kind)).exit, 0);
         const Result piped = folder.trvil(text(convert, "- -o - --as ", kind, " <a.raw"));
         EXPECT_EQ(piped.exit, 0) << piped.err;
-        EXPECT_EQ(piped.out, folder.read("file." + kind));
+        EXPECT_EQ(piped.out, folder.read("file." + kind.substr(0, 3)));
     }
 }
 
@@ -72,19 +73,32 @@ TEST_F(Output, NamedAfterItsInput) {
 }
 
 TEST_F(Output, OnAFullDiskLeavesWhatWasThere) {
-    for (const std::string kind : {"png", "tif", "ppm", "raw"}) {
+    for (const std::string kind :
+         {"png", "tif", "ppm", "raw", "png --depth 16", "tif --depth 16", "dng"}) {
         SCOPED_TRACE(kind);
-        folder.write("old." + kind, "precious");
+        const std::string old = "old." + kind.substr(0, 3);
+        folder.write(old, "precious");
         const std::string words = text(convert, "a.raw --force -o old.", kind);
         // A file-size limit fails writes in the middle, as a full disk does.
         const Result result = folder.shell("ulimit -f 8; trvil " + words);
         EXPECT_EQ(result.exit, 5) << result.err;
-        EXPECT_NE(result.err.find("old." + kind), std::string::npos) << result.err;
-        EXPECT_EQ(folder.read("old." + kind), "precious");
+        EXPECT_NE(result.err.find(old), std::string::npos) << result.err;
+        EXPECT_EQ(folder.read(old), "precious");
     }
-    EXPECT_EQ(folder.names(), (Names{"a.raw", "old.png", "old.tif", "old.ppm", "old.raw"}));
-    for (const std::string kind : {"png", "tif", "ppm", "raw"})
+    EXPECT_EQ(folder.names(),
+              (Names{"a.raw", "old.dng", "old.png", "old.tif", "old.ppm", "old.raw"}));
+    for (const std::string kind :
+         {"png", "tif", "ppm", "raw", "png --depth 16", "tif --depth 16", "dng"})
         EXPECT_EQ(folder.trvil(text(convert, "a.raw -o - --as ", kind, " >/dev/full")).exit, 5);
+}
+
+TEST_F(Output, OfCalibrationAppearsWholeOrNotAtAll) {
+    const std::string calibrate =
+        "mkdir -p found; trvil calibrate -s 400x300 -f BAY8 --dark-frames a.raw a.raw -o found";
+    EXPECT_EQ(folder.shell("ulimit -f 8; " + calibrate).exit, 5);
+    EXPECT_EQ(folder.shell("ls -A found").out, "");
+    EXPECT_EQ(folder.shell(calibrate).exit, 0);
+    EXPECT_EQ(folder.shell("ls -A found").out, "dark.tif\ndefects.txt\nsettings.json\n");
 }
 
 TEST_F(Output, OfAClosedPipeIsAnError) {

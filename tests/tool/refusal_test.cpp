@@ -108,6 +108,95 @@ TEST_F(Refused, OutputThatCannotBe) {
     EXPECT_EQ(folder.read("old.png"), "precious");
 }
 
+// Every reason that developing has to refuse; nothing is written, the settings neither.
+TEST_F(Refused, Developing) {
+    folder.write("short.raw", "xyz");
+    folder.write("far.txt", "# two\n3 4\n64 0\n");
+    folder.write("odd.txt", "3 4 5\n");
+    folder.write("eight.txt", "1 0 0 0 1 0 0 0");
+    folder.write("key.json", "{\"blak\": 3, \"wb\": \"grey\", \"dork\": \"a\"}");
+    folder.write("type.json", "{\"black\": {\"r\": 3}}");
+    folder.write("none.json", "{\"black\": 3");
+    folder.write("gone.json", "{\"dark\": \"gone.tif\"}");
+    ASSERT_EQ(folder.trvil("convert -s 32x96 -f Mono8 a.raw -o narrow.png").exit, 0);
+    ASSERT_EQ(folder.trvil("convert -s 64x48 -f Mono8 a.raw -o bytes.png").exit, 0);
+    ASSERT_EQ(folder.trvil("convert -s 32x48 -f Mono16 a.raw -o deep.png").exit, 0);
+    const std::string common = "convert -s 64x48 -f BAY8 a.raw -o b.png --save-settings s.json ";
+    const std::string words = "convert -s 32x48 -f BAY10 a.raw -o b.png ";
+    const std::vector<std::pair<std::string, Refusal>> refusals = {
+        {common, {"--black 1,2", 2, {"\"1,2\"", "four"}}},
+        {common, {"--black 300", 2, {"black", "white"}}},
+        {common, {"--black 5 --white 5", 2, {"white"}}},
+        {common, {"--white 256", 2, {"white"}}},
+        {common, {"--white 0", 2, {"from 1"}}},
+        {common, {"--dark short.raw", 4, {"short.raw is too short"}}},
+        {common, {"--flat narrow.png", 4, {"32x96", "64x48"}}},
+        {common, {"--flat gone.tif", 4, {"gone.tif", "No such file"}}},
+        {words, {"--dark deep.png", 4, {"30840", "1023"}}},
+        {words, {"--flat bytes.png", 4, {"64x48"}}},
+        {common, {"--defects far.txt", 4, {"line 3", "64 0", "outside"}}},
+        {common, {"--defects odd.txt", 4, {"line 1", "no x and y"}}},
+        {common, {"--defects narrow.png", 4, {"32x96"}}},
+        {common, {"--ccm 1,0,0,0,1,0,0,0", 2, {"nine numbers", "has 8"}}},
+        {common, {"--ccm eight.txt", 2, {"nine numbers"}}},
+        {common, {"--ccm 1,2,3,2,4,6,0,0,1", 2, {"singular"}}},
+        {common, {"--ccm 9,0,0,0,1,0,0,0,1", 2, {"row"}}},
+        {common, {"--curve rec709", 2, {"srgb", "gamma:"}}},
+        {common, {"--curve gamma:0", 2, {"0.1 to 10"}}},
+        {common, {"--wb point:64,0 --curve srgb", 2, {"64,0 lies outside"}}},
+        {common, {"--wb point:-1,0", 2, {"two numbers"}}},
+        {common, {"--settings key.json", 2, {"\"blak\", \"dork\"", "black, dark"}}},
+        {common, {"--settings type.json", 2, {"\"black\"", "neither text nor numbers"}}},
+        {common, {"--settings none.json", 2, {"no JSON"}}},
+        {common, {"--settings gone.json", 4, {"gone.tif"}}},
+        {"convert -s 64x48 -f BAY8 a.raw --force -o bytes.png ",
+         {"--dark bytes.png", 2, {"is an input"}}},
+        {common, {"--depth 12", 2, {"--depth"}}},
+        {"convert -s 64x24 -f RGB16 a.raw -o b.png ", {"--black 3", 2, {"neither"}}},
+        {"convert -s 64x24 -f RGB16 a.raw -o b.png ", {"--depth 16", 2, {"RGB48"}}},
+        {"convert -s 64x48 -f BAY8 a.raw -o b.pgm ", {"--depth 16", 2, {"grey"}}},
+        {"convert -s 64x48 -f Mono8 a.raw -o b.png ", {"--ccm 1,0,0,0,1,0,0,0,1", 2, {"grey"}}},
+        {"convert -s 64x48 -f Mono8 a.raw -o b.dng", {"", 3, {"a DNG holds a mosaic"}}},
+        {"convert -s 64x48 -f BAY8 a.raw -o b.dng ", {"--depth 16", 2, {"as they are"}}}};
+    for (const auto& [command, refusal] : refusals) {
+        const std::string line = command + refusal.words;
+        expect_refusals(folder, {{line.c_str(), refusal.exit, refusal.texts}});
+    }
+}
+
+TEST_F(Refused, Calibrating) {
+    folder.write("b.raw", std::string(64 * 48, 'y'));
+    folder.write("long.raw", std::string(64 * 48 + 1, 'y'));
+    folder.write("white.raw", std::string(64 * 48, '\xFF'));
+    ASSERT_EQ(folder.shell("mkdir found; touch found/flat.tif").exit, 0);
+    expect_refusals(
+        folder,
+        {{"calibrate -s 64x48 -f BAY8 -o .", 2, {"--dark-frames", "--chart"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --dark-frames a.raw", 2, {"too few dark frames: 1"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --dark-frames a.raw long.raw", 4, {"3073", "3072"}},
+         {"calibrate -s 64x50 -f BAY8 -o . --flat-frames a.raw b.raw", 4, {"too short"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --flat-frames a.raw white.raw white.raw white.raw "
+          "--white 200",
+          1,
+          {"overexposed", "200"}},
+         {"calibrate -s 64x48 -f BAY8 -o nowhere --dark-frames a.raw b.raw", 5, {"no folder"}},
+         {"calibrate -s 64x48 -f BAY8 -o found --flat-frames a.raw b.raw", 5, {"exists already"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw", 2, {"--corners"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw --corners 1,1,9,1,9", 2, {"eight"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw --corners 0,0,64,0,63,47,0,47",
+          2,
+          {"64,0 lies outside"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw --corners 0,0,63,47,63,0,0,47",
+          2,
+          {"go around"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --dark-frames a.raw b.raw --chart b.raw --corners "
+          "0,0,63,0,63,47,0,47",
+          1,
+          {"does not get darker"}},
+         {"calibrate -s 64x24 -f RGB16 -o . --dark-frames a.raw b.raw", 2, {"neither"}}});
+    EXPECT_EQ(folder.shell("ls found").out, "flat.tif\n");
+}
+
 TEST_F(Refused, NotButNoted) {
     const Result surplus = folder.trvil("convert -s 60x48 -f BAY8 a.raw -o a.png");
     EXPECT_EQ(surplus.exit, 0);

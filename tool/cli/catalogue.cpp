@@ -19,8 +19,10 @@ struct NamedMethod {
     const char* name;
     uint32_t value;
 };
-constexpr NamedMethod methods[] = {
-    {"dup", TBL_BAYER_METHOD_DUP}, {"ave", TBL_BAYER_METHOD_AVE}, {"med", TBL_BAYER_METHOD_MED}};
+constexpr NamedMethod methods[] = {{"dup", TBL_BAYER_METHOD_DUP},
+                                   {"ave", TBL_BAYER_METHOD_AVE},
+                                   {"med", TBL_BAYER_METHOD_MED},
+                                   {"gradient", TRW_METHOD_GRADIENT}};
 
 std::vector<std::string> all_pixel_names() {
     std::vector<std::string> names;
@@ -107,7 +109,7 @@ uint32_t method_named(const std::string& name) {
     for (const NamedMethod& method : methods)
         if (lower(name) == method.name) return method.value;
     throw Failure(Exit::usage, text("unknown method \"", name, "\""), "",
-                  "use dup (nearest), ave (mean) or med (median)");
+                  "use dup (nearest), ave (mean), med (median) or gradient (gradient-corrected)");
 }
 
 const char* phase_name(Phase phase) {

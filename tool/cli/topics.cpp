@@ -11,6 +11,10 @@ const std::vector<Topic> topics = {
   trvil convert -s 1920x1080 -f 12Packed --phase RGGB camera.raw -o picture.png
   trvil convert -s 640x480 -f BAY8 --scale auto --jobs 4 *.raw -o 'out/{name}.png'
   camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
+  trvil convert -s 1920x1080 -f BAY10 --wb grey --curve srgb --depth 16 dump.raw -o picture.tif
+  trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.dng
+  trvil calibrate -s 1920x1080 -f BAY10 --dark-frames dark*.raw --flat-frames flat*.raw -o camera/
+  trvil convert -s 1920x1080 -f BAY10 --settings camera/settings.json dump.raw -o picture.png
   trvil guess unknown.raw -o sheet.png
   trvil info -s 1920x1080 -f BAY10 --phase RGGB dump.raw
   trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png
@@ -53,6 +57,7 @@ which exchange red and blue, only the eye can tell.)"},
   dup  the nearest sample, copied: fast, every value was measured, edges have coloured teeth
   ave  the mean of the nearest two or four: smooth; this is what is taken without -m
   med  the median of the nearest four: as ave, with cleaner edges
+  gradient  the mean, corrected by how the pixel's own colour changes: sharper, with less false colour
 
 `trvil routes FROM TO` says which methods exist between two formats.)"},
     {"sizes", "Sizes, strides and headers",
@@ -67,12 +72,33 @@ wraps around a wrong --skip. When the length does not fit, the message says what
 
 When nothing is known, `trvil guess` proposes sizes and formats, and shows them.)"},
     {"depth", "Dark pictures",
-     R"(Pictures have 8 bits a sample, or 16 where grey is kept. Deep samples are brought down to 8 by the
+     R"(Pictures have 8 bits a sample, or 16 where grey is kept, and with --depth 16. Deep samples are brought down to 8 by the
 depth that the format names: BAY12 by a shift of 4. When the picture is dark or black, the camera used
 fewer bits than the format says; when it is torn into bands of wrong brightness, more. `trvil info`
 says which bits are in use. --scale auto stretches what is there.
 
-Values are not scaled when they grow: Mono8 200 becomes Mono16 200, which looks black.)"},
+Values are not scaled when they grow: Mono8 200 becomes Mono16 200, which looks black. With --depth 16
+they are: v of n bits becomes 65535 v / (2^n - 1), rounded, so that white is white.)"},
+    {"develop", "From samples to true colour",
+     R"(Any of the options of developing, or --depth 16, develops a mosaic or grey: each sample less what it
+is in the dark (--dark, else --black), times its colour's gain (--wb) and the flat field's factor
+(--flat), so that --white becomes 65535; defective pixels (--defects) from their neighbours; the
+missing colours (-m); the matrix (--ccm); the curve (--curve). Where there is a dark picture and no
+--black, the mean of it is the black that white is counted from.
+
+Dark and flat are dumps like the input, or grey pictures in which samples count as the dump's do.
+Defects are lines of x y, or a grey picture that is not 0 where they are.
+
+Without --curve values stay linear, which looks dark: --curve srgb is for looking at. The gains of
+--wb grey and of --wb point:X,Y are worked out from what is left after black, dark, flat and defects,
+and none of them is below 1. The point is the mean of 16 x 16 pixels.
+
+A file of --settings is JSON with any of black, white, dark, flat, defects, wb, ccm, curve and method,
+each as its option takes it; names of files start from the folder of the settings. What an option says
+goes before. `trvil calibrate` makes such a file, and --save-settings writes what was used.
+
+A .dng holds the samples as they are, with black, white, gains and matrix beside them; raw developers
+read it.)"},
     {"batch", "Many dumps",
      R"(`trvil convert` takes many inputs of one size and format. {name} in the output stands for an
 input's name without its end; an output that is a folder gets {name}.png, or the kind that --as says.

@@ -7,6 +7,7 @@
 namespace trv::tool {
 
 void add_convert(CLI::App* app);
+void add_calibrate(CLI::App* app);
 void add_info(CLI::App* app);
 void add_guess(CLI::App* app);
 void add_phase(CLI::App* app);
@@ -18,8 +19,8 @@ void add_sample(CLI::App* app);
 void add_help(CLI::App* app);
 
 // In the order in which help lists them.
-inline constexpr void (*commands[])(CLI::App*) = {add_convert, add_info,  add_guess,   add_phase,
-                                                  add_frame,   add_bench, add_formats, add_routes,
-                                                  add_sample,  add_help};
+inline constexpr void (*commands[])(CLI::App*) = {
+    add_convert, add_calibrate, add_info,   add_guess,  add_phase, add_frame,
+    add_bench,   add_formats,   add_routes, add_sample, add_help};
 
 }  // namespace trv::tool

@@ -10,6 +10,7 @@
 #include "tool/cli/text.h"
 #include "tool/files/input.h"
 #include "tool/files/picture_write.h"
+#include "tool/picture/deepen.h"
 
 namespace trv::tool {
 namespace {
@@ -63,12 +64,12 @@ std::string maybe_meant(const Format& format, uint32_t level) {
 }
 
 void note_levels(const Format& format, const SampleLayout& layout, const Histogram& histogram,
-                 bool stretched, const std::string& input) {
+                 bool may_be_dark, const std::string& input) {
     const uint32_t top = brightest(histogram);
     if (const uint64_t above = count_above(histogram, layout.full()); above != 0)
         note(text(input, ": ", above, " samples exceed the ", layout.bits, " bits of ", format.name,
                   ", up to ", top, maybe_meant(format, top)));
-    else if (top < layout.full() / dim && !stretched)
+    else if (top < layout.full() / dim && !may_be_dark)
         note(text(input, ": the picture will be dark, its brightest sample is ", top, " of ",
                   layout.full(), maybe_meant(format, top), "; --scale auto stretches it"));
 }
@@ -83,6 +84,12 @@ void tune(const Conversion& c, const Frame& frame, const std::string& input) {
     if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, histogram, layout), frame, layout);
 }
 
+// Whether nobody is surprised by a picture whose samples stay far below full range.
+bool may_be_dark(const Conversion& c) {
+    return c.tuning.stretch || c.kind == Kind::dng ||
+           (c.developer != nullptr && c.developer->has_white());
+}
+
 // What tune() notes, of samples that nobody keeps.
 void note_packed_levels(const Conversion& c, const Frame& bytes, const std::string& input) {
     constexpr uint32_t strip = 64;  // lines; even, so that strips of a mosaic have its phase
@@ -93,7 +100,16 @@ void note_packed_levels(const Conversion& c, const Frame& bytes, const std::stri
     for (uint32_t y = 0; y < c.source.height; y += strip)
         add_to(&histogram, unpack_lines(bytes, c.source, y, std::min(strip, c.source.height - y)),
                *layout);
-    note_levels(format, *layout, histogram, c.tuning.stretch, input);
+    note_levels(format, *layout, histogram, may_be_dark(c), input);
+}
+
+// What there is to note of the samples of a dump that is not looked at any further.
+void note_dump_levels(const Conversion& c, const Frame& dump, const std::string& input) {
+    if (c.source.packing != 0) return note_packed_levels(c, dump, input);
+    const auto layout = sample_layout(*c.source.format, c.how.phase);
+    if (layout)
+        note_levels(*c.source.format, *layout, take_histogram(dump, *layout), may_be_dark(c),
+                    input);
 }
 
 constexpr uint64_t group_room = 6;  // unpacking writes whole groups: up to three words too many
@@ -172,9 +188,20 @@ Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, TRW
     if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
     const Frame& source = widened ? *widened : from;
     source.set_bayer(how.method, how.phase);
-    if (TRW_Convert(source.handle(), 0, result.handle(), nullptr, pool) != TRV_STATUS_OK)
+    const bool mosaic = g.format->family == Family::bayer;
+    const TRW_Settings settings{sizeof settings, 0, mosaic ? how.method : 0,
+                                mosaic ? phase_parameter(how.phase) : 0};
+    if (TRW_Convert(source.handle(), 0, result.handle(), &settings, pool) != TRV_STATUS_OK)
         throw refusal(source, result);
     return result;
+}
+
+void run_dng(const Conversion& c, Frame dump, const std::string& input, const std::string& output,
+             TRW_Pool* pool) {
+    note_dump_levels(c, dump, input);
+    const DngColours colours = c.developer->colours(dump, pool);
+    Frame mosaic = c.source.packing == 0 ? std::move(dump) : unpack(dump, c.source);
+    put_dng(convert(std::move(mosaic), c.path, c.how, pool), colours, output, c.force);
 }
 
 }  // namespace
@@ -191,9 +218,19 @@ Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool
     return frame;
 }
 
+Gains gains_of(const Conversion& c, const std::string& input, TRW_Pool* pool) {
+    return c.developer->gains(read_bytes(input, c.source, c.skip), pool);
+}
+
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
                     Progress* progress, TRW_Pool* pool) {
     Frame frame = read_bytes(input, c.source, c.skip);
+    if (c.kind == Kind::dng) return run_dng(c, std::move(frame), input, output, pool);
+    if (c.developer != nullptr) {
+        note_dump_levels(c, frame, input);
+        return put_picture(c.developer->develop(frame, *c.path.back(), pool), c.kind, output,
+                           c.force, progress);
+    }
     const std::optional<size_t> tuned = tuned_step(c);
     size_t step = 0;  // that the frame has reached
     if (unpacks_in_passing(c)) {
@@ -207,6 +244,7 @@ void run_conversion(const Conversion& c, const std::string& input, const std::st
         if (++step == c.path.size()) break;
         frame = convert_step(c.how, frame, *c.path[step], pool);
     }
+    if (c.deepen) frame = deepened(frame);
     put_picture(std::move(frame), c.kind, output, c.force, progress);
 }
 

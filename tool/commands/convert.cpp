@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <memory>
 #include <system_error>
 #include <thread>
@@ -12,8 +13,11 @@
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
 #include "tool/commands/threads.h"
+#include "tool/develop/options.h"
 #include "tool/files/naming.h"
+#include "tool/files/output.h"
 #include "tool/files/same_file.h"
+#include "tool/picture/deepen.h"
 
 namespace trv::tool {
 namespace {
@@ -24,12 +28,15 @@ brought down to 8 by the depth that the format names; if the picture is dark, th
 than that, and --scale auto stretches it. A mosaic without white balance looks greenish; --wb grey
 suits most scenes. Wrong colours or a fine check pattern mean another --phase.
 
-Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey.)";
+Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey; with --depth 16 they
+have 16 bits. What is known of the sensor is taken into account: see `trvil help develop`.)";
 
 struct Options {
     Reading reading;
-    std::string phase, method, target, as, output;
-    std::string scale = "none", white = "off", via = "auto";
+    DevelopOptions developing;
+    std::string phase, target, as, output;
+    std::string scale = "none", via = "auto";
+    uint32_t depth = 0;  // 0: what suits the source
     bool force = false;
     uint32_t jobs = 1, threads = 0;
     std::vector<std::string> inputs;
@@ -48,10 +55,10 @@ Phase choose_phase(const Options& o, const Geometry& source) {
     return format.phase == Phase::none ? Phase::A : format.phase;
 }
 
-uint32_t choose_method(const Options& o, const Geometry& source) {
+uint32_t choose_method(const std::string& said, const Geometry& source) {
     const bool mosaic = source.format->family == Family::bayer;
-    if (!o.method.empty() && !mosaic) refuse_bayer_option("-m", source);
-    return o.method.empty() ? default_method : method_named(o.method);
+    if (!said.empty() && !mosaic) refuse_bayer_option("-m", source);
+    return said.empty() ? default_method : method_named(said);
 }
 
 void say_packing(const Options& o, const Geometry& source) {
@@ -68,18 +75,100 @@ void say_way(const Path& path) {
               what == nullptr ? "" : text(" (the direct route ", what, ")")));
 }
 
-Conversion resolve(const Options& o) {
+bool is_mosaic(const Geometry& source) {
+    return source.format->family == Family::bayer;
+}
+
+Failure no_depth(const std::string& of, const std::string& why, const std::string& next) {
+    return {Exit::usage, text("no 16 bits of ", of), why, next};
+}
+
+// Whether results have 16 bits: where that is said, and where a mosaic becomes a picture of words.
+bool is_deep(const Options& o, const Geometry& source, const Format* target, Kind kind) {
+    const bool of_words = target != nullptr && target->significant == 16;
+    if (o.depth == 16 && kind == Kind::pgm && is_mosaic(source))
+        throw no_depth("a mosaic in a .pgm", "it holds grey, and a mosaic becomes colour",
+                       "write a .png, .tif or .ppm");
+    if (o.depth == 16 && target != nullptr && !of_words)
+        throw no_depth(target->name, text("it has ", int{target->significant}),
+                       "leave -t out, or --depth");
+    return o.depth == 16 || (of_words && kind != Kind::raw && is_mosaic(source));
+}
+
+// What is converted without being developed; null where the user leaves it open.
+const Format* shallow_target(const Options& o, const Geometry& source, const Format* target,
+                             Kind kind) {
+    const Format& format = *source.format;
+    if (target != nullptr || o.depth != 8 || format.significant <= 8) return target;
+    const Format& shallow = format_of(format.family == Family::grey ? Code::Mono8 : Code::BGR24);
+    return holds(kind, shallow) ? &shallow : nullptr;
+}
+
+const Format& developed_target(const Geometry& source, const Format* target, Kind kind, bool deep) {
+    if (target != nullptr && !holds(kind, *target))
+        plan(*source.format, target, kind, {}, Via::automatic);  // says what is wrong
+    if (target != nullptr) return *target;
+    const bool keeps =
+        deep || (source.format->family == Family::grey && source.format->significant == 16);
+    const Format& suited = developed_format(*source.format, keeps);
+    if (holds(kind, suited)) return suited;
+    const Format& other = format_of(Code::BGR24);
+    if (source.format->family == Family::grey && holds(kind, other)) return other;
+    throw Failure(Exit::no_route, text("no .", kind_name(kind), " of ", source.name()),
+                  text("it is developed to ", suited.name), "write a .png or a .tif");
+}
+
+void note_left_out(const SettingTexts& said, const Kind kind) {
+    std::vector<std::string> left;
+    for (const auto& [text, name] :
+         {std::pair{&said.dark, "the dark picture"}, std::pair{&said.flat, "the flat field"},
+          std::pair{&said.defects, "defects"}, std::pair{&said.curve, "the curve"}})
+        if (!text->empty()) left.emplace_back(name);
+    if (kind == Kind::dng && !left.empty())
+        note(text("a DNG holds samples as they are: ", list(left), " are left out of it"));
+}
+
+void resolve_dng(const Options& o, const SettingTexts& said, Conversion* c) {
+    if (o.depth != 0)
+        throw Failure(Exit::usage, "--depth makes no sense with a .dng",
+                      "it holds samples as they are", "leave --depth out");
+    const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
+    c->path = plan(*c->source.format, target, Kind::dng, c->how, Via::automatic);
+    note_left_out(said, Kind::dng);
+}
+
+Conversion resolve(const Options& o, const SettingTexts& said) {
     const Geometry source = o.reading.geometry(!o.phase.empty());
     const Format& format = *source.format;
     const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
     const Kind kind = kind_of_output(o.output, o.as);
-    const Demosaic how{choose_method(o, source), choose_phase(o, source)};
-    const Via via = o.via == "never" ? Via::never : Via::automatic;
-    Conversion c{source, o.reading.skip,
-                 how,    plan(format, target, kind, how, via),
-                 kind,   tuning_named(o.white, o.scale),
-                 o.force};
+    const Demosaic how{choose_method(said.method, source), choose_phase(o, source)};
+    const Development settings = understand(said);
+    const Tuning tuning = tuning_named(said.balance.empty() ? "off" : said.balance, o.scale);
+    Conversion c{source, o.reading.skip, how, {}, kind, tuning, o.force};
+    const bool deep = kind != Kind::dng && is_deep(o, source, target, kind);
+    const bool special = settings.needed || tuning.white == Tuning::White::point;
+    if (kind == Kind::dng) {
+        resolve_dng(o, said, &c);
+    } else if (is_developed(format) && (deep || special)) {
+        c.path = {&format, &developed_target(source, target, kind, deep)};
+    } else if (special) {
+        throw Failure(Exit::usage, text("cannot develop ", source.name()),
+                      "it is neither a mosaic nor grey", "leave the options of developing out");
+    } else if (deep) {
+        if (!can_be_deepened(format) || !holds(kind, format_of(Code::RGB48)) ||
+            (target != nullptr && target->code != Code::RGB48))
+            throw no_depth(source.name(), "colour in bytes or words of their own becomes RGB48",
+                           "leave --depth out, or -t, or write a .png");
+        c.path = {&format};
+        c.deepen = true;
+    } else {
+        c.path = plan(format, shallow_target(o, source, target, kind), kind, how,
+                      o.via == "never" ? Via::never : Via::automatic);
+    }
     check_conversion(c);
+    if (kind == Kind::dng || (is_developed(format) && (deep || special)))
+        c.developer = std::make_shared<Developer>(settings, tuning, source, c.skip, how);
     return c;
 }
 
@@ -162,16 +251,49 @@ uint32_t jobs_of(const Options& o) {
     return static_cast<uint32_t>(std::min(wanted, o.inputs.size()));
 }
 
+void check_all_files(const Options& o, const SettingTexts& said,
+                     const std::vector<std::string>& outputs) {
+    std::vector<std::string> read = o.inputs, written = outputs;
+    for (const std::string& file : o.developing.inputs(said)) read.push_back(file);
+    for (const std::string& file : as_list(o.developing.save)) written.push_back(file);
+    check_files(read, written, o.force);
+}
+
+// A point is one of this dump; what it says of the light holds for others too.
+SettingTexts lasting(SettingTexts said, const Conversion& conversion, const std::string& input,
+                     TRW_Pool* pool) {
+    if (conversion.tuning.white != Tuning::White::point) return said;
+    std::vector<double> gains;
+    for (const double gain : gains_of(conversion, input, pool))
+        gains.push_back(std::round(gain * 10000) / 10000);
+    said.balance = numbers_text(gains);
+    return said;
+}
+
+void check_saving(const Options& o) {
+    const bool reread = o.developing.said.balance.rfind("point", 0) == 0;
+    if (o.developing.save.empty() || !reread || (o.inputs.size() == 1 && o.inputs[0] != "-"))
+        return;
+    throw Failure(Exit::usage, "--save-settings with a point takes one dump, which is a file",
+                  "the gains that are saved are those of that dump",
+                  "convert it alone, and the others with --settings");
+}
+
 void convert_all(Options o) {
+    check_saving(o);
     o.output = output_template(o.output, o.as);
-    const Conversion conversion = resolve(o);
+    const SettingTexts said = o.developing.all();
     const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
-    check_files(o.inputs, outputs, o.force);
+    check_all_files(o, said, outputs);
+    const Conversion conversion = resolve(o, said);
     if (conversion.source.packing != 0) say_packing(o, conversion.source);
-    say_way(conversion.path);
+    if (conversion.developer == nullptr) say_way(conversion.path);
     const uint32_t jobs = jobs_of(o);
     const Helpers helpers(o.threads, jobs);
     Batch(conversion, o.inputs, outputs).run(jobs, helpers.pool());
+    if (!o.developing.save.empty())
+        save_settings(lasting(said, conversion, o.inputs.front(), helpers.pool()),
+                      o.developing.save, o.force);
 }
 
 void add_inputs(CLI::App* command, Options* o) {
@@ -189,8 +311,8 @@ void add_inputs(CLI::App* command, Options* o) {
 void add_making(CLI::App* command, Options* o) {
     const char* group = "How to make the picture";
     command
-        ->add_option("-m,--method", o->method,
-                     text("Missing colours: dup nearest, ave mean, med median [",
+        ->add_option("-m,--method", o->developing.said.method,
+                     text("Missing colours: dup nearest, ave mean, med median, gradient [",
                           method_name(default_method), "]"))
         ->type_name("METHOD")
         ->group(group);
@@ -208,18 +330,28 @@ void add_making(CLI::App* command, Options* o) {
         ->check(CLI::IsMember({"none", "auto"}))
         ->group(group);
     command
-        ->add_option("--wb", o->white,
-                     "White balance: off, grey (colours average to grey), or R,G,B gains [off]")
+        ->add_option(
+            "--wb", o->developing.said.balance,
+            "White balance: off, grey (colours average to grey), point:X,Y (it is grey), or "
+            "R,G,B gains [off]")
         ->type_name("GAINS")
+        ->group(group);
+    command
+        ->add_option(
+            "--depth", o->depth,
+            "Bits of a sample: 8, or 16 with white at 65535 [8; 16 where grey or colour has "
+            "them]")
+        ->check(CLI::IsMember({8, 16}))
         ->group(group);
 }
 
 void add_writing(CLI::App* command, Options* o) {
     const char* group = "Where to put it";
     command
-        ->add_option("-o,--output", o->output,
-                     "FILE.png, .tif, .ppm, .pgm or .raw, or a folder; {name} is the input's; - is "
-                     "stdout")
+        ->add_option(
+            "-o,--output", o->output,
+            "FILE.png, .tif, .ppm, .pgm, .dng or .raw, or a folder; {name} is the input's; - is "
+            "stdout")
         ->type_name("FILE")
         ->required()
         ->group(group);
@@ -242,6 +374,8 @@ void add_convert(CLI::App* app) {
     add_reading(command, &options->reading);
     add_inputs(command, options.get());
     add_making(command, options.get());
+    add_sensor_options(command, &options->developing);
+    add_look_options(command, &options->developing);
     add_writing(command, options.get());
     command->footer(footer);
     command->callback([options] { convert_all(*options); });

@@ -20,7 +20,7 @@ namespace trv::tool {
 namespace {
 
 constexpr const char* footer =
-    R"(A PNG, PGM or PPM tells by itself what it holds; a raw dump is read by -s and -f. BITS are those that
+    R"(A PNG, TIFF, PGM or PPM tells by itself what it holds; a raw dump is read by -s and -f. BITS are those that
 any sample has set, counted from 0: 2-9 in words of 16 bits are 8 bits shifted up by two. ZERO and
 FULL count samples at the ends of the range, ABOVE those beyond the depth that the format names.
 A mosaic has its sites apart when its phase is known.
@@ -83,7 +83,7 @@ Subject read_subject(const Options& o) {
         return {std::move(*picture), stored, false};
     }
     throw Failure(Exit::usage, text("cannot tell what ", o.input, " holds"),
-                  "it is no PNG, PGM or PPM, and a dump tells nothing about itself",
+                  "it is no PNG, TIFF, PGM or PPM, and a dump tells nothing about itself",
                   text("give -s and -f, or try `trvil guess ", shell_word(o.input), "`"));
 }
 

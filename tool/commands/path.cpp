@@ -15,8 +15,29 @@ TRW_Route route_between(const Format& from, const Format& to, uint32_t method, u
     return route;
 }
 
+// What TRW_Convert demosaics beyond the routes that TIL_Convert has.
+bool demosaics_anew(const Format& from, const Format& to, uint32_t method) {
+    if (from.family != Family::bayer || to.family != Family::colour) return false;
+    if (to.stored == 48) return to.significant == 16 || to.significant == from.significant;
+    return method == TRW_METHOD_GRADIENT && (to.stored == 24 || to.stored == 32) &&
+           !has(to, trv::Channel::A);
+}
+
+// The mosaic whose samples are those of this one, whole.
+std::vector<const Format*> whole_mosaics(const Format& source) {
+    std::vector<const Format*> result;
+    for (const Format& format : formats)
+        if (format.significant == source.significant && format.phase == source.phase &&
+            holds(Kind::dng, format))
+            result.push_back(&format);
+    return result;
+}
+
 // Best first. A picture that needs no conversion beats all others.
-std::vector<const Format*> candidates(const Format& source) {
+std::vector<const Format*> candidates(const Format& source, Kind kind) {
+    if (kind == Kind::dng)
+        return source.family == Family::bayer ? whole_mosaics(source)
+                                              : std::vector<const Format*>{};
     const Format* colour[] = {&format_of(Code::BGR24), &format_of(Code::BGRX32)};
     if (source.family == Family::grey)
         return {&source, &format_of(Code::Mono8), colour[0], colour[1]};
@@ -25,6 +46,7 @@ std::vector<const Format*> candidates(const Format& source) {
 
 std::optional<Path> direct_path(const Format& source, const Format& target) {
     if (source.code == target.code) return Path{&source};
+    if (demosaics_anew(source, target, default_method)) return Path{&source, &target};
     if (converts(source, target)) return Path{&source, &target};
     return std::nullopt;
 }
@@ -44,6 +66,10 @@ Failure only_chain(const Path& chain, const std::string& target) {
 }
 
 Failure no_way_to_file(const Format& source, Kind kind, const Demosaic& how) {
+    if (kind == Kind::dng && source.family != Family::bayer)
+        return {Exit::no_route, text("no .dng of ", source.name),
+                "a DNG holds a mosaic, and this is none",
+                "check -f, say --phase if it is packed, or write a .png"};
     std::vector<std::string> kinds;
     for (const Kind other : {Kind::png, Kind::tif, Kind::ppm, Kind::pgm})
         if (find_path(source, other, how, Via::automatic))
@@ -78,6 +104,9 @@ std::vector<std::string> methods_between(const Format& from, const Format& to, P
     if (direct & TRW_DIRECT_DUP) names.emplace_back(method_name(TBL_BAYER_METHOD_DUP));
     if (direct & TRW_DIRECT_AVE) names.emplace_back(method_name(TBL_BAYER_METHOD_AVE));
     if (direct & TRW_DIRECT_MED) names.emplace_back(method_name(TBL_BAYER_METHOD_MED));
+    if (to.stored == 48 && demosaics_anew(from, to, TRW_METHOD_GRADIENT))
+        names = {"dup", "ave", "med"};
+    if (demosaics_anew(from, to, TRW_METHOD_GRADIENT)) names.emplace_back("gradient");
     return names;
 }
 
@@ -92,7 +121,14 @@ std::string path_text(const Path& path) {
 }
 
 std::optional<Path> find_chain(const Format& from, const Format& to, const Demosaic& how) {
-    const TRW_Route route = route_between(from, to, how.method, phase_parameter(how.phase));
+    const bool is_gradient = how.method == TRW_METHOD_GRADIENT;
+    if (demosaics_anew(from, to, how.method)) return Path{&from, &to};
+    if (is_gradient && from.family == Family::bayer && to.family != Family::bayer) {
+        const Format& colour = format_of(Code::BGR24);
+        return converts(colour, to) ? std::optional(Path{&from, &colour, &to}) : std::nullopt;
+    }
+    const TRW_Route route =
+        route_between(from, to, is_gradient ? 0 : how.method, phase_parameter(how.phase));
     if (route.format[0] == 0) return std::nullopt;
     Path path;
     for (uint32_t i = 0; i <= route.steps; ++i) path.push_back(find_whole_format(route.format[i]));
@@ -100,9 +136,9 @@ std::optional<Path> find_chain(const Format& from, const Format& to, const Demos
 }
 
 std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& how, Via via) {
-    for (const Format* candidate : candidates(source)) {
+    for (const Format* candidate : candidates(source, kind)) {
         // Raw files hold anything, but without a word from the user they hold a picture.
-        if (!holds(kind, *candidate) || !holds(Kind::png, *candidate)) continue;
+        if (!holds(kind == Kind::raw ? Kind::png : kind, *candidate)) continue;
         auto path = find_chain(source, *candidate, how);
         if (path && (via == Via::automatic || path->size() <= 2)) return path;
     }

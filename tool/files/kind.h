@@ -8,7 +8,7 @@
 
 namespace trv::tool {
 
-enum class Kind { png, tif, ppm, pgm, raw };
+enum class Kind { png, tif, ppm, pgm, dng, raw };
 
 const char* kind_name(Kind kind);
 std::optional<Kind> find_kind(const std::string& name);

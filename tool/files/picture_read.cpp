@@ -11,6 +11,7 @@
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
 #include "tool/files/input.h"
+#include "tool/files/tiff.h"
 
 namespace trv::tool {
 namespace {
@@ -187,10 +188,25 @@ Frame read_pnm(Input* input) {
     return frame;
 }
 
-bool begins(Input* input, const char* words) {
-    const size_t length = std::strlen(words);
+// libtiff goes to and fro in a file.
+Frame read_whole_tiff(Input* input) {
+    constexpr uint64_t block = uint64_t{1} << 20;
+    std::vector<uint8_t> bytes;
+    while (bytes.size() < most_bytes) {
+        const size_t had = bytes.size();
+        bytes.resize(had + std::min(block, input->remaining().value_or(block) + 1));
+        bytes.resize(had + input->read(&bytes[had], bytes.size() - had));
+        if (bytes.size() == had) break;
+    }
+    return read_tiff(
+        bytes, [&](const Geometry& g) { check_claim(*input, g); },
+        [&](const std::string& why) { throw broken(*input, why); });
+}
+
+bool begins(Input* input, std::string_view words) {
     const std::vector<uint8_t>& start = input->peek(longest_head);
-    return start.size() > length && std::memcmp(start.data(), words, length) == 0;
+    return start.size() > words.size() &&
+           std::memcmp(start.data(), words.data(), words.size()) == 0;
 }
 
 }  // namespace
@@ -199,6 +215,8 @@ std::optional<Frame> read_picture(const std::string& path) {
     Input input(path);
     if (begins(&input, "\x89PNG\r\n")) return read_png(&input);
     if (begins(&input, "P5") || begins(&input, "P6")) return read_pnm(&input);
+    constexpr std::string_view tiffs[] = {{"II*\0", 4}, {"MM\0*", 4}};
+    if (begins(&input, tiffs[0]) || begins(&input, tiffs[1])) return read_whole_tiff(&input);
     return std::nullopt;
 }
 

@@ -8,8 +8,8 @@
 
 namespace trv::tool {
 
-// A PNG, or a PGM or PPM of binary samples; nothing if the file begins like none of them. Throws
-// Failure when it does and cannot be read.
+// A PNG, a TIFF, or a PGM or PPM of binary samples; nothing if the file begins like none of them.
+// Throws Failure when it does and cannot be read.
 std::optional<Frame> read_picture(const std::string& path);
 
 }  // namespace trv::tool

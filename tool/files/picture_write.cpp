@@ -14,6 +14,8 @@
 #include "tool/cli/text.h"
 #include "tool/files/png.h"
 #include "tool/files/pnm.h"
+#include "tool/files/tiff.h"
+#include "tool/files/tiff_stream.h"
 #include "trvil/til.h"
 
 namespace trv::tool {
@@ -100,38 +102,71 @@ void write_by_library(const Frame& frame, Kind kind, const Output& output) {
         throw not_written(output, "some bytes did not arrive: the disk may have been full");
 }
 
-void write_by_tool(const Frame& frame, Kind kind, const Output& output, Progress* progress) {
-    File file(std::fopen(output.path().c_str(), "wb"));
+// By write(FILE*), which may seek and read what it wrote.
+template <typename Write>
+void write_by_tool(const Output& output, Write write) {
+    File file(std::fopen(output.path().c_str(), "w+b"));
     if (file == nullptr) throw not_written(output, std::strerror(errno));
     errno = 0;
-    if (kind == Kind::png)
-        write_png(frame, file.get(), progress);
-    else
-        write_pnm(frame, file.get());
+    write(file.get());
     const bool failed = std::ferror(file.get()) != 0;
     if (std::fclose(file.release()) != 0 || failed)
         throw not_written(output, std::strerror(errno == 0 ? EIO : errno));
 }
 
+void check_tiff_limit(const Geometry& g, const Output& output) {
+    if (g.bytes() + tiff_slack > most_tiff_bytes)
+        throw not_written(output, text("its pixels have ", g.bytes(),
+                                       " bytes, and such a file has at most 4 GiB"));
+}
+
+Frame without_padding(Frame frame) {
+    if (frame.geometry().stride == frame.geometry().line()) return frame;
+    return frame.tightened();
+}
+
 }  // namespace
 
+void fill_picture(const Frame& frame, Kind kind, const Output& output, Progress* progress) {
+    const Geometry& g = frame.geometry();
+    if (kind == Kind::tif && is_deep_colour(*g.format)) {
+        check_tiff_limit(g, output);
+        write_by_tool(output, [&](FILE* file) { write_tiff(frame, file); });
+    } else if (kind == Kind::tif || kind == Kind::raw) {
+        write_by_library(frame, kind, output);
+    } else {
+        write_by_tool(output, [&](FILE* file) {
+            kind == Kind::png ? write_png(frame, file, progress) : write_pnm(frame, file);
+        });
+    }
+}
+
 void write_picture(const Frame& frame, Kind kind, Output* output, Progress* progress) {
-    if (kind == Kind::tif || kind == Kind::raw)
-        write_by_library(frame, kind, *output);
-    else
-        write_by_tool(frame, kind, *output, progress);
+    fill_picture(frame, kind, *output, progress);
     output->publish();
 }
 
 void put_picture(Frame frame, Kind kind, const std::string& target, bool force,
                  Progress* progress) {
-    if (frame.geometry().stride != frame.geometry().line()) frame = frame.tightened();
+    frame = without_padding(std::move(frame));
     Output output(target, force);
     write_picture(frame, kind, &output, progress);
     const Geometry& g = frame.geometry();
     if (kind == Kind::raw)
         note(text(target == "-" ? "stdout" : target, " holds ", g.width, "x", g.height, " ",
                   g.format->name, " in lines of ", g.stride, " bytes"));
+}
+
+void write_text(const std::string& words, const Output& output) {
+    write_by_tool(output, [&](FILE* file) { std::fwrite(words.data(), 1, words.size(), file); });
+}
+
+void put_dng(Frame mosaic, const DngColours& colours, const std::string& target, bool force) {
+    mosaic = without_padding(std::move(mosaic));
+    Output output(target, force);
+    check_tiff_limit(mosaic.geometry(), output);
+    write_by_tool(output, [&](FILE* file) { write_dng(mosaic, colours, file); });
+    output.publish();
 }
 
 }  // namespace trv::tool

@@ -49,11 +49,12 @@ Words values_of(CLI::App* app, const CLI::Option* option) {
     if (const Words words = listed(type); !words.empty()) return words;
     if (type == "FORMAT") return format_words();
     if (type == "PHASE") return phase_words();
-    if (type == "METHOD") return {"dup", "ave", "med"};
+    if (type == "METHOD") return {"dup", "ave", "med", "gradient"};
     if (type == "INTERPOLATION") return {"dup", "ave", "bilinear", "median"};
     if (type == "FIELD") return {"odd", "even"};
-    if (type == "KIND") return {"png", "tif", "ppm", "pgm", "raw"};
+    if (type == "KIND") return {"png", "tif", "ppm", "pgm", "dng", "raw"};
     if (type == "GAINS") return {"off", "grey"};
+    if (type == "CURVE") return {"none", "srgb", "gamma:2.2"};
     if (type == "TOPIC") return topic_words(app);
     return {};
 }

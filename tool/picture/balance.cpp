@@ -113,8 +113,22 @@ Gains parse_gains(const std::string& words) {
     if (in.peek() != EOF || !std::all_of(gains.begin(), gains.end(), sane))
         throw Failure(Exit::usage, text("cannot use the white balance \"", words, "\""),
                       text("gains are three numbers above 0, at most ", largest_gain),
-                      "use off, grey, or three gains such as 1.8,1,1.5");
+                      "use off, grey, \"point X,Y\", or three gains such as 1.8,1,1.5");
     return gains;
+}
+
+// What stands behind "point", after a space or a colon.
+void parse_point(const std::string& words, Tuning* tuning) {
+    std::istringstream in(words);
+    char before = 0, comma = 0;
+    const bool read = in.get(before) && (before == ' ' || before == ':') && in.peek() != '-' &&
+                      (in >> tuning->x >> comma) && comma == ',' && in.peek() != '-' &&
+                      (in >> tuning->y) && in.peek() == EOF;
+    if (!read)
+        throw Failure(Exit::usage, text("cannot use the white balance \"point", words, "\""),
+                      "a point is two numbers, x and y, counted from 0",
+                      "write it as --wb point:960,540");
+    tuning->white = Tuning::White::point;
 }
 
 }  // namespace
@@ -153,6 +167,8 @@ Tuning tuning_named(const std::string& white, const std::string& scale) {
     tuning.stretch = scale == "auto";
     if (white == "grey" || white == "gray") {
         tuning.white = Tuning::White::grey;
+    } else if (white.rfind("point", 0) == 0) {
+        parse_point(white.substr(5), &tuning);
     } else if (white != "off") {
         tuning.white = Tuning::White::given;
         tuning.given = parse_gains(white);

@@ -26,14 +26,17 @@ uint32_t brightest(const Histogram& histogram);
 uint64_t count_above(const Histogram& histogram, uint32_t level);
 
 struct Tuning {
-    enum class White { off, grey, given } white = White::off;
+    enum class White { off, grey, point, given } white = White::off;
     Gains given = {1, 1, 1};
+    uint32_t x = 0, y = 0;  // of the point that is grey
     bool stretch = false;
 
     bool needed() const { return white != White::off || stretch; }
+    // Whether the picture itself has a say in it.
+    bool measured() const { return white == White::grey || white == White::point || stretch; }
 };
 
-// "off", "grey", or three gains as "1.8,1,1.5". Throws Failure.
+// "off", "grey", "point X,Y", or three gains as "1.8,1,1.5". Throws Failure.
 Tuning tuning_named(const std::string& white, const std::string& scale);
 
 // Grey world scales red and blue until their means equal green's. The stretch then brings the level
