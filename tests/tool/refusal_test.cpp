@@ -155,6 +155,7 @@ TEST_F(Refused, Developing) {
         {"convert -s 64x24 -f RGB16 a.raw -o b.png ", {"--black 3", 2, {"neither"}}},
         {"convert -s 64x24 -f RGB16 a.raw -o b.png ", {"--depth 16", 2, {"RGB48"}}},
         {"convert -s 64x48 -f BAY8 a.raw -o b.pgm ", {"--depth 16", 2, {"grey"}}},
+        {"convert -s 64x48 -f Mono8 a.raw -o b.ppm ", {"--depth 16", 3, {"Mono16", ".png"}}},
         {"convert -s 64x48 -f Mono8 a.raw -o b.png ", {"--ccm 1,0,0,0,1,0,0,0,1", 2, {"grey"}}},
         {"convert -s 64x48 -f Mono8 a.raw -o b.dng", {"", 3, {"a DNG holds a mosaic"}}},
         {"convert -s 64x48 -f BAY8 a.raw -o b.dng ", {"--depth 16", 2, {"as they are"}}}};

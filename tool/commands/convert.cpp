@@ -113,9 +113,10 @@ const Format& developed_target(const Geometry& source, const Format* target, Kin
     const Format& suited = developed_format(*source.format, keeps);
     if (holds(kind, suited)) return suited;
     const Format& other = format_of(Code::BGR24);
-    if (source.format->family == Family::grey && holds(kind, other)) return other;
+    if (!deep && source.format->family == Family::grey && holds(kind, other)) return other;
     throw Failure(Exit::no_route, text("no .", kind_name(kind), " of ", source.name()),
-                  text("it is developed to ", suited.name), "write a .png or a .tif");
+                  text("it is developed to ", suited.name, ", which such a file cannot hold"),
+                  "write a .png or a .tif");
 }
 
 void note_left_out(const SettingTexts& said, const Kind kind) {

@@ -79,7 +79,7 @@ Frame read_tiff(const std::vector<uint8_t>& bytes,
     const Tiff tiff = tiff_of(bytes);
     if (tiff == nullptr) refuse(tiff_complaint());
     const std::optional<Geometry> g = geometry_of(tiff.get());
-    if (!g) refuse("of TIFFs, grey and RGB of 8 and 16 bits in strips are read");
+    if (!g) refuse("of TIFFs, grey and RGB of 8 and 16 bits in strips are read, and no mosaics");
     check(*g);
     Frame frame(*g);
     for (uint32_t y = 0; y < g->height; ++y)
