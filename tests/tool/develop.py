@@ -1,7 +1,7 @@
 """develop.py TOOL: what the tool develops is what the formulas give in floating point.
 
 A sensor is planted, with a dark level, a vignette, hot and dead pixels and colours of its own; calibrate finds
-them, and convert takes them away."""
+them, and convert takes them away. Ends with 77 where there is no NumPy."""
 
 import json
 import subprocess
@@ -9,7 +9,10 @@ import sys
 import tempfile
 from pathlib import Path
 
-import numpy as np
+try:
+    import numpy as np
+except ImportError:
+    sys.exit(77)
 
 tool = sys.argv[1]
 random = np.random.default_rng(3)
@@ -54,7 +57,7 @@ def mean_of_neighbours(mosaic, good, x, y):
 
 
 def interpolated(mosaic):
-    """Nearest, as `dup` does it, of constant colours alone is the same by any method; here: mean of neighbours."""
+    """By the mean of the nearest neighbours, as `ave` does it where there are all of them."""
     padded = {}
     for c in range(3):
         mask = np.where(colour == c, 1., 0.)

@@ -176,10 +176,11 @@ Frame Developer::corrected(const Frame& dump, TRW_Pool* pool) const {
     const SampleLayout layout = layout_of_words(true, how_.phase);
     Frame words(tight(format_of(Code::BAY16), source_.width, source_.height));
     for (uint32_t y = 0; y < source_.height; ++y)
-        for (uint32_t x = 0; x < source_.width; ++x) {
-            const auto channel = static_cast<size_t>(layout.channel[y % 2][x % 2]);
-            std::memcpy(words.line(y) + size_t{x} * 2,
-                        colours.line(y) + size_t{x} * 6 + channel * 2, 2);
+        for (uint32_t first = 0; first < 2; ++first) {
+            const auto channel = static_cast<size_t>(layout.channel[y % 2][first]);
+            const uint8_t* from = colours.line(y) + channel * 2;
+            for (uint32_t x = first; x < source_.width; x += 2)
+                std::memcpy(words.line(y) + size_t{x} * 2, from + size_t{x} * 6, 2);
         }
     return words;
 }
