@@ -195,7 +195,8 @@ TRV_EXTERN_C_END
 
 /* A pixel whose sample is not to be believed. */
 typedef struct TRW_Defect {
-    uint32_t x, y;
+    uint32_t x;
+    uint32_t y;
 } TRW_Defect;
 
 /* What is made of a sensor's samples; all zero changes nothing but the scale. Steps follow each
