@@ -4,9 +4,11 @@
 #include <sched.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <new>
 
 #include "trvil/raw.h"
 
@@ -17,10 +19,10 @@ namespace {
 // has left it.
 struct Task {
     const Work& work;
-    std::atomic<uint32_t> next{0};  // the first part that nobody has taken
-    uint32_t taken_seats = 1;       // guarded, like all that follows, by the pool's lock
-    uint32_t helpers = 0;           // that are at work on it
-    bool is_open = false;           // listed, so that workers find it
+    std::atomic<uint32_t> next{0};     // the first part that nobody has taken
+    uint32_t taken_seats = 1;          // guarded, like all that follows, by the pool's lock
+    std::atomic<uint32_t> helpers{0};  // that are at work on it; read without the lock, too
+    bool is_open = false;              // listed, so that workers find it
     Task* following = nullptr;
     pthread_cond_t left = PTHREAD_COND_INITIALIZER;  // no helper is at work any more
 
@@ -34,6 +36,23 @@ struct Task {
             work.make(work.context, part, seat);
     }
 };
+
+// Waits awake for what other threads are about to do, for as long as it takes to put a thread to
+// sleep and to wake it. On a virtual machine that is long, as an idle processor is given away.
+template <typename Came>
+void stay_awake_until(Came came) {
+    constexpr long longest = 50'000;  // ns
+    constexpr unsigned looks = 32;    // for one at the clock
+    timespec start{}, now{};
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    do {
+        for (unsigned i = 0; i < looks; ++i) {
+            if (came()) return;
+            __builtin_ia32_pause();
+        }
+        clock_gettime(CLOCK_MONOTONIC, &now);
+    } while ((now.tv_sec - start.tv_sec) * 1'000'000'000 + now.tv_nsec - start.tv_nsec < longest);
+}
 
 class Lock {
   public:
@@ -60,14 +79,18 @@ struct MemoryBlock {
 
 using trv::raw::Lock;
 using trv::raw::MemoryBlock;
+using trv::raw::stay_awake_until;
 using trv::raw::Task;
 
 struct TRW_Pool {
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    // Held for moments only: who waits for it looks a few times before it sleeps.
+    pthread_mutex_t mutex = PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP;
     pthread_cond_t wanted = PTHREAD_COND_INITIALIZER;  // a task was listed, or all is to end
     pthread_cond_t quiet = PTHREAD_COND_INITIALIZER;   // no call is under way
     Task* first = nullptr;
-    MemoryBlock* kept = nullptr;  // that no call is using
+    std::atomic<uint32_t> listed{0};  // tasks so far, and the end; read without the lock, too
+    bool is_awake = false;            // whether threads wait awake: each has a processor
+    MemoryBlock* kept = nullptr;      // that no call is using
     uint32_t calls = 0;
     bool ends = false;
     pid_t process;  // the one that has the workers
@@ -85,6 +108,7 @@ struct TRW_Pool {
         while (*end != nullptr) end = &(*end)->following;
         *end = task;
         task->is_open = true;
+        listed.fetch_add(1, std::memory_order_relaxed);
     }
 
     // Every worker that may find a seat is woken, and no more.
@@ -107,6 +131,7 @@ struct TRW_Pool {
     void wait_for(Task* task) {
         const Lock lock(&mutex);
         close(task);
+        if (task->helpers != 0) wait_awake([&] { return task->helpers == 0; });
         while (task->helpers != 0) pthread_cond_wait(&task->left, &mutex);
         end_call();
     }
@@ -127,6 +152,15 @@ struct TRW_Pool {
         pthread_mutex_lock(&mutex);
         close(task);
         if (--task->helpers == 0) pthread_cond_signal(&task->left);
+    }
+
+    // With the lock held, before and after.
+    template <typename Came>
+    void wait_awake(Came came) {
+        if (!is_awake) return;
+        pthread_mutex_unlock(&mutex);
+        stay_awake_until(came);
+        pthread_mutex_lock(&mutex);
     }
 
     void end_call() {
@@ -162,8 +196,15 @@ struct TRW_Pool {
             if (Task* task = find_task())
                 help(task);
             else
-                pthread_cond_wait(&wanted, &mutex);
+                wait_for_task();
         }
+    }
+
+    // With the lock held, before and after. Pictures often follow one another.
+    void wait_for_task() {
+        const uint32_t known = listed.load(std::memory_order_relaxed);
+        wait_awake([&] { return listed.load(std::memory_order_relaxed) != known; });
+        if (listed.load(std::memory_order_relaxed) == known) pthread_cond_wait(&wanted, &mutex);
     }
 
     void end() {
@@ -171,6 +212,7 @@ struct TRW_Pool {
             const Lock lock(&mutex);
             while (calls != 0) pthread_cond_wait(&quiet, &mutex);
             ends = true;
+            listed.fetch_add(1, std::memory_order_relaxed);
             pthread_cond_broadcast(&wanted);
         }
         for (uint32_t i = 0; i < workers; ++i) pthread_join(worker[i], nullptr);
@@ -239,9 +281,10 @@ MemoryBlock* allocate_block(size_t bytes) {
 TRW_Pool* allocate(uint32_t workers) {
     void* memory = malloc(sizeof(TRW_Pool) + workers * sizeof(pthread_t));
     if (memory == nullptr) return nullptr;
-    auto* pool = static_cast<TRW_Pool*>(memory);
-    *pool = TRW_Pool{.process = getpid(), .worker = reinterpret_cast<pthread_t*>(pool + 1)};
-    return pool;
+    return new (memory)
+        TRW_Pool{.is_awake = workers < processors(),
+                 .process = getpid(),
+                 .worker = reinterpret_cast<pthread_t*>(static_cast<TRW_Pool*>(memory) + 1)};
 }
 
 }  // namespace
