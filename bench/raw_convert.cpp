@@ -1,8 +1,11 @@
 // Pictures straight from what cameras send: what a second thread gains, beside what it gains two
 // copies of as many bytes, and what it is worth to unpack and convert in one pass.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <numeric>
+#include <random>
 #include <vector>
 
 #include "bench/options.h"
@@ -116,52 +119,83 @@ struct Means {
     trv::raw::Cut cut = trv::raw::usual_cut;
 };
 
-// Medians by the clock on the wall: the calling thread's own time says nothing of its helpers.
-std::vector<double> compare(const std::vector<std::function<void()>>& candidates,
-                            const trv::timing::Rules& rules) {
-    std::vector<std::vector<double>> times(candidates.size());
-    for (const auto& run : candidates) run();
-    for (unsigned round = 0; round < rules.rounds; ++round)
-        for (size_t i = 0; i < candidates.size(); ++i) {
-            if (!rules.cold) candidates[i]();  // brings its pictures into the caches
-            times[i].push_back(trv::timing::seconds(candidates[i]));
-        }
-    std::vector<double> medians;
-    for (auto& list : times) medians.push_back(trv::timing::median(list));
-    return medians;
-}
+using Way = std::function<void(const Pictures&)>;
 
-// Every call takes the next pictures: when cold, there are more than the caches hold.
+// All ways go through the same pictures: where in memory they lie matters as much as the way does.
+// When cold there are more of them than the caches hold.
+class Comparison {
+  public:
+    Comparison(const Task& task, const Options& options) : rules_(options.rules) {
+        const uint64_t bytes = Pictures::bytes(task, options.size);
+        for (size_t i = trv::timing::sets_of(bytes, rules_); i > 0; --i)
+            ring_.emplace_back(task, options.size);
+    }
+
+    // Seconds by the clock on the wall: the calling thread's own time says nothing of its helpers.
+    // What a way finds in the caches depends on the one before it for several calls; so rounds are
+    // in any order, and when warm it calls a few times first.
+    void run(const std::vector<Way>& ways) {
+        times_.assign(ways.size(), {});
+        std::vector<size_t> order(ways.size());
+        std::iota(order.begin(), order.end(), size_t{0});
+        std::mt19937 random(1);
+        for (const Way& way : ways) call(way, 1);
+        for (unsigned round = 0; round < rules_.rounds; ++round) {
+            std::shuffle(order.begin(), order.end(), random);
+            for (const size_t i : order) {
+                if (!rules_.cold) call(ways[i], settling_calls);
+                times_[i].push_back(trv::timing::seconds([&] { call(ways[i], timed_calls); }));
+            }
+        }
+    }
+
+    // How many times as fast one way is as another: the median of the rounds' ratios, as what the
+    // machine does to a way it does to the others of the round.
+    double ratio(size_t way, size_t other) const {
+        std::vector<double> ratios;
+        for (size_t round = 0; round < rules_.rounds; ++round)
+            ratios.push_back(times_[other][round] / times_[way][round]);
+        return trv::timing::median(ratios);
+    }
+
+  private:
+    static constexpr unsigned settling_calls = 8, timed_calls = 3;
+
+    void call(const Way& way, unsigned times) {
+        for (; times > 0; --times) way(ring_[turn_++ % ring_.size()]);
+    }
+
+    trv::timing::Rules rules_;
+    std::vector<Pictures> ring_;
+    size_t turn_ = 0;
+    std::vector<std::vector<double>> times_;
+};
+
 void measure(const Task& task, const Options& options, const Means& means) {
     trv::raw::Level level = trv::raw::levels[options.level];
     level.image = trv::on_machine(level.image, *options.machine);
-    std::vector<Pictures> ring;
-    const uint64_t bytes = Pictures::bytes(task, options.size);
-    for (size_t i = trv::timing::sets_of(bytes, options.rules); i > 0; --i)
-        ring.emplace_back(task, options.size);
-    size_t turn = 0;
-    const auto next = [&]() -> const Pictures& { return ring[turn++ % ring.size()]; };
-    const auto convert = [&](TRW_Pool* pool) {
-        const Pictures& p = next();
+    const auto convert = [&](const Pictures& p, TRW_Pool* pool) {
         trv::raw::convert(level, p.source(), task.packing, p.destination(), {}, pool, means.cut);
     };
-    std::vector<std::function<void()>> candidates{
-        [&] { next().copy(means.one); },
-        [&] { next().copy(means.two); },
-        [&] { convert(means.one); },
-        [&] { convert(means.two); },
+    enum : size_t { copy, copies, one, two, passes };
+    std::vector<Way> ways{
+        [&](const Pictures& p) { p.copy(means.one); },
+        [&](const Pictures& p) { p.copy(means.two); },
+        [&](const Pictures& p) { convert(p, means.one); },
+        [&](const Pictures& p) { convert(p, means.two); },
     };
     if (task.packing != 0)
-        candidates.emplace_back([&] {
-            const Pictures& p = next();
+        ways.emplace_back([&](const Pictures& p) {
             trv::raw::unpack(level, p.source(), task.packing, p.between());
             trv::convert(options.table(), p.between(), p.destination());
         });
-    const std::vector<double> times = compare(candidates, options.rules);
-    const double copies = times[0] / times[1], gain = times[2] / times[3];
+    Comparison comparison(task, options);
+    comparison.run(ways);
+    const double gain = comparison.ratio(two, one), of_copies = comparison.ratio(copies, copy);
     std::printf("%-24s %5.2f x copy, two threads %5.2f times (copies %5.2f: %4.2f of that)",
-                name_of(task).c_str(), times[0] / times[2], gain, copies, gain / copies);
-    if (times.size() > 4) std::printf("   %5.2f times two passes", times[4] / times[2]);
+                name_of(task).c_str(), comparison.ratio(one, copy), gain, of_copies,
+                gain / of_copies);
+    if (task.packing != 0) std::printf("   %5.2f times two passes", comparison.ratio(one, passes));
     std::printf("\n");
     std::fflush(stdout);
 }
