@@ -182,6 +182,7 @@ TEST_F(Refused, Calibrating) {
           {"overexposed", "200"}},
          {"calibrate -s 64x48 -f BAY8 -o nowhere --dark-frames a.raw b.raw", 5, {"no folder"}},
          {"calibrate -s 64x48 -f BAY8 -o found --flat-frames a.raw b.raw", 5, {"exists already"}},
+         {"calibrate -s 64x48 -f BAY8 -o . --dark-frames a.raw b.raw --white 256", 2, {"white"}},
          {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw", 2, {"--corners"}},
          {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw --corners 1,1,9,1,9", 2, {"eight"}},
          {"calibrate -s 64x48 -f BAY8 -o . --chart a.raw --corners 0,0,64,0,63,47,0,47",

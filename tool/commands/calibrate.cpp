@@ -5,6 +5,7 @@
 
 #include "tool/cli/error.h"
 #include "tool/cli/reading.h"
+#include "tool/cli/report.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/threads.h"
@@ -144,6 +145,16 @@ struct Findings {
     }
 };
 
+void note_many(const Defects& defects, const Geometry& source) {
+    constexpr uint64_t usual = 100;
+    const uint64_t pixels = uint64_t{source.width} * source.height;
+    if (defects.all.size() * usual > pixels)
+        note(
+            text(defects.all.size(), " of ", pixels,
+                 " pixels count as defective; are the frames dark, or evenly lit and out of focus? "
+                 "--hot and --odd allow for more"));
+}
+
 void take_stacks(const Options& o, const Geometry& source, Result* result, Findings* findings) {
     const Development settings = understand(findings->present);
     std::optional<Frame> dark, flat;
@@ -165,6 +176,7 @@ void take_stacks(const Options& o, const Geometry& source, Result* result, Findi
     const uint32_t level = settings.black.empty() ? 0 : settings.black.front();
     const Defects defects = find_defects(dark ? &*dark : nullptr, flat ? &*flat : nullptr, level,
                                          source, {o.hot / 100, o.odd / 100});
+    note_many(defects, source);
     findings->lasting.defects = result->place("defects.txt");
     findings->present.defects = result->add("defects.txt", defect_list(defects, o));
     findings->say("defects", text(defects.all.size(), " pixels: ", defects.in_the_dark,
@@ -212,6 +224,9 @@ void calibrate(const Options& o) {
     if (!o.chart.empty()) corners = corners_named(o.corners, source.width, source.height);
     if (!o.dark.empty() || !o.flat.empty()) take_stacks(o, source, &result, &findings);
     if (!o.chart.empty()) take_chart(o, source, phase, corners, &findings);
+    // What would be refused when a dump is developed by it is refused here.
+    const Developer check(understand(findings.present), {}, source, o.reading.skip,
+                          {default_method, phase});
     const std::string place = result.place("settings.json");
     result.add("settings.json", settings_file(findings.lasting, place));
     result.publish();
