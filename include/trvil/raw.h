@@ -195,8 +195,8 @@ TRV_EXTERN_C_END
 
 /* A pixel whose sample is not to be believed. */
 typedef struct TRW_Defect {
-    uint32_t x;
-    uint32_t y;
+    uint32_t x; /* from the left, below the width */
+    uint32_t y; /* from the top, below the height */
 } TRW_Defect;
 
 /* What is made of a sensor's samples; all zero changes nothing but the scale. Steps follow each
@@ -216,8 +216,8 @@ typedef struct TRW_DevelopSettings {
                           black level, pixel by pixel */
     uint64_t flat;     /* 0, or a buffer with a picture of an evenly lit area */
     const TRW_Defect* defects; /* in any order, and more than once if need be */
-    uint64_t defect_count;
-    double gains[3];  /* of red, green and blue, of grey the first; three zeros: 1 */
+    uint64_t defect_count;     /* how many there are */
+    double gains[3];           /* of red, green and blue, of grey the first; three zeros: 1 */
     double matrix[9]; /* row by row, from the sensor's red, green and blue to those of the picture;
                          nine zeros: none. Colour only */
     double gamma;     /* of TRW_CURVE_GAMMA, 0.1 to 10 */

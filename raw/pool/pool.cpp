@@ -10,6 +10,7 @@
 #include <atomic>
 #include <new>
 
+#include "image/simd/pause.h"
 #include "trvil/raw.h"
 
 namespace trv::raw {
@@ -48,7 +49,7 @@ void stay_awake_until(Came came) {
     do {
         for (unsigned i = 0; i < looks; ++i) {
             if (came()) return;
-            __builtin_ia32_pause();
+            pause_processor();
         }
         clock_gettime(CLOCK_MONOTONIC, &now);
     } while ((now.tv_sec - start.tv_sec) * 1'000'000'000 + now.tv_nsec - start.tv_nsec < longest);
