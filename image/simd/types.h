@@ -73,6 +73,15 @@ TRV_INLINE V lanes(const L& constant) {
     return v;
 }
 
+// Two vectors of lanes that are as wide again as those they come from, in an order of their own
+// that what narrows them undoes.
+template <typename V>
+struct Halves {
+    V low, high;
+    TRV_INLINE Halves operator+(const Halves& o) const { return {low + o.low, high + o.high}; }
+    TRV_INLINE Halves operator+(V v) const { return {low + v, high + v}; }
+};
+
 // One thing per channel.
 template <typename C>
 struct Bgr {

@@ -48,6 +48,11 @@ TRV_INLINE auto saturate_in_turn(I a, I b) {
     return as<decltype(+parts)>(shuffle(as<U8>(parts), lanes<U8>(order)));
 }
 
+// Dwords to the right, as signed numbers.
+TRV_INLINE DwordHalves shifted(const DwordHalves& v, int bits) {
+    return {as<U32>(as<I32>(v.low) >> bits), as<U32>(as<I32>(v.high) >> bits)};
+}
+
 // The upper bytes of words, as they are.
 struct UpperByte {
     TRV_INLINE static U16 of(U16 v) { return v >> 8; }

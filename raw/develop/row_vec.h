@@ -78,8 +78,8 @@ class VectorRow {
     TRV_INLINE U16 operator()(const WordPairs& ab, const WordPairs& c) const {
         DwordHalves sum = products(ab, high_.ab) + products(c, high_.c) + more_high_;
         if constexpr (!Short)
-            sum = sum + (products(ab, low_.ab) + products(c, low_.c) + more_low_).shifted(14);
-        const DwordHalves whole = sum.shifted(12);
+            sum = sum + shifted(products(ab, low_.ab) + products(c, low_.c) + more_low_, 14);
+        const DwordHalves whole = shifted(sum, 12);
         return saturate_parts(as<I32>(whole.low), as<I32>(whole.high));
     }
 

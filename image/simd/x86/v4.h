@@ -210,13 +210,8 @@ TRV_INLINE I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm512_mulhi_epi16(as<__m512i>(a), as<__m512i>(b)));
 }
 
-// The words of as many bytes, in an order of their own that `narrow` undoes.
-struct WordHalves {
-    U16 low, high;
-    TRV_INLINE WordHalves operator+(const WordHalves& o) const {
-        return {low + o.low, high + o.high};
-    }
-};
+// The words of as many bytes; `narrow` undoes their order.
+using WordHalves = Halves<U16>;
 
 // A a + B b of two vectors of bytes, A and B at most 127 and together at most 128.
 template <int A, int B>
@@ -231,22 +226,9 @@ TRV_INLINE U8 narrow(const WordHalves& words) {
     return as<U8>(_mm512_packus_epi16(reg(words.low), reg(words.high)));
 }
 
-// Words of two vectors in pairs, and dwords of as many words: in an order of their own that
-// `saturate_parts` undoes.
-struct WordPairs {
-    U16 low, high;
-};
-struct DwordHalves {
-    U32 low, high;
-    TRV_INLINE DwordHalves operator+(const DwordHalves& o) const {
-        return {low + o.low, high + o.high};
-    }
-    TRV_INLINE DwordHalves operator+(U32 v) const { return {low + v, high + v}; }
-    // To the right, as signed numbers.
-    TRV_INLINE DwordHalves shifted(int bits) const {
-        return {as<U32>(as<I32>(low) >> bits), as<U32>(as<I32>(high) >> bits)};
-    }
-};
+// Words of two vectors in pairs, and dwords of as many words; `saturate_parts` undoes their order.
+using WordPairs = Halves<U16>;
+using DwordHalves = Halves<U32>;
 
 TRV_INLINE WordPairs in_pairs(U16 a, U16 b) {
     return {as<U16>(_mm512_unpacklo_epi16(reg(a), reg(b))),
