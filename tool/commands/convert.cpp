@@ -126,7 +126,7 @@ void note_left_out(const SettingTexts& said, const Kind kind) {
           std::pair{&said.defects, "defects"}, std::pair{&said.curve, "the curve"}})
         if (!text->empty()) left.emplace_back(name);
     if (kind == Kind::dng && !left.empty())
-        note(text("a DNG holds samples as they are: ", list(left), " are left out of it"));
+        note(text("a DNG holds samples as they are, without ", list(left)));
 }
 
 void resolve_dng(const Options& o, const SettingTexts& said, Conversion* c) {
