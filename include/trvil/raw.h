@@ -253,7 +253,8 @@ TRV_EXTERN_C_BEGIN
 
      TRV_STATUS_OK             *recipe is the recipe; TRW_RecipeDestroy ends it
      TRV_STATUS_PARAMETER      a pointer is null, "settings->size" is below 8, width, height, format
-                               or address of a buffer is missing, a stride is too small, sizes of
+                               or address of a buffer is missing, a stride is too small, a line in
+                               words of colour or grey would take 4 GiB or more, sizes of
                                dark or flat differ from the source's, a defect lies outside, black
                                is not below white or white above 2^n - 1, a gain is not above 0 or
                                some f is too large without a flat field, an entry of the matrix is

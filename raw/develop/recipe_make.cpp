@@ -75,6 +75,8 @@ class Maker {
         if (packing_ == 0 && recipe_->format == 0) return wrong("the source has no pixel format");
         if (!find_samples(buffer, packing_, settings_.format, &samples()))
             return unsupported("only mosaics and grey of up to 16 bits are developed");
+        const uint32_t most = UINT32_MAX / (samples().is_mosaic() ? 6 : 2);
+        if (recipe_->width > most) return wrong("a line in words would take 4 GiB or more");
         return samples().is_mosaic() ? read_mosaic(buffer) : fine;
     }
 

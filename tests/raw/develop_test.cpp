@@ -456,6 +456,10 @@ TEST(Recipe, RefusesWithAReason) {
     refused(
         {Code::RGB24, nullptr}, [](Settings&) {}, unsupported, "mosaics and grey");
     refused(
+        {Code::Mono8, nullptr},
+        [](Settings&) { fake().set(source_handle, TBL_PARAMETER_WIDTH, 0x80000000u); }, wrong,
+        "4 GiB");
+    refused(
         bayer, [](Settings& s) { s.size = 4; }, wrong, "settings");
 }
 
