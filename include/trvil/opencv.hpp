@@ -1,4 +1,5 @@
-/* Pictures to and from OpenCV without a copy. Needs opencv2/core.hpp (OpenCV 4) and opencv_core.
+/* Pictures to and from OpenCV without a copy. Needs opencv2/core.hpp (OpenCV 4) and opencv_core;
+   what takes a RawPicture, a PixelLayout or a Recipe needs libtrvraw.so, see trvil/raw.hpp.
 
    Both sides own what they share: a Buffer made of a matrix keeps the matrix's memory alive, and a
    matrix made of a Buffer keeps the buffer. Errors as in trvil/buffer.hpp. */
@@ -8,7 +9,7 @@
 #include <memory>
 #include <opencv2/core.hpp>
 
-#include "trvil/buffer.hpp"
+#include "trvil/raw.hpp"
 
 namespace trvil {
 
@@ -125,6 +126,71 @@ inline cv::Mat matrix(const Buffer& buffer) {
     made.allocator = nullptr;
     made.u = data.release();
     return made;
+}
+
+/* A picture of packed samples in a matrix of bytes, CV_8UC1, whose lines are those of the picture;
+   rectangles of larger matrices keep their stride. "width" is in pixels; 0: as many as the matrix's
+   columns hold. A layout that is not packed is wrapped in its format. Throws as above, too for
+   lines that do not hold "width" pixels. */
+inline RawPicture wrap(const cv::Mat& lines, PixelLayout layout, int width = 0) {
+    if (layout.packing == 0) layout = detail::as_packing(layout.format);
+    if (layout.packing == 0) return RawPicture(wrap(lines, layout.format));
+    const std::string what =
+        "wrap a matrix of type " + cv::typeToString(lines.type()) + " as " + detail::name(layout);
+    if (lines.type() != CV_8UC1 || lines.dims != 2 || lines.empty())
+        detail::refuse(TRV_STATUS_PARAMETER, what, "it is empty, or not lines of bytes (CV_8UC1)");
+    TRW_PackingInfo info{};
+    info.size = sizeof info;
+    detail::check(TRW_PackingInfoGet(layout.packing, 0, 0, &info), what, "no such packing");
+    if (width == 0)
+        width =
+            lines.cols / static_cast<int>(info.group_bytes) * static_cast<int>(info.group_pixels);
+    if (width <= 0 || lines.step[0] > UINT32_MAX ||
+        line_bytes(layout, static_cast<uint32_t>(width)) > static_cast<uint64_t>(lines.cols))
+        detail::refuse(TRV_STATUS_PARAMETER, what,
+                       std::to_string(lines.cols) + " columns do not hold " +
+                           std::to_string(width) + " pixels");
+    auto kept = std::make_unique<cv::Mat>(lines);
+    const auto count = static_cast<uint32_t>(lines.rows);
+    const uint64_t size = uint64_t{count - 1} * lines.step[0] + static_cast<uint64_t>(lines.cols);
+    RawPicture made = wrap(lines.data, size, static_cast<uint32_t>(width), count, layout,
+                           static_cast<uint32_t>(lines.step[0]), detail::drop_matrix, kept.get());
+    kept.release();
+    return made;
+}
+
+namespace detail {
+/* "out" itself where it has this size and type, as a rectangle of another matrix may; else a new
+   matrix, so that a call that fails leaves "out" as it is. */
+inline cv::Mat fitting(const cv::Mat& out, const Buffer& source, Format format) {
+    const int type = matrix_type(format), rows = static_cast<int>(source.height()),
+              columns = static_cast<int>(source.width());
+    if (type < 0)
+        refuse(TRV_STATUS_UNSUPPORTED, std::string("make a matrix of ") + facts(format).name,
+               "no matrix has such pixels");
+    if (out.dims == 2 && out.rows == rows && out.cols == columns && out.type() == type) return out;
+    return cv::Mat(rows, columns, type);
+}
+}  // namespace detail
+
+/* Converts a picture into a matrix, by trvil::convert of trvil/raw.hpp. Like the functions of
+   OpenCV it writes into "out" where that has the size and type of the result, and gives it new
+   memory where not. "out" must not share memory with the source. */
+inline void convert(const RawPicture& source, cv::Mat& out, Format format, Method method = Method{},
+                    const Pool* pool = nullptr) {
+    cv::Mat made = detail::fitting(out, source.buffer, format);
+    Buffer destination = wrap(made, format);
+    convert(source, destination, method, pool);
+    out = made;
+}
+
+/* Develops a picture into a matrix, as above. */
+inline void develop(const RawPicture& source, const Recipe& recipe, cv::Mat& out, Format format,
+                    const Pool* pool = nullptr) {
+    cv::Mat made = detail::fitting(out, source.buffer, format);
+    Buffer destination = wrap(made, format);
+    develop(source, recipe, destination, pool);
+    out = made;
 }
 
 }  // namespace trvil

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
 using trvil::Buffer;
@@ -76,6 +78,76 @@ TEST(OpenCv, WhatDoesNotFitIsRefused) {
     std::array<uint8_t, 64> memory{};
     const Buffer odd = Buffer::wrap(std::span(memory), 4, 2, Format::Mono16, 9);
     EXPECT_THROW(trvil::matrix(odd), trvil::Error);
+}
+
+TEST(OpenCv, PackedLinesOfARectangleBecomeWordsInAnother) {
+    constexpr int width = 53;
+    const cv::Rect place(9, 4, width, 10);
+    cv::Mat bytes(20, 140, CV_8UC1), around(20, 70, CV_16UC3, cv::Scalar::all(7));
+    cv::randu(bytes, 0, 256);
+    const cv::Mat lines = bytes(cv::Rect(5, 3, 96, 10));
+    cv::Mat out = around(place);
+    const auto raw = trvil::wrap(lines, trvil::layout_named("BayerGB12p"), width);
+    const trvil::Pool pool(2);
+    trvil::convert(raw, out, Format::RGB48, trvil::gradient, &pool);
+    EXPECT_EQ(out.data, around(place).data);
+    cv::Mat outside = around.clone();
+    outside(place) = cv::Scalar::all(7);
+    EXPECT_EQ(cv::norm(outside, cv::Mat(20, 70, CV_16UC3, cv::Scalar::all(7)), cv::NORM_INF), 0);
+
+    // The same by way of words of 12 bits in a matrix of their own.
+    cv::Mat words, picture;
+    trvil::convert(raw, words, Format::BAY12_C);
+    for (int y = 0; y < 10; ++y)
+        for (int x = 0; x < width; ++x) {
+            const uchar* line = lines.ptr(y);
+            const int first = line[x * 3 / 2], second = line[x * 3 / 2 + 1];
+            EXPECT_EQ(words.at<uint16_t>(y, x),
+                      x % 2 == 0 ? first | (second & 15) << 8 : first >> 4 | second << 4);
+        }
+    trvil::convert(trvil::RawPicture(trvil::wrap(words, Format::BAY12_C)), picture, Format::RGB48,
+                   trvil::gradient);
+    EXPECT_EQ(cv::norm(picture, out, cv::NORM_INF), 0);
+}
+
+TEST(OpenCv, DevelopingTakesMatricesAndGivesThem) {
+    cv::Mat mosaic(8, 10, CV_16UC1, cv::Scalar(164)), flat(8, 10, CV_16UC1, cv::Scalar(800)), out;
+    flat.at<uint16_t>(4, 4) = 400;
+    const trvil::RawPicture raw(trvil::wrap(mosaic, Format::BAY10_A));
+    const Buffer even = trvil::wrap(flat, Format::BAY10);
+    TRW_DevelopSettings settings{};
+    for (uint32_t& black : settings.black) black = 64;
+    settings.white = 564;
+    settings.method = static_cast<uint32_t>(trvil::Method::dup);
+    trvil::develop(raw, trvil::Recipe(raw, settings), out, Format::BGR48);
+    EXPECT_EQ(cv::norm(out, cv::Mat(8, 10, CV_16UC3, cv::Scalar::all(13107)), cv::NORM_INF), 0);
+    settings.flat = even.handle();
+    trvil::develop(raw, trvil::Recipe(raw, settings), out, Format::BGR48);
+    EXPECT_GT(out.at<cv::Vec3w>(4, 4)[2], 25000);
+
+    settings.white = 10;
+    try {
+        const trvil::Recipe none(raw, settings);
+        FAIL() << "white lies below black";
+    } catch (const trvil::Error& error) {
+        EXPECT_NE(std::string(error.what()).find("black"), std::string::npos) << error.what();
+    }
+}
+
+TEST(OpenCv, RawPicturesThatDoNotFitAreRefusedAndLeaveTheResult) {
+    const cv::Mat lines(4, 24, CV_8UC1, cv::Scalar(0));
+    const auto packed = trvil::layout_named("Mono12Packed");
+    EXPECT_EQ(trvil::wrap(lines, packed).buffer.width(), 16u);
+    EXPECT_THROW(trvil::wrap(lines, packed, 17), trvil::Error);
+    EXPECT_THROW(trvil::wrap(lines.reshape(3), packed), trvil::Error);
+    EXPECT_THROW(trvil::layout_named("BayerRG"), trvil::Error);
+    EXPECT_THROW(trvil::layout_named("RGB10p"), trvil::Error);
+    cv::Mat out(1, 1, CV_8UC1, cv::Scalar(9));
+    for (const Format to : {Format::RGB30, Format::YUV422}) {
+        EXPECT_THROW(trvil::convert(trvil::wrap(lines, packed), out, to), trvil::Error);
+        EXPECT_EQ(out.at<uchar>(0, 0), 9);
+    }
+    EXPECT_EQ(out.total(), 1u);
 }
 
 }  // namespace
