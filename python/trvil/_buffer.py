@@ -137,12 +137,17 @@ def wrap(array, format, *, packing=None, phase=None, method="ave", width=None):
     """A Buffer around an array, without a copy.
 
     array: as convert() takes it; it may be read-only as long as nothing writes through the handle
-    format, packing, phase, method, width: as for convert(). With a packing, the handle says Mono8,
-        or BAY8 for a mosaic, and the width in pixels: as TRW_Unpack and TRW_Convert take it
+    format, packing, phase, width: as for convert()
+    method: "dup", "ave" or "med", which C code that demosaics finds in the handle
+
+    With a packing, the handle says Mono8, or BAY8 for a mosaic, and the width in pixels: as TRW_Unpack
+    and TRW_Convert take it.
 
     Errors: those of convert() for the array. Error (status 14) when there are too many buffers.
     """
     described = format_named(format)
+    if method == "gradient":
+        raise ValueError("a handle knows the methods dup, ave and med; gradient is a setting of TRW_Convert")
     if packing is None:
         return wrap_picture(picture(array, described, width), phase, method)
     return wrap_picture(picture(array, packing_named(packing), width), phase, method, described)

@@ -4,7 +4,7 @@ import numpy as np
 from . import _library
 from ._arrays import output, picture, with_room
 from ._buffer import wrap_picture
-from ._formats import format_named, method_value, phase_value
+from ._formats import format_named, formats, method_value, phase_value
 from ._packings import packing_named
 
 _BAYER_BITS = {"uint8": (8,), "uint16": (10, 12, 14, 16)}
@@ -40,10 +40,13 @@ def _with_pixel_behind(source):
 
 
 def _looks_behind(source, samples, to, method):
-    return _demosaics(samples, to) and method != "dup" and source.width % 2 != 0
+    return _demosaics(samples, to) and method in ("ave", "med") and source.width % 2 != 0
 
 
 def _unpacked(source, samples, out=None):
+    if source.format is samples:  # a packed format
+        words = formats[f"BAY{samples.significant}_{samples.phase}"]
+        return picture(convert(source.array, samples, words, width=source.width), words)
     target = output(out, samples, source.height, source.width)
     if out is not None and np.may_share_memory(source.array, target.array):
         source = picture(source.array.copy(), source.format, source.width)
@@ -68,21 +71,14 @@ def _needs_own_output(source, target):
     return block or _group_rest(source, target.format) != 0 or np.may_share_memory(source.array, target.array)
 
 
-def _run(source, target, phase, method, pool):
-    with wrap_picture(source, phase, method) as one, wrap_picture(target) as other:
-        if pool is None:
-            return _library.convert(one.handle, other.handle)
-        held = pool._hold()
-        return _library.convert_on(one.handle, 0, other.handle, _library.record(_library.Settings), held.address)
-
-
-def _unpack_and_run(source, samples, target, phase, method, pool):
-    settings = _library.record(_library.Settings, format=samples.code)
+def _run(source, samples, target, phase, method, pool):
+    packing = 0 if source.format is samples else source.format.code
+    settings = _library.record(_library.Settings, format=samples.code if packing else 0)
     if samples.family == "bayer":
         settings.method, settings.phase = method_value(method), phase_value(phase, samples)
     held = pool and pool._hold()
-    with wrap_picture(source, phase, method, samples) as one, wrap_picture(target) as other:
-        _library.convert_on(one.handle, source.format.code, other.handle, settings, held and held.address)
+    with wrap_picture(source, samples=samples if packing else None) as one, wrap_picture(target) as other:
+        _library.convert(one.handle, packing, other.handle, settings, held and held.address)
 
 
 def _check_mosaic(source, samples, to, phase):
@@ -96,7 +92,7 @@ def _check_mosaic(source, samples, to, phase):
 def _convert_packed(given, samples, target, phase, method, pool):
     if np.may_share_memory(given.array, target.array):
         given = picture(given.array.copy(), given.format, given.width)
-    _unpack_and_run(given, samples, target, phase, method, pool)
+    _run(given, samples, target, phase, method, pool)
     return target.array
 
 
@@ -113,7 +109,8 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
         format that it is unpacked to then, a few lines at a time; no whole picture lies between
     phase: of a mosaic: "RGGB", "GRBG", "GBRG", "BGGR" or "A" to "D"; default what the name of the
         format says, else "RGGB"
-    method: of demosaicing: "dup" nearest, "ave" mean, "med" median
+    method: of demosaicing: "dup" nearest, "ave" mean, "med" median, "gradient" mean that the pixel's own
+        colour corrects: the sharpest, with the least false colour
     width: pixels of a line of a packed source, where its lines are longer than they need
     out: array of shape formats[to].shape(height, width) that receives the picture; it may be a view
         whose lines are apart, and nothing but its pixels changes. The fourth byte of 4-byte pixels
@@ -121,13 +118,15 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
     pool: a Pool whose threads share the picture; default the calling thread alone. The values are
         the same
 
+    Mosaics become bytes of colour, and RGB48 or BGR48 at the depth they have: 12 bits give 0 to 4095.
+
     Returns `out`, or a new array that the caller owns, zero in bytes that are not written. Values
     are those of the library: truncated when they shrink, not scaled when they grow.
 
-    Copied first: a mosaic of odd width (dup excepted), so that the last pixel is made of samples of
+    Copied first: a mosaic of odd width by ave or med, so that the last pixel is made of samples of
     its own line; RGB30 to RGB48; unpacking of a width that is no multiple of the group; pictures
     that share memory with `out`, and copies of a padded picture to the same stride. A packed
-    mosaic of odd width (dup excepted) is unpacked as a whole first.
+    mosaic of odd width is unpacked as a whole first for ave and med.
 
     Raises TypeError or ValueError for arrays and names that make no sense, and Error with status
     and explanation when the library has no such conversion (status 10) or no such demosaic (3).
@@ -139,17 +138,19 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
     given = picture(array, samples if packing is None else packing_named(packing), width)
     target = output(out, to, given.height, given.width)
     _check_mosaic(given, samples, to, phase)
-    if packing is not None and not _looks_behind(given, samples, to, method):
+    strips = packing is not None or (samples.packed and _demosaics(samples, to))
+    if strips and not _looks_behind(given, samples, to, method):
         return _convert_packed(given, samples, target, phase, method, pool)
-    if packing is not None:
+    if strips:
         given = _unpacked(given, samples)
+        samples = given.format
     safe = _safe_source(given, to, method)
     if out is None or not _needs_own_output(given, target):
-        _run(safe, target, phase, method, pool)
+        _run(safe, samples, target, phase, method, pool)
         return target.array
     own = output(None, to, given.height, given.width)
     own.array[...] = target.array  # pad bytes keep their values
-    _run(safe, own, phase, method, pool)
+    _run(safe, samples, own, phase, method, pool)
     target.array[...] = own.array
     return target.array
 
@@ -180,10 +181,11 @@ def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", out=No
     array: (height, width) of uint8, or of uint16 with `bits` significant bits in each sample
     phase: colours of the first two pixels of the first line, then of the second
     bits: 10, 12, 14 or 16 for uint16; may be left out for uint8
-    to: "BGR24", "BGRX32", "RGB16"; by method "dup" also "RGBX32"
+    to: "BGR24", "BGRX32", "RGB16", or "RGB48" and "BGR48" with as many bits as the samples have; by
+        method "dup" also "RGBX32", by "gradient" "RGBX32" and "RGB24" but not "RGB16"
     method, out: as for convert()
 
-    Returns the array (height, width, 3) for BGR24. Errors and threads: as for convert().
+    Returns the array, (height, width, 3) for BGR24. Errors and threads: as for convert().
     """
     possible = _BAYER_BITS.get(str(getattr(array, "dtype", None)), ())
     if bits is None and possible == (8,):

@@ -111,8 +111,12 @@ def phase_letter(value):
     return next((letter for letter in "ABCD" if getattr(c, f"TBL_BAYER_PHASE_{letter}") == value), None)
 
 
+_METHODS = {"dup": c.TBL_BAYER_METHOD_DUP, "ave": c.TBL_BAYER_METHOD_AVE, "med": c.TBL_BAYER_METHOD_MED,
+            "gradient": c.TRW_METHOD_GRADIENT}
+
+
 def method_value(method):
-    """Parameter 9 for "dup", "ave" or "med"."""
-    if method not in ("dup", "ave", "med"):
-        raise ValueError(f"no demosaic method is called {method!r}; use dup, ave or med")
-    return getattr(c, f"TBL_BAYER_METHOD_{method.upper()}")
+    """The number of a demosaic method."""
+    if method not in _METHODS:
+        raise ValueError(f"no demosaic method is called {method!r}; use {', '.join(_METHODS)}")
+    return _METHODS[method]

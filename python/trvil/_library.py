@@ -15,7 +15,6 @@ _u32, _u64, _text = ctypes.c_uint32, ctypes.c_uint64, ctypes.c_char_p
 _handle_out = ctypes.POINTER(ctypes.c_uint64)
 
 _IMAGE_CALLS = {
-    "TIL_Convert": [_u64, _u64],
     "TIL_FieldToFrame": [_u64, _u64, _u32, _u32],
     "TIL_FileWrite": [_u64, _text, _u32],
 }
@@ -39,6 +38,14 @@ class Settings(ctypes.Structure):
     _fields_ = [("size", _u32), ("format", _u32), ("method", _u32), ("phase", _u32)]
 
 
+class DevelopSettings(ctypes.Structure):
+    """TRW_DevelopSettings"""
+    _fields_ = [("size", _u32), ("format", _u32), ("method", _u32), ("phase", _u32), ("black", _u32 * 4),
+                ("white", _u32), ("curve", _u32), ("dark", _u64), ("flat", _u64), ("defects", ctypes.c_void_p),
+                ("defect_count", _u64), ("gains", ctypes.c_double * 3), ("matrix", ctypes.c_double * 9),
+                ("gamma", ctypes.c_double)]
+
+
 class Reading(ctypes.Structure):
     """TRW_Reading"""
     _fields_ = [("size", _u32), ("system", _u32), ("code", _u32), ("format", _u32), ("packing", _u32),
@@ -56,10 +63,12 @@ def record(kind, **values):
     return kind(size=ctypes.sizeof(kind), **values)
 
 
-_pool, _settings, _reading = ctypes.c_void_p, ctypes.POINTER(Settings), ctypes.POINTER(Reading)
+_pool, _recipe = ctypes.c_void_p, ctypes.c_void_p
+_settings, _reading = ctypes.POINTER(Settings), ctypes.POINTER(Reading)
 
 _RAW_CALLS = {
     "TRW_Convert": [_u64, _u32, _u64, _settings, _pool],
+    "TRW_Develop": [_u64, _u64, _recipe, _pool],
     "TRW_Explain": [_u64, _u32, _u64, _text, _u64],
     "TRW_ExplainConvert": [_u64, _u32, _u64, _settings, _pool, _text, _u64],
     "TRW_FindCode": [_u32, _u32, _reading],
@@ -71,6 +80,8 @@ _RAW_CALLS = {
     "TRW_PoolCreate": [ctypes.POINTER(_pool), _u32],
     "TRW_PoolDestroy": [ctypes.POINTER(_pool)],
     "TRW_PoolThreadsGet": [_pool, ctypes.POINTER(_u32)],
+    "TRW_RecipeCreate": [ctypes.POINTER(_recipe), _u64, _u32, ctypes.POINTER(DevelopSettings), ctypes.POINTER(_text)],
+    "TRW_RecipeDestroy": [ctypes.POINTER(_recipe)],
     "TRW_Unpack": [_u64, _u32, _u64],
 }
 
@@ -149,17 +160,17 @@ def explain_convert(source, packing, destination, settings, pool):
     return _explained(raw.TRW_ExplainConvert, source, packing, destination, ctypes.byref(settings), pool)
 
 
-def _check(status, explained):
+def check_memory(status):
+    """Raises Error where there was no memory for the lines between."""
     if status == c.TRV_STATUS_MEMORY:
         raise Error(status, f"status {status}: no memory for the lines between\nwhy: the system gave none\n"
                             "next: end other programs, or convert narrower pictures")
+
+
+def _check(status, explained):
+    check_memory(status)
     if status != c.TRV_STATUS_OK:
         raise Error(status, explained()[1])
-
-
-def convert(source, destination):
-    """TIL_Convert of two handles; raises Error."""
-    _check(image.TIL_Convert(source, destination), lambda: explain(source, destination))
 
 
 def unpack(source, packing, destination):
@@ -167,7 +178,7 @@ def unpack(source, packing, destination):
     _check(raw.TRW_Unpack(source, packing, destination), lambda: explain(source, destination, packing))
 
 
-def convert_on(source, packing, destination, settings, pool):
+def convert(source, packing, destination, settings, pool):
     """TRW_Convert of two handles, a Settings and the address of a pool; raises Error."""
     _check(raw.TRW_Convert(source, packing, destination, ctypes.byref(settings), pool),
            lambda: explain_convert(source, packing, destination, settings, pool))

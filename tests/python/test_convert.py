@@ -28,7 +28,7 @@ def on_a_canvas(shape, dtype, fill):
 
 def ways(a, b):
     """The options by which a becomes b."""
-    for method in ("dup", "ave") if a.family == "bayer" and b.family != "bayer" else ("ave",):
+    for method in ("dup", "ave", "gradient") if a.family == "bayer" and b.family != "bayer" else ("ave",):
         options = {"method": method, "phase": "RGGB" if a.family == "bayer" else None}
         try:
             trvil.convert(any_pixels(a, 4, 8), a, b, **options)
@@ -59,7 +59,7 @@ def test_strides_and_neighbours_do_not_matter_on_any_route():
             for height, width in ((5, 7), (4, 8), (2, 2), (1, 6)):
                 if height > 1 or a.family != "bayer" or b.family == "bayer":
                     check_between_neighbours(a, b, height, width, options)
-    assert len(routes) == 333
+    assert len(routes) == 546
 
 
 def before_a_forbidden_page(shape, dtype):
