@@ -41,14 +41,47 @@ def _describe(format):
     return f"{format.name} is an array {axes} of {format.dtype}"
 
 
+def _from_dlpack(thing, name):
+    try:
+        array = np.from_dlpack(thing)
+    except (BufferError, RuntimeError, TypeError, ValueError) as problem:
+        raise TypeError(f"{name} is a {type(thing).__name__} that cannot be read where it lies: {problem}") from problem
+    # PyTorch has no 16 bits without a sign; the bits are the same.
+    return array.view(f"u{array.itemsize}") if array.dtype.kind == "i" else array
+
+
+def as_array(thing, name="array"):
+    """The memory of an array, of an object with __dlpack__ or of a buffer, as an array; TypeError for others."""
+    if isinstance(thing, np.ndarray):
+        return thing
+    if hasattr(thing, "__dlpack__"):
+        return _from_dlpack(thing, name)
+    try:
+        return np.asarray(memoryview(thing))
+    except (TypeError, ValueError) as problem:
+        raise TypeError(f"{name} is a {type(thing).__name__}; give a numpy.ndarray, an object with __dlpack__, or a "
+                        "buffer such as bytes, memoryview, array and mmap") from problem
+
+
+def _in_lines(array, format, width, name):
+    """Memory of one dimension: lines of so many pixels without padding."""
+    if array.ndim != 1 or width is None:
+        return array
+    line = format.line_bytes(width) if width > 0 else 0
+    if line == 0 or array.nbytes == 0 or array.nbytes % line != 0:
+        raise ValueError(f"{name} has {array.nbytes} bytes; lines of {width} pixels of {format.name} have {line} each")
+    if not array.flags.c_contiguous:
+        raise ValueError(f"{name} has gaps; only whole lines may be apart. Pass numpy.ascontiguousarray of it")
+    return array.view(np.uint8).view(format.dtype).reshape(format.shape(array.nbytes // line, width))
+
+
 def _check_kind(array, format, name):
-    if not isinstance(array, np.ndarray):
-        raise TypeError(f"{name} is a {type(array).__name__}; give a numpy.ndarray: {_describe(format)}")
     if array.dtype != format.dtype:
         raise ValueError(f"{name} is of {array.dtype}; {_describe(format)}. Use astype, or another format")
     channels = array.shape[2] if array.ndim == 3 else None
     if array.ndim not in (2, 3) or channels != format.channels:
-        raise ValueError(f"{name} has the shape {array.shape}; {_describe(format)}")
+        flat = "; of one dimension it needs a width" if array.ndim == 1 else ""
+        raise ValueError(f"{name} has the shape {array.shape}; {_describe(format)}{flat}")
     if 0 in array.shape or max(array.shape) > 0xFFFFFFFF:
         raise ValueError(f"{name} has the shape {array.shape}; a picture has at least one pixel")
 
@@ -89,7 +122,9 @@ def _width_of(array, format, width, name):
 
 
 def picture(array, format, width=None, name="array"):
-    """The array as a picture, without a copy; ValueError or TypeError says why it is none."""
+    """The array, or what as_array() takes, as a picture, without a copy; ValueError or TypeError says why it is
+    none."""
+    array = _in_lines(as_array(array, name), format, width, name)
     _check_kind(array, format, name)
     _check_pixels(array, name)
     width = _width_of(array, format, width, name)
@@ -105,6 +140,7 @@ def output(out, format, height, width):
         room = 64
         memory = np.zeros(format.line_bytes(width) * height + room, np.uint8)
         return picture(memory[:-room].view(format.dtype).reshape(shape), format, width)
+    out = as_array(out, "out")
     _check_kind(out, format, "out")
     if out.shape != shape:
         raise ValueError(f"out has the shape {out.shape}; this picture is {shape} of {format.dtype}")

@@ -2,12 +2,13 @@
 import numpy as np
 
 from . import _library
-from ._arrays import output, picture, with_room
+from ._arrays import as_array, output, picture, with_room
 from ._buffer import wrap_picture
 from ._formats import format_named, formats, method_value, phase_value
 from ._packings import packing_named
 
-_BAYER_BITS = {"uint8": (8,), "uint16": (10, 12, 14, 16)}
+_BITS = 8, 10, 12, 14, 16  # of a mosaic's samples
+_BITS_OF = {"uint8": _BITS[:1], "uint16": _BITS[1:]}
 
 
 def _demosaics(source, to):
@@ -103,7 +104,9 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
         width): (height, width) for grey, mosaics and colour words, (height, width, 3) or (..., 4)
         for colour, (height, width, 2) of bytes for YUV422, (height, bytes of a line) of uint8 for
         packed formats and with a packing. Lines may be apart (a view of columns), pixels of a line
-        may not. It is read only, without a copy but in the cases below.
+        may not. Objects with __dlpack__ in the memory of the processor, such as tensors of PyTorch, are
+        taken as arrays; so are buffers (bytes, memoryview, array, mmap), which with a `width` may be of
+        one dimension: lines without padding. All are read only, without a copy but in the cases below.
     source, to: names of formats, such as "BAY12" and "BGR24", or Format objects
     packing: name of what a camera sends, such as "12Packed", one of trvil.packings. `source` is the
         format that it is unpacked to then, a few lines at a time; no whole picture lies between
@@ -111,8 +114,9 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
         format says, else "RGGB"
     method: of demosaicing: "dup" nearest, "ave" mean, "med" median, "gradient" mean that the pixel's own
         colour corrects: the sharpest, with the least false colour
-    width: pixels of a line of a packed source, where its lines are longer than they need
-    out: array of shape formats[to].shape(height, width) that receives the picture; it may be a view
+    width: pixels of a line of a packed source, where its lines are longer than they need, and of memory
+        of one dimension
+    out: array or writable buffer of shape formats[to].shape(height, width) that receives the picture; it may be a view
         whose lines are apart, and nothing but its pixels changes. The fourth byte of 4-byte pixels
         keeps its value where the source has three channels.
     pool: a Pool whose threads share the picture; default the calling thread alone. The values are
@@ -175,25 +179,26 @@ def unpack(array, packing, *, width=None, out=None):
     return _unpacked(given, given.format.format, out).array
 
 
-def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", out=None):
+def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", width=None, out=None, pool=None):
     """The colour picture of a mosaic.
 
     array: (height, width) of uint8, or of uint16 with `bits` significant bits in each sample
     phase: colours of the first two pixels of the first line, then of the second
-    bits: 10, 12, 14 or 16 for uint16; may be left out for uint8
+    bits: 10, 12, 14 or 16 for uint16; 8, or left out, for uint8
     to: "BGR24", "BGRX32", "RGB16", or "RGB48" and "BGR48" with as many bits as the samples have; by
         method "dup" also "RGBX32", by "gradient" "RGBX32" and "RGB24" but not "RGB16"
-    method, out: as for convert()
+    method, width, out, pool: as for convert(); of bytes and the like, `bits` says how large samples are
 
     Returns the array, (height, width, 3) for BGR24. Errors and threads: as for convert().
     """
-    possible = _BAYER_BITS.get(str(getattr(array, "dtype", None)), ())
-    if bits is None and possible == (8,):
+    given = as_array(array)
+    possible = _BITS if given.ndim == 1 else _BITS_OF.get(given.dtype.name, ())
+    if bits is None and given.dtype == np.uint8:
         bits = 8
     if bits not in possible:
         raise ValueError(f"a mosaic is an array of uint8, or of uint16 with bits=10, 12, 14 or 16; this is "
-                         f"{getattr(array, 'dtype', type(array).__name__)} with bits={bits}")
-    return convert(array, f"BAY{bits}", to, phase=phase, method=method, out=out)
+                         f"{given.dtype} with bits={bits}")
+    return convert(given, f"BAY{bits}", to, phase=phase, method=method, width=width, out=out, pool=pool)
 
 
 def explain(source, destination, *, packing=None, pool=None):

@@ -57,7 +57,7 @@ def field_to_frame(array, format, *, method="ave", field="odd", width=None, out=
         lines = given.array[:, :given.line] if described.packed else given.array
         given = picture(np.ascontiguousarray(lines), described, given.width)
     frame = target
-    if out is not None and (target.padded or np.may_share_memory(array, target.array)):
+    if out is not None and (target.padded or np.may_share_memory(given.array, target.array)):
         frame = output(None, described, target.height, target.width)
     _run(given, frame, method, field)
     if frame is not target:

@@ -35,6 +35,10 @@ class Packing:
         """Bytes of a line of so many pixels, up to the last one that has a bit of a sample."""
         return _info(self.code, width).line_bytes
 
+    def shape(self, height, width):
+        """Shape of the array of a picture: (height, bytes of a line)."""
+        return height, self.line_bytes(width)
+
     def most_pixels(self, size):
         """Pixels of a line that has so many bytes."""
         width = size // self.group_bytes * self.group
