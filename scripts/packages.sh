@@ -3,7 +3,7 @@
 build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev libtiff-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev git python3 python3-numpy python3-pytest clang-format
     qemu-user valgrind strace abigail-tools                             # trust
-    pkg-config libopencv-core-dev dpkg-dev fakeroot lintian file        # packages
+    pkg-config libopencv-imgproc-dev dpkg-dev fakeroot lintian file     # packages
     dcraw libimage-exiftool-perl libraw-bin                             # DNG files
     libaravis-dev                                                       # cameras
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation

@@ -11,7 +11,9 @@ import os
 import select
 import socket
 import struct
+import subprocess
 import sys
+import threading
 import time
 
 GVCP_PORT = 3956
@@ -81,6 +83,7 @@ class Camera:
         self.broadcast.bind(("255.255.255.255", GVCP_PORT))
         self.stream = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self.stream.bind((options.address, 0))
+        self.listening = [self.control, self.broadcast] + ([] if options.run else [sys.stdin])
         self.memory = bytearray(0x40000)
         self.running, self.number, self.due = False, 0, 0.0
         self.describe()
@@ -178,7 +181,7 @@ class Camera:
         print("ready", flush=True)
         while True:
             wait = max(0.0, self.due - time.monotonic()) if self.running else None
-            for ready in select.select([self.control, self.broadcast, sys.stdin], [], [], wait)[0]:
+            for ready in select.select(self.listening, [], [], wait)[0]:
                 if ready is sys.stdin:
                     return
                 self.answer(ready)
@@ -198,8 +201,15 @@ def options():
     parser.add_argument("--period", default=1000, type=int, help="microseconds from frame to frame")
     parser.add_argument("--drop", default=0, type=int, help="of every so many frames the last lacks a packet")
     parser.add_argument("--vanish", default=0, type=int, help="gone without a word after so many frames")
+    parser.add_argument("--run", nargs=argparse.REMAINDER, help="run a program beside the camera, and end as it does")
     return parser.parse_args()
 
 
 if __name__ == "__main__":
-    Camera(options()).run()
+    said = options()
+    camera = Camera(said)
+    if said.run is None:
+        camera.run()
+    else:
+        threading.Thread(target=camera.run, daemon=True).start()
+        sys.exit(subprocess.run(said.run, timeout=50).returncode)
