@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -53,9 +54,26 @@ class Undisturbed {
     sigset_t before_;
 };
 
+volatile sig_atomic_t stopped_by = 0;
+volatile sig_atomic_t stop_fd = -1;
+
+// Whether it is the first one, and somebody wants to finish something.
+bool only_stops(int signal) {
+    if (stop_fd < 0 || stopped_by != 0) return false;
+    stopped_by = signal;
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t ignored = write(stop_fd, &one, sizeof one);
+    return true;
+}
+
 // Only calls that a signal handler may make. It goes on holding, so that no thread makes or names a
 // file before the process has ended.
 void end_by(int signal) {
+    const int error = errno;
+    if (only_stops(signal)) {
+        errno = error;
+        return;
+    }
     hold();
     TemporaryFile::remove_all();
     ::signal(signal, SIG_DFL);
@@ -98,6 +116,7 @@ void install_cleanup() {
     struct sigaction action {};
     action.sa_handler = end_by;
     action.sa_mask = deadly_set();
+    action.sa_flags = SA_RESTART;
     for (const int signal : deadly) {
         struct sigaction before {};
         // A process started with nohup goes on ignoring what it was told to ignore.
@@ -106,6 +125,32 @@ void install_cleanup() {
     }
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
+}
+
+void stop_at_first_signal() {
+    if (stop_fd < 0) stop_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+}
+
+int stop_signal_fd() {
+    return stop_fd;
+}
+
+bool is_stopped() {
+    return stopped_by != 0;
+}
+
+void end_if_stopped() {
+    if (stopped_by != 0) raise(stopped_by);
+}
+
+void end_by_closed_pipe() {
+    {
+        const Undisturbed section;
+        TemporaryFile::remove_all();
+        signal(SIGPIPE, SIG_DFL);
+        raise(SIGPIPE);
+    }
+    _exit(static_cast<int>(Exit::output));
 }
 
 bool TemporaryFile::create(const std::string& folder, mode_t mode) {

@@ -11,6 +11,18 @@ namespace trv::tool {
 // a closed pipe and a file-size limit be ordinary write errors.
 void install_cleanup();
 
+// From here on the first of these signals does not end the process, so that a stream can finish
+// what is whole; a second one does at once. Once it came, stop_signal_fd() is readable.
+void stop_at_first_signal();
+int stop_signal_fd();  // -1 where nobody asked for it
+bool is_stopped();
+
+// Ends the process by the signal that came, if one did.
+void end_if_stopped();
+
+// Ends the process as a closed pipe ends those that do not ask.
+[[noreturn]] void end_by_closed_pipe();
+
 // A file under a name that nobody can foresee, until it is moved to its own. It goes with the
 // object, or with the process when a signal ends that. As many as one likes, in any thread.
 class TemporaryFile {

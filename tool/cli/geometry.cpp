@@ -103,9 +103,11 @@ std::string advice_for_short(const Geometry& wanted, uint64_t available, uint64_
 
 std::string advice_for_surplus(const Geometry& wanted, uint64_t surplus, uint64_t skipped) {
     const uint64_t length = wanted.bytes() + surplus;
-    if (surplus >= wanted.bytes())
-        return text("it holds ", length / wanted.bytes(), " such pictures, the second at --skip ",
-                    skipped + wanted.bytes());
+    const uint64_t frame = uint64_t{wanted.stride} * wanted.height;
+    if (length >= frame + wanted.bytes())
+        return text("it holds ", (length - wanted.bytes()) / frame + 1,
+                    " such pictures, the second at --skip ", skipped + frame,
+                    "; `trvil convert` makes files of all with {n} in the output's name");
     std::vector<std::string> remedies;
     const uint64_t stride = length / wanted.height;
     if (length % wanted.height == 0 && stride > wanted.stride)

@@ -12,4 +12,8 @@ void print_json(const Json& json) {
     std::cout << json.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }
 
+std::string json_line(const Json& json) {
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
 }  // namespace trv::tool

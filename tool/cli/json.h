@@ -16,4 +16,7 @@ void add_json_flag(CLI::App* command, bool* wanted);
 // that are no UTF-8 become replacement characters.
 void print_json(const Json& json);
 
+// The same on one line, without its end.
+std::string json_line(const Json& json);
+
 }  // namespace trv::tool

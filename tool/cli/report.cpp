@@ -42,8 +42,30 @@ void note(const std::string& message) {
     std::cerr << "trvil: note: " << printable(message) << '\n';
 }
 
+void say_line(const std::string& line) {
+    const Speaking speaker(speaking);
+    clear_line();
+    std::cerr << line << '\n';
+}
+
+void show_progress(const std::string& line) {
+    const Speaking speaker(speaking);
+    clear_line();
+    std::cerr << printable(line) << std::flush;
+    line_shown = true;
+}
+
+void clear_progress() {
+    const Speaking speaker(speaking);
+    clear_line();
+}
+
+bool is_watched() {
+    return isatty(STDERR_FILENO) != 0;
+}
+
 Progress::Progress(size_t items)
-    : items_(items), watched_(isatty(STDERR_FILENO) != 0), next_(Clock::now() + first_after) {}
+    : items_(items), watched_(is_watched()), next_(Clock::now() + first_after) {}
 
 Progress::~Progress() {
     const Speaking speaker(speaking);

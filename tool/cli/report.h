@@ -13,6 +13,16 @@ void report(const Failure& failure);
 // Something worth knowing that stops nothing.
 void note(const std::string& message);
 
+// A line for programs, among what is said.
+void say_line(const std::string& line);
+
+// A line that is written over by the next, and gone before anything else is said.
+void show_progress(const std::string& line);
+void clear_progress();
+
+// Whether a person is watching stderr.
+bool is_watched();
+
 // One line that is written over and over, only on a terminal, and only for several items or when an
 // item takes longer than a moment. Threads may share one: it shows the item that began last.
 class Progress {

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
@@ -74,14 +75,21 @@ void note_levels(const Format& format, const SampleLayout& layout, const Histogr
                   layout.full(), maybe_meant(format, top), "; --scale auto stretches it"));
 }
 
-void tune(const Conversion& c, const Frame& frame, const std::string& input) {
+// Notes and measures what there is to note and to measure.
+void look_at(const Conversion& c, const Frame& frame, const std::string& input, Settled* settled) {
     const Format& format = *frame.geometry().format;
     const bool of_dump = format.code == c.source.format->code;
     if (!of_dump && !c.tuning.needed()) return;
     const SampleLayout layout = *sample_layout(format, c.how.phase);
     const Histogram histogram = take_histogram(frame, layout);
     if (of_dump) note_levels(format, layout, histogram, c.tuning.stretch, input);
-    if (c.tuning.needed()) apply_gains(choose_gains(c.tuning, histogram, layout), frame, layout);
+    if (c.tuning.needed()) settled->gains = choose_gains(c.tuning, histogram, layout);
+}
+
+void tune(const Conversion& c, const Frame& frame, const std::string& input, Settled* settled) {
+    if (!settled->done) look_at(c, frame, input, settled);
+    if (settled->gains)
+        apply_gains(*settled->gains, frame, *sample_layout(*frame.geometry().format, c.how.phase));
 }
 
 // Whether nobody is surprised by a picture whose samples stay far below full range.
@@ -90,7 +98,7 @@ bool may_be_dark(const Conversion& c) {
            (c.developer != nullptr && c.developer->has_white());
 }
 
-// What tune() notes, of samples that nobody keeps.
+// What look_at() notes, of samples that nobody keeps.
 void note_packed_levels(const Conversion& c, const Frame& bytes, const std::string& input) {
     constexpr uint32_t strip = 64;  // lines; even, so that strips of a mosaic have its phase
     const Format& format = *c.source.format;
@@ -165,13 +173,16 @@ bool unpacks_in_passing(const Conversion& c) {
     return !demosaics(*c.path[0], *c.path[1]) || c.source.width % 2 == 0;
 }
 
-Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, TRW_Pool* pool) {
+using Room = std::optional<Frame>;  // memory that a picture may take
+
+Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, Room room,
+                     TRW_Pool* pool) {
     const Geometry& g = c.source;
     const trvil::Buffer source = packed_lines(bytes, g, 0, g.height);
     const bool mosaic = g.format->family == Family::bayer;
     const TRW_Settings settings{sizeof settings, whole_code(*g.format), mosaic ? c.how.method : 0,
                                 mosaic ? phase_parameter(c.how.phase) : 0};
-    Frame result(tight(to, g.width, g.height));
+    Frame result = in_memory_of(std::move(room), tight(to, g.width, g.height));
     const uint32_t status =
         TRW_Convert(source.handle(), g.packing, result.handle(), &settings, pool);
     if (status == TRV_STATUS_MEMORY) throw std::bad_alloc();
@@ -181,9 +192,12 @@ Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, 
     return result;
 }
 
-Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, TRW_Pool* pool) {
+Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, Room room,
+                   TRW_Pool* pool) {
     const Geometry& g = from.geometry();
-    Frame result(is_packed(*g.format) ? roomy(to, g, group_room) : tight(to, g.width, g.height));
+    Frame result =
+        in_memory_of(std::move(room), is_packed(*g.format) ? roomy(to, g, group_room)
+                                                           : tight(to, g.width, g.height));
     std::optional<Frame> widened;
     if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
     const Frame& source = widened ? *widened : from;
@@ -196,12 +210,60 @@ Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, TRW
     return result;
 }
 
-void run_dng(const Conversion& c, Frame dump, const std::string& input, const std::string& output,
-             TRW_Pool* pool) {
-    note_dump_levels(c, dump, input);
-    const DngColours colours = c.developer->colours(dump, pool);
-    Frame mosaic = c.source.packing == 0 ? std::move(dump) : unpack(dump, c.source);
-    put_dng(convert(std::move(mosaic), c.path, c.how, pool), colours, output, c.force);
+// Whether a step only changes the order of bytes of a pixel, and may do so in place.
+bool swaps(const Format& from, const Format& to) {
+    return from.code == Code::BGR24 && to.code == Code::RGB24;
+}
+
+Frame swapped(Frame frame, const Format& to) {
+    const trvil::Buffer after = frame.view_as(to);
+    if (TRW_Convert(frame.handle(), 0, after.handle(), nullptr, nullptr) != TRV_STATUS_OK)
+        throw refusal(frame, frame);
+    return std::move(frame).as(to);
+}
+
+// A dump through all steps of its path. The last picture takes the room, or the dump itself where
+// there is no step.
+Frame walk(const Conversion& c, Frame* dump, const std::string& name, Settled* settled,
+           TRW_Pool* pool, Room room) {
+    const std::optional<size_t> tuned = tuned_step(c);
+    const size_t last = c.path.size() - 1;
+    // Of two steps in one place the first one takes the room.
+    const size_t takes_room = last > 0 && swaps(*c.path[last - 1], *c.path[last]) ? last - 1 : last;
+    const auto room_of = [&](size_t step) {
+        return step == takes_room ? std::exchange(room, std::nullopt) : std::nullopt;
+    };
+    size_t step = 0;  // that the picture has reached
+    std::optional<Frame> made;
+    if (unpacks_in_passing(c)) {
+        if (!settled->done) note_packed_levels(c, *dump, name);
+        made = convert_packed(c, *dump, *c.path[1], room_of(1), pool);
+        step = 1;
+    } else if (c.source.packing != 0) {
+        made = convert_packed(c, *dump, *c.path[0], room_of(0), pool);
+    }
+    for (;; ++step) {
+        const Frame& reached = made ? *made : *dump;
+        if (step == tuned) tune(c, reached, name, settled);
+        if (step == last) break;
+        if (made && swaps(*c.path[step], *c.path[step + 1]))
+            made = swapped(std::move(*made), *c.path[step + 1]);
+        else
+            made = convert_step(c.how, reached, *c.path[step + 1], room_of(step + 1), pool);
+    }
+    if (!made) made = std::exchange(*dump, in_memory_of(std::move(room), dump->geometry()));
+    return c.deepen ? deepened(*made) : std::move(*made);
+}
+
+void develop(const Conversion& c, const Frame& dump, const std::string& name, Settled* settled,
+             TRW_Pool* pool, std::optional<Frame>* picture) {
+    if (!settled->done) {
+        note_dump_levels(c, dump, name);
+        settled->recipe = c.developer->recipe_for(dump, pool);
+    }
+    *picture =
+        in_memory_of(std::move(*picture), tight(*c.path.back(), c.source.width, c.source.height));
+    c.developer->develop(dump, settled->recipe.get(), **picture, pool);
 }
 
 }  // namespace
@@ -214,7 +276,8 @@ void check_conversion(const Conversion& c) {
 }
 
 Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool) {
-    for (size_t i = 1; i < path.size(); ++i) frame = convert_step(how, frame, *path[i], pool);
+    for (size_t i = 1; i < path.size(); ++i)
+        frame = convert_step(how, frame, *path[i], std::nullopt, pool);
     return frame;
 }
 
@@ -222,30 +285,40 @@ Gains gains_of(const Conversion& c, const std::string& input, TRW_Pool* pool) {
     return c.developer->gains(read_bytes(input, c.source, c.skip), pool);
 }
 
+void make_picture(const Conversion& c, Frame* dump, const std::string& name, Settled* settled,
+                  TRW_Pool* pool, std::optional<Frame>* picture) {
+    if (c.developer != nullptr)
+        develop(c, *dump, name, settled, pool, picture);
+    else
+        *picture = without_padding(walk(c, dump, name, settled, pool, std::move(*picture)));
+    if (!settled->done) settled->done = true;  // later ones only read it
+}
+
+void make_mosaic(const Conversion& c, Frame* dump, const std::string& name, Settled* settled,
+                 TRW_Pool* pool, std::optional<Frame>* picture) {
+    if (!settled->done) {
+        note_dump_levels(c, *dump, name);
+        settled->colours = c.developer->colours(*dump, pool);
+        settled->done = true;
+    }
+    Frame mosaic = c.source.packing != 0
+                       ? unpack(*dump, c.source)
+                       : std::exchange(*dump, in_memory_of(std::exchange(*picture, std::nullopt),
+                                                           dump->geometry()));
+    *picture = without_padding(convert(std::move(mosaic), c.path, c.how, pool));
+}
+
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
                     Progress* progress, TRW_Pool* pool) {
     Frame frame = read_bytes(input, c.source, c.skip);
-    if (c.kind == Kind::dng) return run_dng(c, std::move(frame), input, output, pool);
-    if (c.developer != nullptr) {
-        note_dump_levels(c, frame, input);
-        return put_picture(c.developer->develop(frame, *c.path.back(), pool), c.kind, output,
-                           c.force, progress);
+    Settled settled;
+    std::optional<Frame> picture;
+    if (c.kind == Kind::dng) {
+        make_mosaic(c, &frame, input, &settled, pool, &picture);
+        return put_dng(std::move(*picture), *settled.colours, output, c.force);
     }
-    const std::optional<size_t> tuned = tuned_step(c);
-    size_t step = 0;  // that the frame has reached
-    if (unpacks_in_passing(c)) {
-        note_packed_levels(c, frame, input);
-        frame = convert_packed(c, frame, *c.path[++step], pool);
-    } else if (c.source.packing != 0) {
-        frame = convert_packed(c, frame, *c.path[0], pool);
-    }
-    for (;;) {
-        if (step == tuned) tune(c, frame, input);
-        if (++step == c.path.size()) break;
-        frame = convert_step(c.how, frame, *c.path[step], pool);
-    }
-    if (c.deepen) frame = deepened(frame);
-    put_picture(std::move(frame), c.kind, output, c.force, progress);
+    make_picture(c, &frame, input, &settled, pool, &picture);
+    put_picture(std::move(*picture), c.kind, output, c.force, progress);
 }
 
 }  // namespace trv::tool

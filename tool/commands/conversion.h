@@ -1,4 +1,4 @@
-// One dump becomes one picture.
+// One dump becomes one picture, or the dumps of a recording one each.
 #pragma once
 
 #include <memory>
@@ -15,7 +15,7 @@ namespace trv::tool {
 
 struct Conversion {
     Geometry source;
-    uint64_t skip;
+    uint64_t skip;  // bytes before the picture
     Demosaic how;
     Path path;
     Kind kind;
@@ -30,6 +30,25 @@ void check_conversion(const Conversion& conversion);
 
 // The picture after all steps of a path, by the threads of a pool or without one.
 Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool = nullptr);
+
+// What the first picture of a recording settles for all of them: gains that are measured, or the
+// picture would flicker.
+struct Settled {
+    bool done = false;
+    std::optional<Gains> gains;
+    Developer::Recipe recipe;
+    std::optional<DngColours> colours;
+};
+
+// Makes the picture of a dump, whose samples it may change; `name` is for notes. A picture that is
+// there already lends its memory. Where nothing is settled yet it notes what there is to note of
+// the samples, and settles; after that threads may share it.
+void make_picture(const Conversion& conversion, Frame* dump, const std::string& name,
+                  Settled* settled, TRW_Pool* pool, std::optional<Frame>* picture);
+
+// The same for a DNG: the mosaic, and in `settled` what is said beside it.
+void make_mosaic(const Conversion& conversion, Frame* dump, const std::string& name,
+                 Settled* settled, TRW_Pool* pool, std::optional<Frame>* picture);
 
 // What Developer::gains says of an input.
 Gains gains_of(const Conversion& conversion, const std::string& input, TRW_Pool* pool);

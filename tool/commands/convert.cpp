@@ -6,18 +6,22 @@
 #include <thread>
 
 #include "tool/cli/catalogue.h"
+#include "tool/cli/cleanup.h"
 #include "tool/cli/error.h"
 #include "tool/cli/geometry.h"
 #include "tool/cli/reading.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/stream.h"
 #include "tool/commands/threads.h"
 #include "tool/develop/options.h"
 #include "tool/files/naming.h"
 #include "tool/files/output.h"
 #include "tool/files/same_file.h"
 #include "tool/picture/deepen.h"
+#include "tool/streams/sinks.h"
+#include "tool/streams/source.h"
 
 namespace trv::tool {
 namespace {
@@ -33,6 +37,9 @@ have 16 bits. What is known of the sensor is taken into account: see `trvil help
 
 struct Options {
     Reading reading;
+    std::string frames, rate = "25";
+    uint64_t frame_skip = 0;
+    bool partial = false, json = false;
     DevelopOptions developing;
     std::string phase, target, as, output;
     std::string scale = "none", via = "auto";
@@ -86,13 +93,19 @@ Failure no_depth(const std::string& of, const std::string& why, const std::strin
 // Whether results have 16 bits: where that is said, and where a mosaic becomes a picture of words.
 bool is_deep(const Options& o, const Geometry& source, const Format* target, Kind kind) {
     const bool of_words = target != nullptr && target->significant == 16;
-    if (o.depth == 16 && kind == Kind::pgm && is_mosaic(source))
-        throw no_depth("a mosaic in a .pgm", "it holds grey, and a mosaic becomes colour",
-                       "write a .png, .tif or .ppm");
+    if (o.depth == 16 && (kind == Kind::pgm || kind == Kind::gray16le) && is_mosaic(source))
+        throw no_depth(text("a mosaic in a .", kind_name(kind)),
+                       "it holds grey, and a mosaic becomes colour", "write a .png, .tif or .ppm");
     if (o.depth == 16 && target != nullptr && !of_words)
         throw no_depth(target->name, text("it has ", int{target->significant}),
                        "leave -t out, or --depth");
     return o.depth == 16 || (of_words && kind != Kind::raw && is_mosaic(source));
+}
+
+// What the command line or the kind of file says; null where both leave it open.
+const Format* target_of(const Options& o, Kind kind) {
+    if (o.target.empty()) return video_format(kind);
+    return &format_named(o.target);
 }
 
 // What is converted without being developed; null where the user leaves it open.
@@ -108,12 +121,12 @@ const Format& developed_target(const Geometry& source, const Format* target, Kin
     if (target != nullptr && !holds(kind, *target))
         plan(*source.format, target, kind, {}, Via::automatic);  // says what is wrong
     if (target != nullptr) return *target;
-    const bool keeps =
-        deep || (source.format->family == Family::grey && source.format->significant == 16);
+    const bool grey = source.format->family == Family::grey;
+    const bool keeps = deep || (grey && source.format->significant == 16 && kind != Kind::y4m);
     const Format& suited = developed_format(*source.format, keeps);
     if (holds(kind, suited)) return suited;
-    const Format& other = format_of(Code::BGR24);
-    if (!deep && source.format->family == Family::grey && holds(kind, other)) return other;
+    const Format& other = format_of(kind == Kind::y4m ? Code::BGRX32 : Code::BGR24);
+    if (!deep && (grey || kind == Kind::y4m) && holds(kind, other)) return other;
     throw Failure(Exit::no_route, text("no .", kind_name(kind), " of ", source.name()),
                   text("it is developed to ", suited.name, ", which such a file cannot hold"),
                   "write a .png or a .tif");
@@ -141,12 +154,13 @@ void resolve_dng(const Options& o, const SettingTexts& said, Conversion* c) {
 Conversion resolve(const Options& o, const SettingTexts& said) {
     const Geometry source = o.reading.geometry(!o.phase.empty());
     const Format& format = *source.format;
-    const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
     const Kind kind = kind_of_output(o.output, o.as);
+    const Format* target = target_of(o, kind);
     const Demosaic how{choose_method(said.method, source), choose_phase(o, source)};
     const Development settings = understand(said);
     const Tuning tuning = tuning_named(said.balance.empty() ? "off" : said.balance, o.scale);
-    Conversion c{source, o.reading.skip, how, {}, kind, tuning, o.force};
+    const uint64_t skip = o.reading.skip + o.frame_skip;
+    Conversion c{source, skip, how, {}, kind, tuning, o.force};
     const bool deep = kind != Kind::dng && is_deep(o, source, target, kind);
     const bool special = settings.needed || tuning.white == Tuning::White::point;
     if (kind == Kind::dng) {
@@ -184,21 +198,39 @@ Failure summary(const std::vector<std::string>& failed, size_t all, Exit code) {
             "the others are converted; see above for the reasons"};
 }
 
+// What goes to one output: one dump, or a recording.
+struct Job {
+    Recording recording;
+    std::string output;
+    bool is_stream;
+
+    const std::string& name() const { return recording.files.front(); }
+};
+
+// How streams are made.
+struct Streaming {
+    FrameRate rate;
+    bool json;
+    uint32_t makers;
+};
+
 // One bad dump of many does not keep the others from being converted.
 class Batch {
   public:
-    Batch(const Conversion& conversion, const std::vector<std::string>& inputs,
-          const std::vector<std::string>& outputs)
+    Batch(const Conversion& conversion, const std::vector<Job>& jobs, const ReadFiles& read,
+          const Streaming& streaming)
         : conversion_(conversion),
-          inputs_(inputs),
-          outputs_(outputs),
-          failures_(inputs.size()),
-          progress_(inputs.size()) {}
+          jobs_(jobs),
+          read_(read),
+          streaming_(streaming),
+          failures_(jobs.size()),
+          progress_(jobs.size()) {}
 
-    void run(uint32_t jobs, TRW_Pool* pool) {
+    void run(uint32_t at_a_time, TRW_Pool* pool) {
         std::vector<std::thread> others;
         try {
-            for (uint32_t i = 1; i < jobs; ++i) others.emplace_back([this, pool] { work(pool); });
+            for (uint32_t i = 1; i < at_a_time; ++i)
+                others.emplace_back([this, pool] { work(pool); });
         } catch (const std::system_error&) {
             // Where the machine has no room for another thread, those there are do the work.
         }
@@ -209,52 +241,125 @@ class Batch {
 
   private:
     void work(TRW_Pool* pool) {
-        for (size_t i = next_++; i < inputs_.size(); i = next_++) {
-            progress_.start(inputs_[i]);
+        for (size_t i = next_++; i < jobs_.size() && !is_stopped(); i = next_++) {
             try {
-                run_conversion(conversion_, inputs_[i], outputs_[i], &progress_, pool);
+                jobs_[i].is_stream ? run_stream_job(jobs_[i], pool) : run_single(jobs_[i], pool);
+            } catch (const ReaderGone&) {
+                end_by_closed_pipe();
             } catch (const Failure& failure) {
                 fail(i, failure);
             } catch (const std::exception& error) {
-                fail(i, {Exit::conversion, text("cannot convert ", inputs_[i]), error.what(),
+                fail(i, {Exit::conversion, text("cannot convert ", jobs_[i].name()), error.what(),
                          "check -s, or use fewer --jobs"});
             }
         }
     }
 
+    void run_single(const Job& job, TRW_Pool* pool) {
+        Conversion conversion = conversion_;
+        conversion.skip = job.recording.offset(job.recording.range.first);
+        progress_.start(job.name());
+        run_conversion(conversion, job.name(), job.output, &progress_, pool);
+    }
+
+    void run_stream_job(const Job& job, TRW_Pool* pool) {
+        const StreamJob stream{conversion_, job.recording,   job.output,        read_,
+                               pool,        streaming_.rate, streaming_.makers, streaming_.json};
+        convert_stream(stream);
+    }
+
     void fail(size_t i, const Failure& failure) {
         failures_[i] = failure;
-        if (inputs_.size() > 1) report(failure);
+        if (jobs_.size() > 1) report(failure);
     }
 
     void finish() const {
         std::vector<std::string> failed;
         const Failure* first = nullptr;
-        for (size_t i = 0; i < inputs_.size(); ++i) {
+        for (size_t i = 0; i < jobs_.size(); ++i) {
             if (!failures_[i]) continue;
-            failed.push_back(inputs_[i]);
+            failed.push_back(jobs_[i].name());
             if (first == nullptr) first = &*failures_[i];
         }
         if (first == nullptr) return;
-        if (inputs_.size() == 1) throw Failure(*first);
-        throw summary(failed, inputs_.size(), first->code());
+        if (jobs_.size() == 1) throw Failure(*first);
+        throw summary(failed, jobs_.size(), first->code());
     }
 
     const Conversion& conversion_;
-    const std::vector<std::string>&inputs_, &outputs_;
+    const std::vector<Job>& jobs_;
+    const ReadFiles& read_;
+    const Streaming& streaming_;
     std::vector<std::optional<Failure>> failures_;
     std::atomic<size_t> next_ = 0;
     Progress progress_;
 };
 
-uint32_t jobs_of(const Options& o) {
-    const size_t wanted = o.jobs != 0 ? o.jobs : processors();
-    return static_cast<uint32_t>(std::min(wanted, o.inputs.size()));
+// Whether such an output takes more than one frame. What goes to stdout is written in order, and
+// the pages of a TIFF are not.
+bool takes_many(const Options& o, Kind kind) {
+    if (is_numbered(o.output)) return true;
+    return is_video(kind) || kind == Kind::raw || (kind == Kind::tif && o.output != "-");
 }
 
-void check_all_files(const Options& o, const SettingTexts& said,
-                     const std::vector<std::string>& outputs) {
-    std::vector<std::string> read = o.inputs, written = outputs;
+// A recording of one frame is a picture like others, which a TIFF or a raw file holds.
+bool is_single(const Recording& recording, Kind kind) {
+    if (recording.partial || is_video(kind) || recording.files.size() != 1) return false;
+    try {
+        return FrameSource(recording).count() == 1;
+    } catch (const Failure&) {
+        return true;  // which says why when it is read
+    }
+}
+
+std::vector<Job> jobs_of(const Options& o, const Geometry& source, Kind kind) {
+    const bool many = takes_many(o, kind);
+    if (is_numbered(o.output) && kind == Kind::y4m)
+        throw Failure(Exit::usage, "{n} makes no sense with .y4m", "it holds all frames",
+                      "leave {n} out, or write a .png for each");
+    const Recording like{{},       source, o.reading.skip, o.frame_skip, range_named(o.frames),
+                         o.partial};
+    std::vector<Job> jobs;
+    if (many && !is_named(o.output)) {
+        jobs.push_back({like, o.output, true});
+        jobs.back().recording.files = o.inputs;
+    } else {
+        const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
+        for (size_t i = 0; i < o.inputs.size(); ++i) {
+            jobs.push_back({like, outputs[i], many});
+            jobs.back().recording.files = {o.inputs[i]};
+        }
+    }
+    for (Job& job : jobs)
+        if (job.is_stream && !is_numbered(o.output))
+            job.is_stream = !is_single(job.recording, kind);
+    return jobs;
+}
+
+// The files that a job writes, as far as they are known beforehand.
+std::vector<std::string> outputs_of(const Job& job) {
+    if (!is_numbered(job.output)) return {job.output};
+    std::vector<std::string> outputs;
+    try {
+        const FrameRange& range = job.recording.range;
+        const uint64_t count = FrameSource(job.recording).count().value_or(0);
+        for (uint64_t i = 0; i < count; ++i)
+            outputs.push_back(numbered(job.output, range.first + i * range.step));
+    } catch (const Failure&) {
+        // Said when it is read: the others are converted.
+    }
+    return outputs;
+}
+
+uint32_t at_a_time(const Options& o, size_t jobs) {
+    const size_t wanted = o.jobs != 0 ? o.jobs : processors();
+    return static_cast<uint32_t>(std::min(wanted, jobs));
+}
+
+void check_all_files(const Options& o, const SettingTexts& said, const std::vector<Job>& jobs) {
+    std::vector<std::string> read = o.inputs, written;
+    for (const Job& job : jobs)
+        for (const std::string& file : outputs_of(job)) written.push_back(file);
     for (const std::string& file : o.developing.inputs(said)) read.push_back(file);
     for (const std::string& file : as_list(o.developing.save)) written.push_back(file);
     check_files(read, written, o.force);
@@ -283,15 +388,26 @@ void check_saving(const Options& o) {
 void convert_all(Options o) {
     check_saving(o);
     o.output = output_template(o.output, o.as);
+    const Kind kind = kind_of_output(o.output, o.as);
+    const Format* video = video_format(kind);
+    if (video != nullptr && video->significant == 16) o.depth = 16;
     const SettingTexts said = o.developing.all();
-    const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
-    check_all_files(o, said, outputs);
+    const FrameRate rate = frame_rate_named(o.rate);
+    const Geometry source = o.reading.geometry(!o.phase.empty());
+    const std::vector<Job> jobs = jobs_of(o, source, kind);
+    check_all_files(o, said, jobs);
     const Conversion conversion = resolve(o, said);
     if (conversion.source.packing != 0) say_packing(o, conversion.source);
-    if (conversion.developer == nullptr) say_way(conversion.path);
-    const uint32_t jobs = jobs_of(o);
-    const Helpers helpers(o.threads, jobs);
-    Batch(conversion, o.inputs, outputs).run(jobs, helpers.pool());
+    if (conversion.developer == nullptr && !is_video(kind)) say_way(conversion.path);
+    const bool streams =
+        std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.is_stream; });
+    if (streams) stop_at_first_signal();
+    const uint32_t jobs_at_a_time = at_a_time(o, jobs.size());
+    const uint32_t makers = streams && jobs.size() == 1 ? makers_of(o.jobs, o.threads) : 1;
+    const Helpers helpers(o.threads, jobs_at_a_time * makers);
+    const ReadFiles read(o.inputs);
+    Batch(conversion, jobs, read, {rate, o.json, makers}).run(jobs_at_a_time, helpers.pool());
+    end_if_stopped();
     if (!o.developing.save.empty())
         save_settings(lasting(said, conversion, o.inputs.front(), helpers.pool()),
                       o.developing.save, o.force);
@@ -302,6 +418,18 @@ void add_inputs(CLI::App* command, Options* o) {
         ->add_option("--phase", o->phase,
                      "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
         ->type_name("PHASE")
+        ->group(reading_group);
+    command
+        ->add_option("--frames", o->frames,
+                     "Of several frames A:B:STEP: from A, before B, or A alone, from 0 [all]")
+        ->type_name("FRAMES")
+        ->group(reading_group);
+    command->add_option("--frame-skip", o->frame_skip, "Bytes before each frame, after --skip [0]")
+        ->type_name("BYTES")
+        ->group(reading_group);
+    command
+        ->add_flag("--partial", o->partial,
+                   "Take a last frame that breaks off, black where it is missing")
         ->group(reading_group);
     command->add_option("inputs", o->inputs, "Dumps; - is stdin")
         ->required()
@@ -351,13 +479,16 @@ void add_writing(CLI::App* command, Options* o) {
     command
         ->add_option(
             "-o,--output", o->output,
-            "FILE.png, .tif, .ppm, .pgm, .dng or .raw, or a folder; {name} is the input's; - is "
-            "stdout")
+            "FILE.png, .tif, .ppm, .pgm, .dng, .raw, .y4m or .rgb24, or a folder; {name} is the "
+            "input's, {n} the frame's number; - is stdout")
         ->type_name("FILE")
         ->required()
         ->group(group);
     command->add_option("--as", o->as, "Kind of file, whatever its name says")
         ->type_name("KIND")
+        ->group(group);
+    command->add_option("--fps", o->rate, "Frames a second that a .y4m says: 25 or 30000/1001 [25]")
+        ->type_name("RATE")
         ->group(group);
     command->add_flag("--force", o->force, "Replace existing files")->group(group);
     command->add_option("--jobs", o->jobs, "Convert so many at a time; 0: one per processor [1]")
@@ -365,6 +496,8 @@ void add_writing(CLI::App* command, Options* o) {
         ->type_name("N")
         ->group(group);
     add_threads(command, &o->threads, group);
+    command->add_flag("--json", o->json, "Streams: tell of progress by lines of JSON on stderr")
+        ->group(group);
 }
 
 }  // namespace

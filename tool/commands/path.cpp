@@ -38,6 +38,11 @@ std::vector<const Format*> candidates(const Format& source, Kind kind) {
     if (kind == Kind::dng)
         return source.family == Family::bayer ? whole_mosaics(source)
                                               : std::vector<const Format*>{};
+    if (const Format* video = video_format(kind)) return {video};
+    if (kind == Kind::y4m) {
+        const bool grey = source.family == Family::grey;
+        return {&format_of(grey ? Code::Mono8 : Code::BGRX32)};
+    }
     const Format* colour[] = {&format_of(Code::BGR24), &format_of(Code::BGRX32)};
     if (source.family == Family::grey)
         return {&source, &format_of(Code::Mono8), colour[0], colour[1]};

@@ -147,9 +147,9 @@ Developer::Recipe Developer::recipe(const Gains& gains, bool finished) const {
     return Recipe(recipe);
 }
 
-Frame Developer::run(const TRW_Recipe* recipe, const Frame& dump, const Format& to,
-                     TRW_Pool* pool) const {
-    Frame result(tight(to, source_.width, source_.height));
+void Developer::develop(const Frame& dump, const TRW_Recipe* recipe, const Frame& result,
+                        TRW_Pool* pool) const {
+    const Format& to = *result.geometry().format;
     const trvil::Buffer packed =
         source_.packing == 0 ? trvil::Buffer() : packed_lines(dump, source_, 0, source_.height);
     const uint64_t handle = source_.packing == 0 ? dump.handle() : packed.handle();
@@ -164,6 +164,12 @@ Frame Developer::run(const TRW_Recipe* recipe, const Frame& dump, const Format& 
     if (status != TRV_STATUS_OK)
         throw Failure(Exit::conversion, text("cannot develop ", source_.name(), " to ", to.name),
                       text("the library answered status ", status), "");
+}
+
+Frame Developer::run(const TRW_Recipe* recipe, const Frame& dump, const Format& to,
+                     TRW_Pool* pool) const {
+    Frame result(tight(to, source_.width, source_.height));
+    develop(dump, recipe, result, pool);
     return result;
 }
 
@@ -200,7 +206,11 @@ Gains Developer::gains(const Frame& dump, TRW_Pool* pool) const {
 
 Frame Developer::develop(const Frame& dump, const Format& to, TRW_Pool* pool) const {
     if (fixed_) return run(fixed_.get(), dump, to, pool);
-    return run(recipe(gains(dump, pool), true).get(), dump, to, pool);
+    return run(recipe_for(dump, pool).get(), dump, to, pool);
+}
+
+Developer::Recipe Developer::recipe_for(const Frame& dump, TRW_Pool* pool) const {
+    return recipe(gains(dump, pool), true);
 }
 
 DngColours Developer::colours(const Frame& dump, TRW_Pool* pool) const {

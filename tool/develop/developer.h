@@ -26,8 +26,20 @@ class Developer {
     Developer(const Development& settings, const Tuning& tuning, const Geometry& source,
               uint64_t skip, const Demosaic& how);
 
+    struct Destroy {
+        void operator()(TRW_Recipe* recipe) const { TRW_RecipeDestroy(&recipe); }
+    };
+    using Recipe = std::unique_ptr<TRW_Recipe, Destroy>;
+
     // A dump, as its bytes are where it is packed, as a picture in a format. Threads may share it.
     Frame develop(const Frame& dump, const Format& to, TRW_Pool* pool) const;
+
+    // The same into a picture of that size, by what recipe_for made of this dump or of another.
+    void develop(const Frame& dump, const TRW_Recipe* recipe, const Frame& to,
+                 TRW_Pool* pool) const;
+
+    // With the gains of a dump.
+    Recipe recipe_for(const Frame& dump, TRW_Pool* pool) const;
 
     bool has_white() const { return settings_.white != 0; }
 
@@ -39,11 +51,6 @@ class Developer {
     DngColours colours(const Frame& dump, TRW_Pool* pool) const;
 
   private:
-    struct Destroy {
-        void operator()(TRW_Recipe* recipe) const { TRW_RecipeDestroy(&recipe); }
-    };
-    using Recipe = std::unique_ptr<TRW_Recipe, Destroy>;
-
     void read_dark(const std::string& path, uint64_t skip);
     bool is_mosaic() const { return source_.format->family == Family::bayer; }
     Recipe recipe(const Gains& gains, bool finished) const;

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
+#include "tool/cli/cleanup.h"
 #include "tool/cli/error.h"
 #include "tool/cli/geometry.h"
 #include "tool/cli/report.h"
@@ -38,7 +40,10 @@ void note_surplus(Input* input, const Geometry& geometry, uint64_t skip) {
                       advice_for_surplus(geometry, *rest, skip), ")"));
         return;
     }
-    if (input->has_more()) note(text(input->name(), ": what follows the picture is ignored"));
+    if (input->has_more())
+        note(text(input->name(),
+                  ": what follows the picture is ignored; with {n} in the output's "
+                  "name `trvil convert` makes files of all frames"));
 }
 
 }  // namespace
@@ -71,9 +76,21 @@ void Input::fail(const char* what, const char* next) const {
     throw Failure(Exit::input, text(what, " ", name_), std::strerror(errno), next);
 }
 
+void Input::stop_by(int fd) {
+    if (!remaining_) stop_fd_ = fd;
+}
+
+// Whether there is something to read, before there is a reason to stop.
+bool Input::wait() const {
+    pollfd waiting[] = {{fd_, POLLIN, 0}, {stop_fd_, POLLIN, 0}, {stop_signal_fd(), POLLIN, 0}};
+    while (poll(waiting, std::size(waiting), -1) < 0)
+        if (errno != EINTR) fail("cannot wait for", "");
+    return waiting[1].revents == 0 && waiting[2].revents == 0;
+}
+
 uint64_t Input::fetch(uint8_t* to, uint64_t wanted) {
     uint64_t done = 0;
-    while (done < wanted) {
+    while (done < wanted && (stop_fd_ < 0 || wait())) {
         const ssize_t got = ::read(fd_, to + done, wanted - done);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) fail("cannot read", "");
@@ -100,18 +117,20 @@ const std::vector<uint8_t>& Input::peek(size_t most) {
     return ahead_;
 }
 
-void Input::skip(uint64_t bytes) {
+uint64_t Input::skip(uint64_t bytes) {
     if (ahead_.empty() && remaining_ && bytes <= *remaining_) {
         lseek(fd_, static_cast<off_t>(bytes), SEEK_CUR);
         *remaining_ -= bytes;
-        return;
+        return bytes;
     }
-    uint8_t block[4096];
-    while (bytes != 0) {
-        const uint64_t got = read(block, std::min<uint64_t>(bytes, sizeof block));
-        if (got == 0) return;
-        bytes -= got;
+    uint8_t block[65536];
+    uint64_t done = 0;
+    while (done < bytes) {
+        const uint64_t got = read(block, std::min<uint64_t>(bytes - done, sizeof block));
+        if (got == 0) break;
+        done += got;
     }
+    return done;
 }
 
 bool Input::has_more() {

@@ -31,7 +31,12 @@ class Input {
     // What comes next, at most `most` bytes of it, without taking it.
     const std::vector<uint8_t>& peek(size_t most);
 
-    void skip(uint64_t bytes);
+    // How many were skipped: fewer than wanted at the end of the input.
+    uint64_t skip(uint64_t bytes);
+
+    // Lets reading a pipe or a device end early, as at its end, once the descriptor is readable or
+    // the process is to stop.
+    void stop_by(int fd);
 
     // Whether something follows that is there already: the sender of a pipe may be silent for long.
     bool has_more();
@@ -39,10 +44,12 @@ class Input {
   private:
     void start_of_file(const struct stat& status);
     uint64_t fetch(uint8_t* to, uint64_t wanted);
+    bool wait() const;
     [[noreturn]] void fail(const char* what, const char* next) const;
 
     std::string name_;
     int fd_;
+    int stop_fd_ = -1;
     std::optional<uint64_t> remaining_;
     std::vector<uint8_t> ahead_;  // fetched and not taken yet
 };

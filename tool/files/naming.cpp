@@ -12,17 +12,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view placeholder = "{name}";
+constexpr std::string_view placeholder = "{name}", number_place = "{n}";
 
 std::string stem(const std::string& input) {
     return input == "-" ? "stdin" : fs::path(input).stem().string();
 }
 
-std::string fill(std::string name, const std::string& input) {
-    const std::string replacement = stem(input);
-    for (size_t at = 0; (at = name.find(placeholder, at)) != std::string::npos;
-         at += replacement.size())
-        name.replace(at, placeholder.size(), replacement);
+std::string fill(std::string name, std::string_view place, const std::string& replacement) {
+    for (size_t at = 0; (at = name.find(place, at)) != std::string::npos; at += replacement.size())
+        name.replace(at, place.size(), replacement);
     return name;
 }
 
@@ -43,12 +41,27 @@ std::string output_template(const std::string& output, const std::string& kind) 
     return (fs::path(output) / text(placeholder, ".", kind.empty() ? "png" : lower(kind))).string();
 }
 
+bool is_numbered(const std::string& output) {
+    return output.find(number_place) != std::string::npos;
+}
+
+bool is_named(const std::string& output) {
+    return output.find(placeholder) != std::string::npos;
+}
+
+std::string numbered(const std::string& output, uint64_t index) {
+    std::string digits = text(index);
+    constexpr size_t least_digits = 6;
+    if (digits.size() < least_digits) digits.insert(0, least_digits - digits.size(), '0');
+    return fill(output, number_place, digits);
+}
+
 std::vector<std::string> name_outputs(const std::vector<std::string>& inputs,
                                       const std::string& named) {
     std::vector<std::string> outputs;
     std::map<FileId, std::string> input_of;
     for (const std::string& input : inputs) {
-        outputs.push_back(fill(named, input));
+        outputs.push_back(fill(named, placeholder, stem(input)));
         const FileId id = id_of_output(outputs.back()).value_or(FileId{0, 0, outputs.back()});
         const auto [place, is_new] = input_of.emplace(id, input);
         if (!is_new) refuse_collision(outputs.back(), place->second, input);

@@ -120,11 +120,6 @@ void check_tiff_limit(const Geometry& g, const Output& output) {
                                        " bytes, and such a file has at most 4 GiB"));
 }
 
-Frame without_padding(Frame frame) {
-    if (frame.geometry().stride == frame.geometry().line()) return frame;
-    return frame.tightened();
-}
-
 }  // namespace
 
 void fill_picture(const Frame& frame, Kind kind, const Output& output, Progress* progress) {
@@ -132,8 +127,8 @@ void fill_picture(const Frame& frame, Kind kind, const Output& output, Progress*
     if (kind == Kind::tif && is_deep_colour(*g.format)) {
         check_tiff_limit(g, output);
         write_by_tool(output, [&](FILE* file) { write_tiff(frame, file); });
-    } else if (kind == Kind::tif || kind == Kind::raw) {
-        write_by_library(frame, kind, output);
+    } else if (kind == Kind::tif || kind == Kind::raw || video_format(kind) != nullptr) {
+        write_by_library(frame, kind == Kind::tif ? kind : Kind::raw, output);
     } else {
         write_by_tool(output, [&](FILE* file) {
             kind == Kind::png ? write_png(frame, file, progress) : write_pnm(frame, file);
@@ -151,10 +146,12 @@ void put_picture(Frame frame, Kind kind, const std::string& target, bool force,
     frame = without_padding(std::move(frame));
     Output output(target, force);
     write_picture(frame, kind, &output, progress);
-    const Geometry& g = frame.geometry();
     if (kind == Kind::raw)
-        note(text(target == "-" ? "stdout" : target, " holds ", g.width, "x", g.height, " ",
-                  g.format->name, " in lines of ", g.stride, " bytes"));
+        note(text(target == "-" ? "stdout" : target, " holds ", layout_text(frame.geometry())));
+}
+
+std::string layout_text(const Geometry& g) {
+    return text(g.width, "x", g.height, " ", g.format->name, " in lines of ", g.stride, " bytes");
 }
 
 void write_text(const std::string& words, const Output& output) {

@@ -42,7 +42,7 @@ bool write_all(const Writer& writer, FILE* file, const Geometry& g, PictureLines
     write_head(writer, file, g, *lines);
     for (uint32_t y = 0; y < g.height; ++y) {
         png_write_row(writer.png, lines->get(y));
-        progress->part(y, g.height);
+        if (progress != nullptr) progress->part(y, g.height);
     }
     png_write_end(writer.png, writer.info);
     return true;

@@ -8,8 +8,8 @@
 
 namespace trv::tool {
 
-// What the stream does not take, it remembers; the caller closes it. Throws Failure with
-// Exit::output.
+// `progress` may be null. What the stream does not take, it remembers; the caller closes it. Throws
+// Failure with Exit::output.
 void write_png(const Frame& frame, FILE* file, Progress* progress);
 
 }  // namespace trv::tool

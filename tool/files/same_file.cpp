@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
 
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
@@ -55,18 +54,28 @@ std::optional<FileId> id_of_output(const std::string& path) {
     return FileId{status.st_dev, status.st_ino, fs::path(path).filename().string()};
 }
 
+ReadFiles::ReadFiles(const std::vector<std::string>& inputs) {
+    for (const std::string& input : inputs)
+        if (const auto id = id_of(input, STDIN_FILENO)) files_.emplace(*id, input);
+}
+
+void ReadFiles::check(const std::string& output) const {
+    const auto id = id_of_output(output);
+    if (!id) return;
+    if (const auto input = files_.find(*id); input != files_.end())
+        refuse_input(output, input->second);
+}
+
 void check_files(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs,
                  bool force) {
-    std::map<FileId, std::string> read, written;
-    for (const std::string& input : inputs)
-        if (const auto id = id_of(input, STDIN_FILENO)) read.emplace(*id, input);
+    const ReadFiles read(inputs);
+    std::map<FileId, std::string> written;
     std::vector<std::string> all = outputs;
     if (std::find(all.begin(), all.end(), "-") == all.end()) all.emplace_back("-");
     for (const std::string& output : all) {
+        read.check(output);
         const auto id = id_of_output(output);
         if (!id) continue;
-        if (const auto input = read.find(*id); input != read.end())
-            refuse_input(output, input->second);
         if (const auto [other, is_new] = written.emplace(*id, output); !is_new)
             refuse_output(other->second, output);
     }

@@ -3,6 +3,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,17 @@ std::optional<FileId> id_of_output(const std::string& path);
 inline std::vector<std::string> as_list(const std::string& path) {
     return path.empty() ? std::vector<std::string>{} : std::vector<std::string>{path};
 }
+
+// Files that are read, and must not be written.
+class ReadFiles {
+  public:
+    explicit ReadFiles(const std::vector<std::string>& inputs);
+    // Throws Failure when the output is one of them.
+    void check(const std::string& output) const;
+
+  private:
+    std::map<FileId, std::string> files_;
+};
 
 // Throws Failure, before anything is done, when an output is an input or another output, or cannot
 // be put where it shall be. "-" is stdin or stdout; stdout counts as an output in any case.

@@ -55,6 +55,12 @@ int leave_open(thandle_t) {
     return 0;
 }
 
+Tiff tiff_by(FILE* file, const char* mode) {
+    hush();
+    return Tiff(TIFFClientOpen("output", mode, file, read_file, write_file, seek_file, leave_open,
+                               size_of_file, nullptr, nullptr));
+}
+
 struct Memory {
     const std::vector<uint8_t>* bytes;
     size_t at = 0;
@@ -98,9 +104,11 @@ int forget_memory(thandle_t handle) {
 }  // namespace
 
 Tiff tiff_to(FILE* file, bool high_byte_first) {
-    hush();
-    return Tiff(TIFFClientOpen("output", high_byte_first ? "wb" : "wl", file, read_file, write_file,
-                               seek_file, leave_open, size_of_file, nullptr, nullptr));
+    return tiff_by(file, high_byte_first ? "wb" : "wl");
+}
+
+Tiff big_tiff_to(FILE* file) {
+    return tiff_by(file, "wb8");
 }
 
 Tiff tiff_of(const std::vector<uint8_t>& bytes) {

@@ -27,6 +27,9 @@ inline constexpr uint64_t tiff_slack = 65536;
 // where libtiff refuses.
 Tiff tiff_to(FILE* file, bool high_byte_first);
 
+// The same for a BigTIFF, with the high byte first.
+Tiff big_tiff_to(FILE* file);
+
 // Of bytes that stay until the TIFF is closed. Null where they are none.
 Tiff tiff_of(const std::vector<uint8_t>& bytes);
 

@@ -6,6 +6,7 @@
 #include "tool/cli/catalogue.h"
 #include "tool/cli/text.h"
 #include "tool/cli/topics.h"
+#include "tool/files/kind.h"
 #include "tool/pages/options.h"
 
 namespace trv::tool::pages {
@@ -52,7 +53,7 @@ Words values_of(CLI::App* app, const CLI::Option* option) {
     if (type == "METHOD") return {"dup", "ave", "med", "gradient"};
     if (type == "INTERPOLATION") return {"dup", "ave", "bilinear", "median"};
     if (type == "FIELD") return {"odd", "even"};
-    if (type == "KIND") return {"png", "tif", "ppm", "pgm", "dng", "raw"};
+    if (type == "KIND") return kind_names();
     if (type == "GAINS") return {"off", "grey"};
     if (type == "CURVE") return {"none", "srgb", "gamma:2.2"};
     if (type == "TOPIC") return topic_words(app);

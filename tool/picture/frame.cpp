@@ -58,8 +58,10 @@ Geometry tight(const Format& format, uint32_t width, uint32_t height) {
     return {&format, width, height, static_cast<uint32_t>(line_bytes(format, width))};
 }
 
-Frame::Frame(const Geometry& geometry)
-    : geometry_(geometry), memory_(allocate(geometry)), buffer_(wrap(geometry, memory_.get())) {}
+Frame::Frame(const Geometry& geometry) : Frame(geometry, Memory(allocate(geometry))) {}
+
+Frame::Frame(const Geometry& geometry, Memory memory)
+    : geometry_(geometry), memory_(std::move(memory)), buffer_(wrap(geometry, memory_.get())) {}
 
 void Frame::set_bayer(uint32_t method, Phase phase) const {
     TBS_BufferParameterSet(handle(), TBL_PARAMETER_BAYER_METHOD, method);
@@ -71,6 +73,31 @@ Frame Frame::tightened() const {
     for (uint32_t y = 0; y < geometry_.height; ++y)
         std::memcpy(result.line(y), line(y), geometry_.line());
     return result;
+}
+
+Frame Frame::as(const Format& format) && {
+    Geometry g = geometry_;
+    g.format = &format;
+    return {g, std::move(memory_)};
+}
+
+trvil::Buffer Frame::view_as(const Format& format) const {
+    Geometry g = geometry_;
+    g.format = &format;
+    return wrap(g, memory_.get());
+}
+
+Frame in_memory_of(std::optional<Frame> used, const Geometry& g) {
+    if (!used || used->geometry().stride != g.stride || used->geometry().height != g.height ||
+        used->geometry().bytes() < g.bytes())
+        return Frame(g);
+    if (used->geometry().format == g.format) return std::move(*used);
+    return std::move(*used).as(*g.format);
+}
+
+Frame without_padding(Frame frame) {
+    if (frame.geometry().stride == frame.geometry().line()) return frame;
+    return frame.tightened();
 }
 
 Geometry bytes_of(const Geometry& dump) {

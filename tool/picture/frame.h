@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "image/format/format.h"
@@ -42,15 +43,30 @@ class Frame {
     // The same picture without padding between lines.
     Frame tightened() const;
 
+    // The same memory for pixels of another format, whose lines are as far apart.
+    Frame as(const Format& format) &&;
+
+    // The same bytes as pixels of another format, for as long as the frame is there.
+    trvil::Buffer view_as(const Format& format) const;
+
   private:
     struct Free {
         void operator()(void* memory) const { std::free(memory); }
     };
 
+    using Memory = std::unique_ptr<uint8_t[], Free>;
+    Frame(const Geometry& geometry, Memory memory);
+
     Geometry geometry_;
-    std::unique_ptr<uint8_t[], Free> memory_;
+    Memory memory_;
     trvil::Buffer buffer_;
 };
+
+// A frame of this geometry in the memory of `used`, where that fits, and else in new memory.
+Frame in_memory_of(std::optional<Frame> used, const Geometry& geometry);
+
+// The same without padding between lines, itself where it has none.
+Frame without_padding(Frame frame);
 
 // What the bytes of a dump are read into: as they are, or where it is packed, a picture of bytes.
 Geometry bytes_of(const Geometry& dump);
