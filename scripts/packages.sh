@@ -6,6 +6,7 @@ test_packages=(libgtest-dev git python3 python3-numpy python3-pytest clang-forma
     pkg-config libopencv-imgproc-dev dpkg-dev fakeroot lintian file     # packages
     dcraw libimage-exiftool-perl libraw-bin                             # DNG files
     libaravis-dev                                                       # cameras
+    libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-{good,bad} gstreamer1.0-tools # GStreamer
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
 # What the preset aarch64 takes.
