@@ -27,11 +27,6 @@ TRV_INLINE V rounded_down(V mean, V rounding) {
     return mean - (rounding & splat<V>(1));
 }
 
-// Even bytes of the first, odd bytes of the second.
-TRV_INLINE U8 alternate(U8 first, U8 second) {
-    return select(as<U8>(splat<U16>(0xFF)), first, second);
-}
-
 // Bits from bit `first` of even words on, and from bit `second` of odd ones: 1 to 16. A shift per
 // lane is a multiplication here.
 struct EightBits {

@@ -57,6 +57,13 @@ constexpr Form form_of(const Packing& p) {
     return masked ? Form::masked : moved ? Form::moved : split ? Form::split : Form::two;
 }
 
+// The lower byte of a window that needs none may be any: the group's first lets both windows of a
+// sample come from one load.
+constexpr Window from_first_byte(Window w) {
+    if (w.low == zero) w.low = 0;
+    return w;
+}
+
 // What each form takes of sample k: its window, and the factor that moves bits into place.
 template <size_t P>
 struct Whole {
@@ -68,7 +75,9 @@ struct Whole {
 template <size_t P>
 struct Upper {
     static constexpr unsigned bits = packings[P].bits;
-    static constexpr Window at(unsigned k) { return window(packings[P], k, bits - 8, bits); }
+    static constexpr Window at(unsigned k) {
+        return from_first_byte(window(packings[P], k, bits - 8, bits));
+    }
     static constexpr int factor(unsigned k) { return 1 << (8 - at(k).bottom); }
 };
 
@@ -76,7 +85,9 @@ struct Upper {
 template <size_t P>
 struct Lower {
     static constexpr int bits = packings[P].bits - 8;
-    static constexpr Window at(unsigned k) { return window(packings[P], k, 0, bits); }
+    static constexpr Window at(unsigned k) {
+        return from_first_byte(window(packings[P], k, 0, bits));
+    }
     static constexpr int factor(unsigned k) { return 1 << (16 - (at(k).bottom + bits - 8)); }
 };
 
@@ -139,8 +150,12 @@ TRV_INLINE U16 moved(U16 v) {
 }
 
 // Upper byte of a word from one vector, lower byte from another.
-TRV_INLINE U16 bytes_of(U16 upper, U16 lower) {
-    return as<U16>(select(as<U8>(splat<U16>(0xFF00)), as<U8>(upper), as<U8>(lower)));
+template <typename V>
+TRV_INLINE U16 bytes_of(V upper, V lower) {
+    if constexpr (has_three_way_logic)
+        return as<U16>(select(as<U8>(splat<U16>(0xFF00)), as<U8>(upper), as<U8>(lower)));
+    else
+        return as<U16>(alternate(as<U8>(lower), as<U8>(upper)));
 }
 
 template <size_t P, int First, int Room>
@@ -176,13 +191,19 @@ TRV_INLINE U16 pixels_of(const uint8_t* source) {
     }
 }
 
-// Two vectors of pixels, or where groups do not fill vectors, as few groups as fill one; the last
-// vector overlaps the one before it then.
+// Groups that do not fill vectors are long: what is left of one at the end of a line is no loop's
+// work either.
+template <size_t P>
+constexpr bool is_long = vector_words % packings[P].group != 0;
+
+// Two vectors of pixels. Of long groups sixteen, which fill vectors but for the last one of the
+// widest; that one overlaps the one before it. The lowest level, which others leave narrow pictures
+// to, takes as few groups as fill a vector.
 template <size_t P>
 struct Block {
     static constexpr int group = packings[P].group;
     static constexpr int fewest = (vector_words + group - 1) / group * group;
-    static constexpr int pixels = vector_words % group == 0 ? 2 * vector_words : fewest;
+    static constexpr int pixels = !is_long<P> ? 2 * vector_words : is_lowest ? fewest : 16 * group;
     static constexpr int bytes = pixels / group * packings[P].bytes;
     static constexpr int vectors = (pixels + vector_words - 1) / vector_words;
 
@@ -210,13 +231,79 @@ TRV_SHARED void make_blocks(const uint8_t* from, uint8_t* to, size_t count) {
     }
 }
 
+// Vectors at any place of a long group, as far as one lies within it: shuffle orders, of bytes as
+// they follow `byte`, factors, and where bytes end that they need.
+template <size_t P>
+struct Places {
+    static constexpr size_t count = packings[P].group - vector_words + 1;
+    static_assert(form_of(packings[P]) == Form::moved);
+
+    consteval Places() {
+        for (size_t place = 0; place < count; ++place) {
+            const auto first = static_cast<unsigned>(place);
+            const int low = Whole<P>::at(first).low;
+            byte[place] = static_cast<uint8_t>(low);
+            end[place] = static_cast<uint8_t>(Whole<P>::at(first + vector_words - 1).high + 1);
+            for (unsigned k = 0; k < vector_words; ++k) {
+                const Window w = Whole<P>::at(first + k);
+                order[place].v[2 * k] = static_cast<uint8_t>(w.low - low);
+                order[place].v[2 * k + 1] = static_cast<uint8_t>(w.high - low);
+                factor[place].v[k] = static_cast<uint16_t>(Whole<P>::factor(first + k));
+            }
+        }
+    }
+
+    Lanes<uint8_t, sizeof(U8)> order[count];
+    Lanes<uint16_t, vector_words> factor[count];
+    uint8_t byte[count], end[count];
+};
+
+// So many pixels at least of a long group need as many bytes as a vector has.
+template <size_t P>
+constexpr uint32_t fewest_of_group() {
+    uint32_t pixels = vector_words;
+    while (raw::bytes_up_to(packings[P], 0, pixels) < sizeof(U8)) ++pixels;
+    return pixels;
+}
+
+// The first pixels of a long group, `fewest_of_group` or more: vectors, the last of which overlaps
+// the one before it, and reads from before its own bytes where the pixels end.
+template <size_t P>
+TRV_SHARED void unpack_part(const raw::Line& line) {
+    static constexpr Places<P> places;
+    const size_t last = line.width - vector_words, end = places.end[last];
+    for (size_t place = 0;; place = place + vector_words < last ? place + vector_words : last) {
+        const size_t latest = end - sizeof(U8), wanted = places.byte[place];
+        const size_t from = wanted < latest ? wanted : latest;
+        const U8 order = lanes<U8>(places.order[place]) + splat<U8>(wanted - from);
+        const U16 v = as<U16>(shuffle(load<U8>(line.source + from), order));
+        store(line.destination + place * raw::pixel_bytes,
+              v * lanes<U16>(places.factor[place]) >> (16 - packings[P].bits));
+        if (place == last) return;
+    }
+}
+
+// Fewer pixels than a block, or what is left behind the last whole group.
+template <size_t P>
+TRV_INLINE void unpack_rest(const raw::Line& line) {
+    if constexpr (is_long<P> && is_lowest) {
+        if (line.width < packings[P].group && line.width >= fewest_of_group<P>())
+            return unpack_part<P>(line);
+    }
+    constexpr bool is_lower_of_use = is_long<P> && !is_lowest;
+    (is_lower_of_use ? fallback::unpack_rows : scalar::unpack_rows).row[P](line);
+}
+
 // A line that begins with a group: blocks, the last of which overlaps the one before it, then what
 // is left behind the last whole group.
 template <size_t P>
 TRV_INLINE void unpack_groups(const raw::Line& line) {
     constexpr uint32_t pixels = Block<P>::pixels, group = packings[P].group;
     constexpr size_t bytes = packings[P].bytes;
-    if (line.width < pixels) return fallback::unpack_rows.row[P](line);
+    if (line.width < pixels) {
+        if constexpr (is_lowest) return unpack_rest<P>(line);
+        return fallback::unpack_rows.row[P](line);
+    }
     const size_t last = (line.width - pixels) / group * group, done = last + pixels;
     make_blocks<P>(line.source, line.destination, (last + pixels - 1) / pixels);
     make_blocks<P>(line.source + last / group * bytes, line.destination + last * raw::pixel_bytes,
@@ -226,7 +313,7 @@ TRV_INLINE void unpack_groups(const raw::Line& line) {
     rest.source += done / group * bytes;
     rest.destination += done * raw::pixel_bytes;
     rest.width -= static_cast<uint32_t>(done);
-    scalar::unpack_rows.row[P](rest);
+    unpack_rest<P>(rest);
 }
 
 template <size_t P>

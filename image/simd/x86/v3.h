@@ -73,6 +73,11 @@ TRV_INLINE V between(V, V, const uint8_t* at) {
     return keep_in_register(load<V>(at));
 }
 
+// Even bytes of the first, odd bytes of the second.
+TRV_INLINE U8 alternate(U8 first, U8 second) {
+    return as<U8>(_mm256_blendv_epi8(reg(first), reg(second), _mm256_set1_epi16(-256)));
+}
+
 // Even words of the first, odd words of the second.
 TRV_INLINE U16 alternate(U16 first, U16 second) {
     return as<U16>(_mm256_blend_epi16(reg(first), reg(second), 0xAA));
