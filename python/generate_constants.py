@@ -30,13 +30,16 @@ def main(include, version, library_folder):
     folder = Path(include) / "trvil"
     prefix = re.search(r"define TBL_FORMAT\(name\) \(UINT32_C\((0x\w+)\)", (folder / "tbl.h").read_text())
     print('"""Numbers of the C headers. Made by generate_constants.py; not to be edited."""')
+    print("from typing import Optional, Tuple")
+    print()
     print(f"VERSION = {version!r}")
     print(f"LIBRARY_FOLDER = {library_folder!r}")
     print(f"FORMAT_PREFIX = {prefix.group(1)}")
     for name, value in numbers(folder):
         print(f"{name} = {value:#x}")
     print("# name, code, bits stored, significant bits, family, pixels of a group, phase, bit order, fields")
-    print("FORMATS = (")
+    print("FORMATS: Tuple[Tuple[str, int, int, int, str, int, Optional[str], str, Tuple[Tuple[str, int, int], ...]],"
+          " ...] = (")
     for row in formats(folder):
         print(f"    {row!r},")
     print(")")

@@ -5,8 +5,8 @@ demosaicing, frames from fields, TIFF and raw files, by the trvil image library.
     picture = trvil.convert(mosaic, "BAY12", "BGR24", phase="RGGB", method="ave")
 
 formats maps the names of the 74 pixel formats to their descriptions, packings those of what cameras
-send beyond them: convert() and unpack() take both. find_name() reads the names that other systems have. Arrays go in and out without a
-copy; each function says where it cannot help one. Errors of the library are trvil.Error, with its
+send beyond them: convert() and unpack() take both. find_name() reads the names that other systems
+have. Arrays go in and out without a copy; each function says where it cannot help one. Errors of the library are trvil.Error, with its
 status (trvil.STATUS_...) and explanation; arguments that make no sense are TypeError or ValueError.
 
 Threads: every function may run on any thread beside any other. The library works without the
@@ -17,6 +17,8 @@ The libraries are looked for in the folder that the environment variable TRVIL_L
 nowhere else when it is set; then beside this module and where they were installed together; then by
 the system loader.
 """
+from __future__ import annotations
+
 from . import _constants
 from ._buffer import Buffer, wrap
 from ._convert import convert, demosaic, explain, unpack

@@ -1,47 +1,62 @@
 """Arrays as the library's pictures: what is accepted, and where a copy has to be made."""
+from __future__ import annotations
+
 from dataclasses import dataclass
+from typing import Any, Optional
 
 import numpy as np
 
 from ._formats import Format
+from ._packings import Packing
+from ._types import Array, Layout, Readable, Writable
 
 
 @dataclass(frozen=True)
 class Picture:
     """An array that the library can read as a picture of a format."""
 
-    array: np.ndarray
-    format: Format  # or a Packing, which has what this module asks of it
+    array: Array
+    format: Layout
+    samples: Format  # what the pixels are, once a packing is unpacked
     width: int
     height: int
     stride: int  # bytes from line to line
 
     @property
-    def line(self):
+    def packing(self) -> int:
+        """TRW_PACKING_..., or 0 for a pixel format."""
+        return self.format.code if isinstance(self.format, Packing) else 0
+
+    def copied(self) -> Picture:
+        """The same in memory of its own."""
+        return picture(self.array.copy(), self.format, self.width, samples=self.samples)
+
+    @property
+    def line(self) -> int:
         return self.format.line_bytes(self.width)
 
     @property
-    def padded(self):
+    def padded(self) -> bool:
         return self.stride != self.line
 
     @property
-    def address(self):
-        return self.array.__array_interface__["data"][0]
+    def address(self) -> int:
+        return int(self.array.ctypes.data)
 
     @property
-    def size(self):
+    def size(self) -> int:
         """Bytes from the first pixel to the last."""
         return self.stride * (self.height - 1) + self.line
 
 
-def _describe(format):
+def _describe(format: Layout) -> str:
     axes = {True: "(height, bytes of a line)", False: "(height, width)"}[format.packed]
     if format.channels is not None:
         axes = f"(height, width, {format.channels})"
     return f"{format.name} is an array {axes} of {format.dtype}"
 
 
-def _from_dlpack(thing, name):
+def _from_dlpack(thing: Any, name: str) -> Array:
     try:
         array = np.from_dlpack(thing)
     except (BufferError, RuntimeError, TypeError, ValueError) as problem:
@@ -50,7 +65,7 @@ def _from_dlpack(thing, name):
     return array.view(f"u{array.itemsize}") if array.dtype.kind == "i" else array
 
 
-def as_array(thing, name="array"):
+def as_array(thing: Any, name: str = "array") -> Array:
     """The memory of an array, of an object with __dlpack__ or of a buffer, as an array; TypeError for others."""
     if isinstance(thing, np.ndarray):
         return thing
@@ -63,7 +78,7 @@ def as_array(thing, name="array"):
                         "buffer such as bytes, memoryview, array and mmap") from problem
 
 
-def _in_lines(array, format, width, name):
+def _in_lines(array: Array, format: Layout, width: Optional[int], name: str) -> Array:
     """Memory of one dimension: lines of so many pixels without padding."""
     if array.ndim != 1 or width is None:
         return array
@@ -75,7 +90,7 @@ def _in_lines(array, format, width, name):
     return array.view(np.uint8).view(format.dtype).reshape(format.shape(array.nbytes // line, width))
 
 
-def _check_kind(array, format, name):
+def _check_kind(array: Array, format: Layout, name: str) -> None:
     if array.dtype != format.dtype:
         raise ValueError(f"{name} is of {array.dtype}; {_describe(format)}. Use astype, or another format")
     channels = array.shape[2] if array.ndim == 3 else None
@@ -86,7 +101,7 @@ def _check_kind(array, format, name):
         raise ValueError(f"{name} has the shape {array.shape}; a picture has at least one pixel")
 
 
-def _check_pixels(array, name):
+def _check_pixels(array: Array, name: str) -> None:
     """Pixels of a line must follow each other; NumPy leaves strides of single elements undefined."""
     wanted = array.itemsize
     for axis in range(array.ndim - 1, 0, -1):
@@ -97,7 +112,7 @@ def _check_pixels(array, name):
         wanted *= array.shape[axis]
 
 
-def _row_stride(array, line, name):
+def _row_stride(array: Array, line: int, name: str) -> int:
     if array.shape[0] == 1:
         return line
     stride = array.strides[0]
@@ -108,7 +123,7 @@ def _row_stride(array, line, name):
     return stride
 
 
-def _width_of(array, format, width, name):
+def _width_of(array: Array, format: Layout, width: Optional[int], name: str) -> int:
     if not format.packed:
         if width is not None and width != array.shape[1]:
             raise ValueError(f"{name} is {array.shape[1]} pixels wide, not {width}")
@@ -121,18 +136,24 @@ def _width_of(array, format, width, name):
     return width
 
 
-def picture(array, format, width=None, name="array"):
+def samples_of(layout: Layout) -> Format:
+    """What a packing is unpacked to, or the format itself."""
+    return layout.format if isinstance(layout, Packing) else layout
+
+
+def picture(array: Readable, format: Layout, width: Optional[int] = None, name: str = "array", *,
+            samples: Optional[Format] = None) -> Picture:
     """The array, or what as_array() takes, as a picture, without a copy; ValueError or TypeError says why it is
-    none."""
+    none. `samples` is what a packing is unpacked to, where that is not its own format."""
     array = _in_lines(as_array(array, name), format, width, name)
     _check_kind(array, format, name)
     _check_pixels(array, name)
     width = _width_of(array, format, width, name)
     stride = _row_stride(array, format.line_bytes(width), name)
-    return Picture(array, format, width, array.shape[0], stride)
+    return Picture(array, format, samples or samples_of(format), width, array.shape[0], stride)
 
 
-def output(out, format, height, width):
+def output(out: Optional[Writable], format: Format, height: int, width: int) -> Picture:
     """`out` as the picture to be written, or a new one of zeros. Room for the rest of a packed
     group lies behind every new one."""
     shape = format.shape(height, width)
@@ -149,10 +170,10 @@ def output(out, format, height, width):
     return picture(out, format, width, "out")
 
 
-def with_room(source, room):
+def with_room(source: Picture, room: int) -> Picture:
     """A copy of a picture with so many zero bytes behind each line, as an array of bytes."""
     line = source.line
     memory = np.zeros((source.height, line + room), np.uint8)
     lines = np.ascontiguousarray(source.array).view(np.uint8).reshape(source.height, -1)
     memory[:, :line] = lines[:, :line]
-    return Picture(memory, source.format, source.width, source.height, line + room)
+    return Picture(memory, source.format, source.samples, source.width, source.height, line + room)

@@ -1,31 +1,37 @@
 """Handles: the names by which the libraries know pictures in memory."""
+from __future__ import annotations
+
 import ctypes
 import itertools
 import weakref
+from typing import Any, Dict, Optional, Tuple
 
 from . import _constants as c
-from ._arrays import picture
-from ._formats import format_named, format_of, formats, method_value, phase_value
+from ._arrays import Picture, picture
+from ._formats import Format, by_code, format_named, formats, method_value, phase_value
 from ._library import RELEASE, Error, buffers
 from ._packings import packing_named
+from ._types import Array, FormatName, Layout, PackingName, Readable
 
 # What a handle's memory belongs to, until the handle's last owner lets go of it: that may be C code
 # that retained it, so the array is not the Buffer's alone to keep.
-_owned = {}
+_owned: Dict[int, Array] = {}
 _tokens = itertools.count(1)
 
 
-@RELEASE
-def _let_go(token, _memory):
+def _forget(token: int, _memory: int) -> None:
     _owned.pop(token, None)
 
 
-def _check(status, what):
+_let_go = RELEASE(_forget)
+
+
+def _check(status: int, what: str) -> None:
     if status != c.TRV_STATUS_OK:
         raise Error(status, f"{what}: the buffer library answered status {status}")
 
 
-def _release(handle):
+def _release(handle: int) -> None:
     buffers.TBS_BufferRelease(ctypes.byref(ctypes.c_uint64(handle)))
 
 
@@ -42,43 +48,43 @@ class Buffer:
     Error (status 8). After a fork, parent and child have a Buffer each.
     """
 
-    def __init__(self, handle):
+    def __init__(self, handle: int) -> None:
         self._handle = handle
         self._finalizer = weakref.finalize(self, _release, handle)
 
     @property
-    def handle(self):
+    def handle(self) -> int:
         """The 64-bit handle. ValueError when the buffer was closed."""
         if not self._finalizer.alive:
             raise ValueError("the buffer is closed; wrap the array again")
         return self._handle
 
-    def _read(self, parameter):
+    def _read(self, parameter: int) -> int:
         value = ctypes.c_uint32()
         _check(buffers.TBL_BufferParameterGet(self.handle, parameter, ctypes.byref(value)), "cannot read a buffer")
         return value.value
 
     @property
-    def width(self):
+    def width(self) -> int:
         """Pixels per line."""
         return self._read(c.TBL_PARAMETER_WIDTH)
 
     @property
-    def height(self):
+    def height(self) -> int:
         """Lines."""
         return self._read(c.TBL_PARAMETER_HEIGHT)
 
     @property
-    def stride(self):
+    def stride(self) -> int:
         """Bytes from the start of a line to the start of the next."""
         return self._read(c.TBL_PARAMETER_STRIDE)
 
     @property
-    def format(self):
+    def format(self) -> Format:
         """The Format of its pixels."""
-        return format_of(self._read(c.TBL_PARAMETER_FORMAT))
+        return by_code[self._read(c.TBL_PARAMETER_FORMAT)]
 
-    def view(self, x, y, width, height):
+    def view(self, x: int, y: int, width: int, height: int) -> Buffer:
         """A Buffer of a rectangle of this one, without a copy.
 
         Bayer phase and packing offset move along. ValueError when the rectangle leaves the picture
@@ -94,35 +100,35 @@ class Buffer:
         _check(status, "cannot make a view")
         return Buffer(handle.value)
 
-    def close(self):
+    def close(self) -> None:
         """Gives the handle back. May be called again."""
         self._finalizer()
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         raise TypeError("a Buffer is neither copied nor pickled: its handle has one owner, in this process")
 
-    def __enter__(self):
+    def __enter__(self) -> Buffer:
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
 
-def _handle_format(source, samples):
+def _handle_format(source: Picture) -> Format:
     """What a handle says of its pixels: of a packing's, it says whether they are a mosaic."""
-    if samples is None:
-        return source.format
-    return formats["BAY8" if samples.family == "bayer" else "Mono8"]
+    if source.packing == 0:
+        return source.samples
+    return formats["BAY8" if source.samples.family == "bayer" else "Mono8"]
 
 
-def wrap_picture(source, phase=None, method="ave", samples=None):
-    """A Buffer of a checked picture; `samples` is the Format that a packed one is unpacked to."""
+def wrap_picture(source: Picture, phase: Optional[str] = None, method: str = "ave") -> Buffer:
+    """A Buffer of a checked picture."""
     settings = ((c.TBL_PARAMETER_BAYER_METHOD, method_value(method)),
-                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, samples or source.format)))
+                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, source.samples)))
     handle, token = ctypes.c_uint64(), next(_tokens)
     _owned[token] = source.array
     status = buffers.TBS_BufferWrap(
-        ctypes.byref(handle), source.width, source.height, _handle_format(source, samples).code, source.address, source.size,
+        ctypes.byref(handle), source.width, source.height, _handle_format(source).code, source.address, source.size,
         source.stride, _let_go, token)
     if status != c.TRV_STATUS_OK:
         _owned.pop(token)
@@ -133,7 +139,8 @@ def wrap_picture(source, phase=None, method="ave", samples=None):
     return result
 
 
-def wrap(array, format, *, packing=None, phase=None, method="ave", width=None):
+def wrap(array: Readable, format: FormatName, *, packing: Optional[PackingName] = None, phase: Optional[str] = None,
+         method: str = "ave", width: Optional[int] = None) -> Buffer:
     """A Buffer around an array, without a copy.
 
     array: as convert() takes it; it may be read-only as long as nothing writes through the handle
@@ -148,6 +155,5 @@ def wrap(array, format, *, packing=None, phase=None, method="ave", width=None):
     described = format_named(format)
     if method == "gradient":
         raise ValueError("a handle knows the methods dup, ave and med; gradient is a setting of TRW_Convert")
-    if packing is None:
-        return wrap_picture(picture(array, described, width), phase, method)
-    return wrap_picture(picture(array, packing_named(packing), width), phase, method, described)
+    layout: Layout = described if packing is None else packing_named(packing)
+    return wrap_picture(picture(array, layout, width, samples=described), phase, method)

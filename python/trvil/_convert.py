@@ -1,64 +1,71 @@
 """Conversions between pixel formats."""
+from __future__ import annotations
+
+from typing import Optional, Tuple
+
 import numpy as np
 
 from . import _library
-from ._arrays import as_array, output, picture, with_room
-from ._buffer import wrap_picture
-from ._formats import format_named, formats, method_value, phase_value
+from ._arrays import Picture, as_array, output, picture, with_room
+from ._buffer import Buffer, wrap_picture
+from ._formats import Format, format_named, formats, method_value, phase_value
 from ._packings import packing_named
+from ._pool import Pool, hold
+from ._types import Array, FormatName, Layout, PackingName, Readable, Writable
 
 _BITS = 8, 10, 12, 14, 16  # of a mosaic's samples
 _BITS_OF = {"uint8": _BITS[:1], "uint16": _BITS[1:]}
 
 
-def _demosaics(source, to):
+def _demosaics(source: Format, to: Format) -> bool:
     return source.family == "bayer" and to.family != "bayer"
 
 
-def _unpacks(source, to):
+def _unpacks(source: Format, to: Format) -> bool:
     """Whether whole groups are read and written, what the width is notwithstanding."""
     return source.packed and source.name != "Mono12MP" and to.stored == 16
 
 
-def _group_rest(source, to):
-    return -source.width % source.format.group if _unpacks(source.format, to) else 0
+def _group_rest(source: Picture, to: Format) -> int:
+    return -source.width % source.samples.group if _unpacks(source.samples, to) else 0
 
 
-def _with_sample_behind(source):
+def _with_sample_behind(source: Picture) -> Picture:
     """The last pixel of an odd line is made of the sample behind it, so one of the right colour is
     put there: the nearest is two back."""
-    sample = source.format.stored // 8
+    sample = source.samples.stored // 8
     result = with_room(source, sample)
     line = source.line
     result.array[:, line:] = result.array[:, line - 2 * sample:line - sample]
     return result
 
 
-def _with_pixel_behind(source):
+def _with_pixel_behind(source: Picture) -> Picture:
     result = with_room(source, 4)
     result.array[:, source.line:] = result.array[:, source.line - 4:source.line]
     return result
 
 
-def _looks_behind(source, samples, to, method):
-    return _demosaics(samples, to) and method in ("ave", "med") and source.width % 2 != 0
+def _looks_behind(source: Picture, to: Format, method: str) -> bool:
+    return _demosaics(source.samples, to) and method in ("ave", "med") and source.width % 2 != 0
 
 
-def _unpacked(source, samples, out=None):
-    if source.format is samples:  # a packed format
+def _unpacked(source: Picture, out: Optional[Writable] = None) -> Picture:
+    samples = source.samples
+    if source.packing == 0:  # a packed format
         words = formats[f"BAY{samples.significant}_{samples.phase}"]
         return picture(convert(source.array, samples, words, width=source.width), words)
     target = output(out, samples, source.height, source.width)
     if out is not None and np.may_share_memory(source.array, target.array):
-        source = picture(source.array.copy(), source.format, source.width)
-    with wrap_picture(source, samples=samples) as one, wrap_picture(target) as other:
-        _library.unpack(one.handle, source.format.code, other.handle)
+        source = source.copied()
+    with wrap_picture(source) as one, wrap_picture(target) as other:
+        _library.unpack(one.handle, source.packing, other.handle)
     return target
 
 
-def _safe_source(source, to, method):
+def _safe_source(source: Picture, to: Format, method: str) -> Picture:
     """The source, or a copy of it where the library reads behind a line."""
-    if _looks_behind(source, source.format, to, method):
+    if _looks_behind(source, to, method):
         return _with_sample_behind(source)
     if source.format.name == "RGB30" and to.name == "RGB48":
         return _with_pixel_behind(source)
@@ -66,38 +73,40 @@ def _safe_source(source, to, method):
     return with_room(source, 8) if rest else source
 
 
-def _needs_own_output(source, target):
+def _needs_own_output(source: Picture, target: Picture) -> bool:
     """Whether the library would touch bytes of `out` that are not its pixels, or read what it wrote."""
     block = source.format.name == target.format.name and source.padded and source.stride == target.stride
-    return block or _group_rest(source, target.format) != 0 or np.may_share_memory(source.array, target.array)
+    return block or _group_rest(source, target.samples) != 0 or np.may_share_memory(source.array, target.array)
 
 
-def _run(source, samples, target, phase, method, pool):
-    packing = 0 if source.format is samples else source.format.code
-    settings = _library.record(_library.Settings, format=samples.code if packing else 0)
+def _run(source: Picture, target: Picture, phase: Optional[str], method: str, pool: Optional[Pool]) -> None:
+    samples = source.samples
+    settings = _library.record(_library.Settings, format=samples.code if source.packing else 0)
     if samples.family == "bayer":
         settings.method, settings.phase = method_value(method), phase_value(phase, samples)
-    held = pool and pool._hold()
-    with wrap_picture(source, samples=samples if packing else None) as one, wrap_picture(target) as other:
-        _library.convert(one.handle, packing, other.handle, settings, held and held.address)
+    threads = hold(pool)
+    with wrap_picture(source) as one, wrap_picture(target) as other:
+        _library.convert(one.handle, source.packing, other.handle, settings, threads.address)
 
 
-def _check_mosaic(source, samples, to, phase):
-    if phase is not None and samples.family != "bayer":
-        raise ValueError(f"phase={phase!r} makes no sense with {samples.name}, which is not a mosaic")
-    if _demosaics(samples, to) and (source.width < 2 or source.height < 2):
+def _check_mosaic(source: Picture, to: Format, phase: Optional[str]) -> None:
+    if phase is not None and source.samples.family != "bayer":
+        raise ValueError(f"phase={phase!r} makes no sense with {source.samples.name}, which is not a mosaic")
+    if _demosaics(source.samples, to) and (source.width < 2 or source.height < 2):
         raise ValueError(f"a mosaic has at least 2 x 2 pixels, not {source.width} x {source.height}: "
                          "one block of it holds one red, one blue and two green samples")
 
 
-def _convert_packed(given, samples, target, phase, method, pool):
+def _convert_packed(given: Picture, target: Picture, phase: Optional[str], method: str, pool: Optional[Pool]) -> Array:
     if np.may_share_memory(given.array, target.array):
-        given = picture(given.array.copy(), given.format, given.width)
-    _run(given, samples, target, phase, method, pool)
+        given = given.copied()
+    _run(given, target, phase, method, pool)
     return target.array
 
 
-def convert(array, source, to, *, packing=None, phase=None, method="ave", width=None, out=None, pool=None):
+def convert(array: Readable, source: FormatName, to: FormatName, *, packing: Optional[PackingName] = None,
+            phase: Optional[str] = None, method: str = "ave", width: Optional[int] = None,
+            out: Optional[Writable] = None, pool: Optional[Pool] = None) -> Array:
     """The picture of `array` in another pixel format.
 
     array: numpy.ndarray of the shape and dtype of the source format, formats[source].shape(height,
@@ -138,28 +147,28 @@ def convert(array, source, to, *, packing=None, phase=None, method="ave", width=
 
     Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
     """
-    samples, to = format_named(source), format_named(to)
-    given = picture(array, samples if packing is None else packing_named(packing), width)
-    target = output(out, to, given.height, given.width)
-    _check_mosaic(given, samples, to, phase)
-    strips = packing is not None or (samples.packed and _demosaics(samples, to))
-    if strips and not _looks_behind(given, samples, to, method):
-        return _convert_packed(given, samples, target, phase, method, pool)
-    if strips:
-        given = _unpacked(given, samples)
-        samples = given.format
-    safe = _safe_source(given, to, method)
+    samples, becomes = format_named(source), format_named(to)
+    layout: Layout = samples if packing is None else packing_named(packing)
+    given = picture(array, layout, width, samples=samples)
+    target = output(out, becomes, given.height, given.width)
+    _check_mosaic(given, becomes, phase)
+    if given.packing or (samples.packed and _demosaics(samples, becomes)):
+        if not _looks_behind(given, becomes, method):
+            return _convert_packed(given, target, phase, method, pool)
+        given = _unpacked(given)
+    safe = _safe_source(given, becomes, method)
     if out is None or not _needs_own_output(given, target):
-        _run(safe, samples, target, phase, method, pool)
+        _run(safe, target, phase, method, pool)
         return target.array
-    own = output(None, to, given.height, given.width)
+    own = output(None, becomes, given.height, given.width)
     own.array[...] = target.array  # pad bytes keep their values
-    _run(safe, samples, own, phase, method, pool)
+    _run(safe, own, phase, method, pool)
     target.array[...] = own.array
     return target.array
 
 
-def unpack(array, packing, *, width=None, out=None):
+def unpack(array: Readable, packing: PackingName, *, width: Optional[int] = None,
+           out: Optional[Writable] = None) -> Array:
     """The samples of a picture as a camera sends it.
 
     array: (height, bytes of a line) of uint8, read without a copy; lines may be apart. They begin
@@ -175,11 +184,12 @@ def unpack(array, packing, *, width=None, out=None):
     Raises TypeError or ValueError for arrays and names that make no sense. `out` is unchanged then.
     Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
     """
-    given = picture(array, packing_named(packing), width)
-    return _unpacked(given, given.format.format, out).array
+    return _unpacked(picture(array, packing_named(packing), width), out).array
 
 
-def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", width=None, out=None, pool=None):
+def demosaic(array: Readable, phase: Optional[str] = "RGGB", *, bits: Optional[int] = None, to: FormatName = "BGR24",
+             method: str = "ave", width: Optional[int] = None, out: Optional[Writable] = None,
+             pool: Optional[Pool] = None) -> Array:
     """The colour picture of a mosaic.
 
     array: (height, width) of uint8, or of uint16 with `bits` significant bits in each sample
@@ -201,7 +211,8 @@ def demosaic(array, phase="RGGB", *, bits=None, to="BGR24", method="ave", width=
     return convert(given, f"BAY{bits}", to, phase=phase, method=method, width=width, out=out, pool=pool)
 
 
-def explain(source, destination, *, packing=None, pool=None):
+def explain(source: Buffer, destination: Buffer, *, packing: Optional[PackingName] = None,
+            pool: Optional[Pool] = None) -> Tuple[int, str]:
     """What the library says of converting one Buffer into another: (status, text).
 
     packing, pool: as for convert(); the source is wrapped with the same packing
@@ -213,6 +224,6 @@ def explain(source, destination, *, packing=None, pool=None):
     if packing is None and pool is None:
         return _library.explain(source.handle, destination.handle)
     code = 0 if packing is None else packing_named(packing).code
-    held = pool and pool._hold()
+    threads = hold(pool)
     return _library.explain_convert(source.handle, code, destination.handle, _library.record(_library.Settings),
-                                    held and held.address)
+                                    threads.address)

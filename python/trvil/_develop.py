@@ -1,7 +1,10 @@
 """Developing: from a sensor's samples to the picture that they stand for."""
+from __future__ import annotations
+
 import ctypes
 import threading
 import weakref
+from typing import Any, Optional, Tuple
 
 import numpy as np
 
@@ -9,36 +12,39 @@ from . import _constants as c
 from . import _library
 from ._arrays import Picture, output, picture
 from ._buffer import wrap_picture
-from ._formats import format_named, formats, method_value, phase_letter, phase_value
+from ._formats import Format, format_named, formats, method_value, phase_letter, phase_value
 from ._library import Error, raw
-from ._packings import packing_named
+from ._packings import Packing, packing_named
+from ._pool import Pool, hold
 from ._settings import Settings
+from ._types import Array, FormatName, Layout, PackingName, Readable, Writable
 
 _CURVES = {"none": c.TRW_CURVE_NONE, "srgb": c.TRW_CURVE_SRGB, "gamma": c.TRW_CURVE_GAMMA}
 _MOST_PREPARED = 8  # kinds of pictures that settings remember
 _lock = threading.Lock()
+_Kind = Tuple[str, str, Tuple[int, int], int]
 
 
-def _destroy(address):
+def _destroy(address: Optional[int]) -> None:
     raw.TRW_RecipeDestroy(ctypes.byref(ctypes.c_void_p(address)))
 
 
 class _Prepared:
     """A recipe of the library, which ends when nobody uses it any more."""
 
-    def __init__(self, address):
+    def __init__(self, address: Optional[int]) -> None:
         self.address = address
         weakref.finalize(self, _destroy, address).atexit = False
 
 
-def _check_depth(array, name, samples):
+def _check_depth(array: Optional[Array], name: str, samples: Format) -> None:
     most = (1 << samples.significant) - 1
     if array is not None and array.size and array.max() > most:
         raise ValueError(f"the samples of {name} go up to {array.max()}, those of {samples.name} to {most}; they have to "
                          "count as the source's do")
 
 
-def _black(settings, samples):
+def _black(settings: Settings, samples: Format) -> Tuple[int, ...]:
     """The black level of each site; the mean of the dark picture where nothing else is said."""
     if settings.black is not None:
         return settings.black
@@ -50,7 +56,7 @@ def _black(settings, samples):
     return tuple(levels * 4)[:4]
 
 
-def _record(settings, samples, packed):
+def _record(settings: Settings, samples: Format, packed: bool) -> _library.DevelopSettings:
     """TRW_DevelopSettings but for what it points to."""
     kind, _, gamma = settings.curve.partition(":")
     record = _library.record(
@@ -65,15 +71,15 @@ def _record(settings, samples, packed):
     return record
 
 
-def _like(layout, width, height):
+def _like(layout: Layout, samples: Format, width: int, height: int) -> Picture:
     """A picture whose memory nobody looks at."""
     array = np.zeros(layout.line_bytes(width) * height, np.uint8)
-    return Picture(array, layout, width, height, layout.line_bytes(width))
+    return Picture(array, layout, samples, width, height, layout.line_bytes(width))
 
 
-def _prepare(settings, samples, layout, width, height, phase):
-    packed = layout is not samples
-    record = _record(settings, samples, packed)
+def _prepare(settings: Settings, samples: Format, layout: Layout, width: int, height: int, phase: int) -> _Prepared:
+    like = _like(layout, samples, width, height)
+    record = _record(settings, samples, like.packing != 0)
     if samples.family == "bayer":
         record.method, record.phase = method_value(settings.method or "ave"), phase
     held = []  # what the record points to lives until the recipe is made
@@ -86,14 +92,14 @@ def _prepare(settings, samples, layout, width, height, phase):
     if settings.defects is not None and len(settings.defects):
         record.defects, record.defect_count = settings.defects.ctypes.data, len(settings.defects)
     address, why = ctypes.c_void_p(), ctypes.c_char_p()
-    with wrap_picture(_like(layout, width, height), samples=samples if packed else None) as source:
-        status = raw.TRW_RecipeCreate(ctypes.byref(address), source.handle, layout.code if packed else 0,
+    with wrap_picture(like) as source:
+        status = raw.TRW_RecipeCreate(ctypes.byref(address), source.handle, like.packing,
                                       ctypes.byref(record), ctypes.byref(why))
     for buffer in held:
         buffer.close()
     if status != c.TRV_STATUS_OK:
         raise Error(status, f"status {status}: {width} x {height} pixels of {samples.name} are not developed by "
-                            f"{settings!r}\nwhy: {why.value.decode('ascii')}\nnext: change the settings, or check that "
+                            f"{settings!r}\nwhy: {(why.value or b'').decode('ascii')}\nnext: change the settings, or check that "
                             "they belong to these pictures")
     return _Prepared(address.value)
 
@@ -118,7 +124,8 @@ class Recipe:
     Threads: any number may use a Recipe at the same time.
     """
 
-    def __init__(self, settings, source, width, height, *, packing=None, phase=None):
+    def __init__(self, settings: Settings, source: FormatName, width: int, height: int, *,
+                 packing: Optional[PackingName] = None, phase: Optional[str] = None) -> None:
         if not isinstance(settings, Settings):
             raise TypeError(f"settings are trvil.Settings, not {type(settings).__name__}; "
                             "Settings.from_dict() and Settings.read() make them")
@@ -128,14 +135,14 @@ class Recipe:
         if phase is not None and samples.family != "bayer":
             raise ValueError(f"phase={phase!r} makes no sense with {samples.name}, which is not a mosaic")
         self._settings, self._samples, self._size = settings, samples, (int(width), int(height))
-        self._layout = samples if packing is None else packing_named(packing)
+        self._layout: Layout = samples if packing is None else packing_named(packing)
         self._phase = phase_value(phase, samples) if samples.family == "bayer" else 0
         self._prepared = self._take_prepared()
 
-    def _take_prepared(self):
+    def _take_prepared(self) -> _Prepared:
         kinds, kind = self._settings._prepared, self._kind()
         with _lock:
-            prepared = kinds.pop(kind, None)
+            prepared: Optional[_Prepared] = kinds.pop(kind, None)
             if prepared is not None:
                 kinds[kind] = prepared  # the last one used stays longest
                 return prepared
@@ -146,56 +153,56 @@ class Recipe:
                 del kinds[next(iter(kinds))]
         return prepared
 
-    def _kind(self):
+    def _kind(self) -> _Kind:
         return self._samples.name, self._layout.name, self._size, self._phase
 
     @property
-    def settings(self):
+    def settings(self) -> Settings:
         """The Settings."""
         return self._settings
 
     @property
-    def source(self):
+    def source(self) -> Format:
         """The Format of the samples."""
         return self._samples
 
     @property
-    def packing(self):
+    def packing(self) -> Optional[Packing]:
         """The Packing that they come in; None for the format's own."""
-        return None if self._layout is self._samples else self._layout
+        return self._layout if isinstance(self._layout, Packing) else None
 
     @property
-    def phase(self):
+    def phase(self) -> Optional[str]:
         """ "A" (RGGB) to "D" of a mosaic, else None."""
         return phase_letter(self._phase)
 
     @property
-    def width(self):
+    def width(self) -> int:
         """Pixels of a line."""
         return self._size[0]
 
     @property
-    def height(self):
+    def height(self) -> int:
         """Lines."""
         return self._size[1]
 
-    def develop(self, array, to=None, *, out=None, pool=None):
+    def develop(self, array: Readable, to: Optional[FormatName] = None, *, out: Optional[Writable] = None,
+                pool: Optional[Pool] = None) -> Array:
         """A picture by this recipe; arguments, result and errors as of trvil.develop()."""
         to = format_named(to or ("RGB48" if self._samples.family == "bayer" else "Mono16"))
-        given = picture(array, self._layout, self.width if self._layout.packed else None)
+        given = picture(array, self._layout, self.width if self._layout.packed else None, samples=self._samples)
         if (given.width, given.height) != self._size:
             raise ValueError(f"the recipe is for {self.width} x {self.height} pixels, not {given.width} x {given.height}")
         target = output(out, to, given.height, given.width)
         if out is not None and np.may_share_memory(given.array, target.array):
-            given = picture(np.array(given.array), self._layout, given.width)
-        held = pool and pool._hold()
-        with wrap_picture(given, samples=self._samples if self.packing else None) as one, \
-             wrap_picture(target) as other:
-            status = raw.TRW_Develop(one.handle, other.handle, self._prepared.address, held and held.address)
+            given = given.copied()
+        threads = hold(pool)
+        with wrap_picture(given) as one, wrap_picture(target) as other:
+            status = raw.TRW_Develop(one.handle, other.handle, self._prepared.address, threads.address)
         self._check(status, to)
         return target.array
 
-    def _check(self, status, to):
+    def _check(self, status: int, to: Format) -> None:
         if status == c.TRV_STATUS_OK:
             return
         _library.check_memory(status)
@@ -204,28 +211,32 @@ class Recipe:
         raise Error(status, f"status {status}: {self._samples.name} is not developed to {to.name}\n"
                             f"why: {ways}, and to what the library converts these to\nnext: choose another target")
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         return _recipe_again, (self._settings, self._samples.name, self._size, self.packing and self.packing.name,
                                self.phase)
 
-    def __eq__(self, other):
-        return (self._kind() == other._kind() and self._settings == other._settings if isinstance(other, Recipe)
-                else NotImplemented)
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Recipe):
+            return NotImplemented
+        return self._kind() == other._kind() and self._settings == other._settings
 
-    def __hash__(self):
+    def __hash__(self) -> int:
         return hash((self._kind(), self._settings))
 
-    def __repr__(self):
+    def __repr__(self) -> str:
         kind = "".join(f", {name}={value!r}" for name, value in (("packing", self.packing and self.packing.name),
                                                                  ("phase", self.phase)) if value is not None)
         return f"Recipe({self._settings!r}, {self._samples.name!r}, {self.width}, {self.height}{kind})"
 
 
-def _recipe_again(settings, source, size, packing, phase):
+def _recipe_again(settings: Settings, source: str, size: Tuple[int, int], packing: Optional[str],
+                  phase: Optional[str]) -> Recipe:
     return Recipe(settings, source, *size, packing=packing, phase=phase)
 
 
-def develop(array, source, settings, to=None, *, packing=None, phase=None, width=None, out=None, pool=None):
+def develop(array: Readable, source: FormatName, settings: Settings, to: Optional[FormatName] = None, *,
+            packing: Optional[PackingName] = None, phase: Optional[str] = None, width: Optional[int] = None,
+            out: Optional[Writable] = None, pool: Optional[Pool] = None) -> Array:
     """The picture that a sensor's samples stand for.
 
     array: as convert() takes it, packed or not
@@ -251,7 +262,7 @@ def develop(array, source, settings, to=None, *, packing=None, phase=None, width
 
     Threads: other Python threads run during the call. Nobody may write `array` or `out` meanwhile.
     """
-    layout = format_named(source) if packing is None else packing_named(packing)
+    layout: Layout = format_named(source) if packing is None else packing_named(packing)
     given = picture(array, layout, width)
     recipe = Recipe(settings, source, given.width, given.height, packing=packing, phase=phase)
     return recipe.develop(array, to, out=out, pool=pool)

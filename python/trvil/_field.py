@@ -1,18 +1,23 @@
 """Frames from fields."""
+from __future__ import annotations
+
+from typing import Optional
+
 import numpy as np
 
 from . import _constants as c
-from ._arrays import output, picture
+from ._arrays import Picture, output, picture
 from ._buffer import wrap_picture
 from ._formats import format_named
 from ._library import Error, image
+from ._types import Array, FormatName, Readable, Writable
 
 _METHODS = {"dup": c.TIL_FIELD_LINE_DUP, "ave": c.TIL_FIELD_LINE_AVE,
             "bilinear": c.TIL_FIELD_BILINEAR, "median": c.TIL_FIELD_MEDIAN}
 _FLAGS = {"odd": 0, "even": 1}
 
 
-def _check(field, method, lines):
+def _check(field: Picture, method: str, lines: str) -> None:
     if method not in _METHODS:
         raise ValueError(f"no method is called {method!r}; use dup, ave, bilinear or median")
     if lines not in _FLAGS:
@@ -21,7 +26,7 @@ def _check(field, method, lines):
         raise ValueError(f"{method} takes its neighbours from lines of at least two pixels; use dup or ave")
 
 
-def _run(field, frame, method, lines):
+def _run(field: Picture, frame: Picture, method: str, lines: str) -> None:
     with wrap_picture(field) as one, wrap_picture(frame) as other:
         status = image.TIL_FieldToFrame(one.handle, other.handle, _METHODS[method], _FLAGS[lines])
     if status != c.TRV_STATUS_OK:
@@ -30,7 +35,8 @@ def _run(field, frame, method, lines):
                     "next: use dup or ave, or convert the field first")
 
 
-def field_to_frame(array, format, *, method="ave", field="odd", width=None, out=None):
+def field_to_frame(array: Readable, format: FormatName, *, method: str = "ave", field: str = "odd",
+                   width: Optional[int] = None, out: Optional[Writable] = None) -> Array:
     """The frame of twice as many lines that one field of an interlaced picture makes.
 
     array: the field, as convert() takes it. A field that is every second line of a frame, frame[1::2],

@@ -1,4 +1,6 @@
 """Picture files."""
+from __future__ import annotations
+
 import ctypes
 import errno
 import os
@@ -6,21 +8,23 @@ import secrets
 import shutil
 import stat
 from contextlib import suppress
+from typing import BinaryIO, Optional, Tuple
 
 import numpy as np
 
 from . import _constants as c
-from ._arrays import picture
+from ._arrays import Picture, picture
 from ._buffer import wrap_picture
 from ._formats import format_named
 from ._library import Error, image
+from ._types import FormatName, Path, Readable
 
 # Bytes in front of the pixels of a TIFF file.
 _TIFF_HEADS = {"Mono8": 186, "Mono16": 186, "BGR24": 204, "RGB24": 204}
 _NO_ROOM = (errno.ENOSPC, errno.EDQUOT, errno.EFBIG, errno.EIO)
 
 
-def _kind_of(path, kind):
+def _kind_of(path: Path, kind: Optional[str]) -> str:
     if kind is None:
         kind = {".tif": "tiff", ".tiff": "tiff", ".raw": "raw"}.get(os.path.splitext(os.fsdecode(path))[1].lower())
     if kind not in ("tiff", "raw"):
@@ -29,13 +33,13 @@ def _kind_of(path, kind):
     return kind
 
 
-def _tight(given):
+def _tight(given: Picture) -> Picture:
     """Files hold what lies between lines too, which is nobody's."""
     lines = given.array[:, :given.line] if given.format.packed else given.array
     return picture(np.ascontiguousarray(lines), given.format, given.width)
 
 
-def _replaced(path):
+def _replaced(path: Path) -> Tuple[str, Optional[int]]:
     """The file that a write to `path` replaces or makes, links followed, and its permissions or None.
 
     stat() refuses the links of others in folders that all may write to, where the kernel protects
@@ -50,12 +54,12 @@ def _replaced(path):
     return os.path.realpath(os.fsdecode(path)), mode if mode is None else mode & 0o777
 
 
-def _not_whole(path, status, why):
+def _not_whole(path: Path, status: int, why: str) -> Error:
     return Error(status, f"status {status}: {os.fsdecode(path)} was not written whole\n"
                          f"why: {why}\nnext: look at the free space, quotas and limits")
 
 
-def _encode(source, kind, path, content):
+def _encode(source: Picture, kind: str, path: Path, content: BinaryIO) -> None:
     """Lets the library write the file into `content`, which lies in memory: by a name that nobody
     can put a link at, and where its size shows whether the library wrote all of it."""
     name = f"/proc/self/fd/{content.fileno()}"
@@ -72,12 +76,12 @@ def _encode(source, kind, path, content):
                          "the limit of file sizes or of memory, or a picture of 4 GiB or more")
 
 
-def _store(content, place, mode):
+def _store(content: BinaryIO, place: str, mode: Optional[int]) -> None:
     """Puts the file at its place: whole, or not at all."""
     folder = os.open(os.path.dirname(place), os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
     part = f".trvil-{secrets.token_hex(16)}.part"
 
-    def create(name, flags):
+    def create(name: str, flags: int) -> int:
         return os.open(name, flags, 0o666 if mode is None else 0o600, dir_fd=folder)
 
     try:
@@ -96,7 +100,8 @@ def _store(content, place, mode):
         os.close(folder)
 
 
-def write(array, path, format, *, kind=None, width=None):
+def write(array: Readable, path: Path, format: FormatName, *, kind: Optional[str] = None,
+          width: Optional[int] = None) -> None:
     """Writes a picture to a file, replacing what was there.
 
     array, format, width: as for convert()

@@ -1,11 +1,14 @@
 """The pixel formats, and the arrays that hold them."""
+from __future__ import annotations
+
 from dataclasses import dataclass
 from types import MappingProxyType
-from typing import Optional, Tuple
+from typing import Iterator, Optional, Tuple
 
 import numpy as np
 
 from . import _constants as c
+from ._types import FormatName, Words
 
 
 @dataclass(frozen=True)
@@ -35,12 +38,12 @@ class Format:
     fields: Tuple[Tuple[str, int, int], ...]
 
     @property
-    def packed(self):
+    def packed(self) -> bool:
         """Whether pixels share bytes. Arrays of such formats are bytes, not pixels."""
         return self.stored % 8 != 0
 
     @property
-    def channels(self):
+    def channels(self) -> Optional[int]:
         """Length of the array's third axis, or None when it has two axes."""
         if self.packed or self.family == "word":
             return None
@@ -48,21 +51,21 @@ class Format:
         return self.stored // sample if self.stored > sample else None
 
     @property
-    def dtype(self):
+    def dtype(self) -> Words:
         """numpy.dtype of the array: uint8, uint16 or uint32."""
         if self.packed:
             return np.dtype(np.uint8)
         return np.dtype(f"u{self.stored // 8 // (self.channels or 1)}")
 
-    def line_bytes(self, width):
+    def line_bytes(self, width: int) -> int:
         """Bytes of a line of so many pixels."""
         return (width * self.stored + 7) // 8
 
-    def most_pixels(self, size):
+    def most_pixels(self, size: int) -> int:
         """Pixels of a line that has so many bytes."""
         return size * 8 // self.stored
 
-    def shape(self, height, width):
+    def shape(self, height: int, width: int) -> Tuple[int, ...]:
         """Shape of the array of a picture: (height, width), (height, width, channels), or of a
         packed format (height, bytes of a line)."""
         if self.packed:
@@ -70,21 +73,21 @@ class Format:
         return (height, width) if self.channels is None else (height, width, self.channels)
 
 
-def _read_formats():
-    for name, code, *facts in c.FORMATS:
-        yield name, Format(name, c.FORMAT_PREFIX + code, *facts)
+def _read_formats() -> Iterator[Tuple[str, Format]]:
+    for name, code, stored, significant, family, group, phase, order, channels in c.FORMATS:
+        yield name, Format(name, c.FORMAT_PREFIX + code, stored, significant, family, group, phase, order, channels)
 
 
 formats = MappingProxyType(dict(_read_formats()))
-_by_code = {format.code: format for format in formats.values()}
+by_code = {format.code: format for format in formats.values()}
 
 
-def format_of(code):
+def format_of(code: int) -> Optional[Format]:
     """The Format of a code; None for 0."""
-    return _by_code.get(code)
+    return by_code.get(code)
 
 
-def format_named(name):
+def format_named(name: FormatName) -> Format:
     """The format of that name, or the format itself. ValueError tells near names."""
     if isinstance(name, Format):
         return name
@@ -96,26 +99,28 @@ def format_named(name):
 
 
 _PHASES = {"RGGB": "A", "GRBG": "B", "GBRG": "C", "BGGR": "D"}
+_PHASE_VALUES = {"A": c.TBL_BAYER_PHASE_A, "B": c.TBL_BAYER_PHASE_B, "C": c.TBL_BAYER_PHASE_C,
+                 "D": c.TBL_BAYER_PHASE_D}
 
 
-def phase_value(phase, of):
+def phase_value(phase: Optional[str], of: Format) -> int:
     """Parameter 10 for "RGGB" or "A" and so on; None is what the format's name says, else A."""
     letter = of.phase or "A" if phase is None else _PHASES.get(str(phase).upper(), str(phase).upper())
-    if letter not in _PHASES.values():
+    if letter not in _PHASE_VALUES:
         raise ValueError(f"no Bayer phase is called {phase!r}; use RGGB, GRBG, GBRG, BGGR or A to D")
-    return getattr(c, f"TBL_BAYER_PHASE_{letter}")
+    return _PHASE_VALUES[letter]
 
 
-def phase_letter(value):
+def phase_letter(value: int) -> Optional[str]:
     """ "A" to "D" for parameter 10; None for 0."""
-    return next((letter for letter in "ABCD" if getattr(c, f"TBL_BAYER_PHASE_{letter}") == value), None)
+    return next((letter for letter, known in _PHASE_VALUES.items() if known == value), None)
 
 
 _METHODS = {"dup": c.TBL_BAYER_METHOD_DUP, "ave": c.TBL_BAYER_METHOD_AVE, "med": c.TBL_BAYER_METHOD_MED,
             "gradient": c.TRW_METHOD_GRADIENT}
 
 
-def method_value(method):
+def method_value(method: str) -> int:
     """The number of a demosaic method."""
     if method not in _METHODS:
         raise ValueError(f"no demosaic method is called {method!r}; use {', '.join(_METHODS)}")

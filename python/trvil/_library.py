@@ -1,7 +1,10 @@
 """The libraries: where they are found, the calls that are used of them, and how they fail."""
+from __future__ import annotations
+
 import ctypes
 import os
 from pathlib import Path
+from typing import Any, Callable, Dict, List, Mapping, Optional, Sequence, Tuple, Type, TypeVar
 
 from . import _constants as c
 
@@ -14,11 +17,11 @@ RELEASE = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_void_p)
 _u32, _u64, _text = ctypes.c_uint32, ctypes.c_uint64, ctypes.c_char_p
 _handle_out = ctypes.POINTER(ctypes.c_uint64)
 
-_IMAGE_CALLS = {
+_IMAGE_CALLS: Dict[str, Sequence[Any]] = {
     "TIL_FieldToFrame": [_u64, _u64, _u32, _u32],
     "TIL_FileWrite": [_u64, _text, _u32],
 }
-_BUFFER_CALLS = {
+_BUFFER_CALLS: Dict[str, Sequence[Any]] = {
     "TBS_BufferWrap": [_handle_out, _u32, _u32, _u32, ctypes.c_void_p, _u64, _u32, RELEASE, ctypes.c_void_p],
     "TBS_BufferView": [_handle_out, _u64, _u32, _u32, _u32, _u32],
     "TBS_BufferParameterSet": [_u64, _u32, _u64],
@@ -58,7 +61,10 @@ class Route(ctypes.Structure):
                 ("remark", _text), ("why", _text)]
 
 
-def record(kind, **values):
+_Record = TypeVar("_Record", bound=ctypes.Structure)
+
+
+def record(kind: Type[_Record], **values: Any) -> _Record:
     """A record of the raw library that says its size."""
     return kind(size=ctypes.sizeof(kind), **values)
 
@@ -66,7 +72,7 @@ def record(kind, **values):
 _pool, _recipe = ctypes.c_void_p, ctypes.c_void_p
 _settings, _reading = ctypes.POINTER(Settings), ctypes.POINTER(Reading)
 
-_RAW_CALLS = {
+_RAW_CALLS: Dict[str, Sequence[Any]] = {
     "TRW_Convert": [_u64, _u32, _u64, _settings, _pool],
     "TRW_Develop": [_u64, _u64, _recipe, _pool],
     "TRW_Explain": [_u64, _u32, _u64, _text, _u64],
@@ -93,16 +99,16 @@ class Error(Exception):
     explanation: what happened, why, and what to do about it, as lines of text
     """
 
-    def __init__(self, status, explanation):
+    def __init__(self, status: int, explanation: str) -> None:
         super().__init__(explanation)
         self.status = status
         self.explanation = explanation
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         return type(self), (self.status, self.explanation)
 
 
-def _folders():
+def _folders() -> List[Path]:
     """Where the libraries may be, most wanted first."""
     if "TRVIL_LIBRARY_DIR" in os.environ:
         return [Path(os.environ["TRVIL_LIBRARY_DIR"])]
@@ -110,7 +116,7 @@ def _folders():
     return [here, (here / c.LIBRARY_FOLDER).resolve()]
 
 
-def _path_of(name):
+def _path_of(name: str) -> str:
     for folder in _folders():
         if (folder / name).exists():
             return str(folder / name)
@@ -119,7 +125,7 @@ def _path_of(name):
     return name  # the system loader looks
 
 
-def _load(path, calls):
+def _load(path: str, calls: Mapping[str, Sequence[Any]]) -> ctypes.CDLL:
     library = ctypes.CDLL(path, use_errno=True)
     for call, arguments in calls.items():
         function = getattr(library, call)
@@ -127,7 +133,7 @@ def _load(path, calls):
     return library
 
 
-def _load_all():
+def _load_all() -> Tuple[ctypes.CDLL, ctypes.CDLL, ctypes.CDLL]:
     try:
         # The image library brings its buffer library along; by its bare name that very one is found,
         # and only its buffers are known to the image library.
@@ -144,41 +150,42 @@ def _load_all():
 image, buffers, raw = _load_all()
 
 
-def _explained(call, *arguments):
+def _explained(call: Callable[..., int], *arguments: Any) -> Tuple[int, str]:
     text = ctypes.create_string_buffer(c.TRW_EXPLAIN_BYTES)
     status = call(*arguments, text, len(text))
     return status, text.value.decode("ascii")
 
 
-def explain(source, destination, packing=0):
+def explain(source: int, destination: int, packing: int = 0) -> Tuple[int, str]:
     """Status and text of TRW_Explain for two handles: of TIL_Convert, or for a packing TRW_Unpack."""
     return _explained(raw.TRW_Explain, source, packing, destination)
 
 
-def explain_convert(source, packing, destination, settings, pool):
+def explain_convert(source: int, packing: int, destination: int, settings: Settings,
+                    pool: Optional[int]) -> Tuple[int, str]:
     """Status and text of TRW_ExplainConvert for two handles, a Settings and the address of a pool."""
     return _explained(raw.TRW_ExplainConvert, source, packing, destination, ctypes.byref(settings), pool)
 
 
-def check_memory(status):
+def check_memory(status: int) -> None:
     """Raises Error where there was no memory for the lines between."""
     if status == c.TRV_STATUS_MEMORY:
         raise Error(status, f"status {status}: no memory for the lines between\nwhy: the system gave none\n"
                             "next: end other programs, or convert narrower pictures")
 
 
-def _check(status, explained):
+def _check(status: int, explained: Callable[[], Tuple[int, str]]) -> None:
     check_memory(status)
     if status != c.TRV_STATUS_OK:
         raise Error(status, explained()[1])
 
 
-def unpack(source, packing, destination):
+def unpack(source: int, packing: int, destination: int) -> None:
     """TRW_Unpack of two handles; raises Error."""
     _check(raw.TRW_Unpack(source, packing, destination), lambda: explain(source, destination, packing))
 
 
-def convert(source, packing, destination, settings, pool):
+def convert(source: int, packing: int, destination: int, settings: Settings, pool: Optional[int]) -> None:
     """TRW_Convert of two handles, a Settings and the address of a pool; raises Error."""
     _check(raw.TRW_Convert(source, packing, destination, ctypes.byref(settings), pool),
            lambda: explain_convert(source, packing, destination, settings, pool))

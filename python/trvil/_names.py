@@ -1,14 +1,17 @@
 """What other systems call pixels, and by which conversions formats become others."""
+from __future__ import annotations
+
 import ctypes
 from dataclasses import dataclass
-from typing import Optional, Tuple
+from typing import Any, Callable, Iterator, Optional, Tuple
 
 from . import _constants as c
-from ._formats import Format, format_named, format_of, method_value, phase_letter, phase_value
+from ._formats import Format, by_code, format_named, format_of, method_value, phase_letter, phase_value
 from ._library import Reading as _Reading
 from ._library import Route as _Route
 from ._library import raw, record
 from ._packings import Packing, packing_named, packing_of
+from ._types import FormatName, PackingName
 
 _SYSTEMS = {"pfnc": c.TRW_SYSTEM_PFNC, "v4l2": c.TRW_SYSTEM_V4L2, "gst": c.TRW_SYSTEM_GST,
             "ros": c.TRW_SYSTEM_ROS, "opencv": c.TRW_SYSTEM_OPENCV}
@@ -55,24 +58,24 @@ class Route:
     why: Optional[str]
 
 
-def _text(value):
+def _text(value: Optional[bytes]) -> Optional[str]:
     return None if value is None else value.decode("ascii")
 
 
-def _reading(call, *arguments):
+def _reading(call: Callable[..., int], *arguments: Any) -> Reading:
     r = record(_Reading)
     call(*arguments, ctypes.byref(r))
     return Reading(_text(r.name), _text(r.system_name), r.code or None, format_of(r.format),
                    packing_of(r.packing), phase_letter(r.phase), _text(r.why))
 
 
-def _system(name):
+def _system(name: str) -> int:
     if name not in _SYSTEMS:
         raise ValueError(f"no system is called {name!r}; use {', '.join(_SYSTEMS)}")
     return _SYSTEMS[name]
 
 
-def find_name(name):
+def find_name(name: str) -> Reading:
     """What a name of another system says of pixels, as a Reading.
 
     name: such as "BayerRG12p", "v4l2:pRAA" or "gst:bggr16le"; the system and a colon may stand in front.
@@ -84,7 +87,7 @@ def find_name(name):
     return _reading(raw.TRW_FindName, name.replace("\0", "?").encode("utf-8", "replace"))
 
 
-def find_code(system, code):
+def find_code(system: str, code: int) -> Reading:
     """What a number of a system says of pixels, as a Reading: a PFNC value, or a fourcc of V4L2.
 
     system: "pfnc" or "v4l2"; the others have no numbers
@@ -97,7 +100,8 @@ def find_code(system, code):
     return _reading(raw.TRW_FindCode, _system(system), code)
 
 
-def name_of(system, format, *, packing=None, phase=None):
+def name_of(system: str, format: FormatName, *, packing: Optional[PackingName] = None,
+            phase: Optional[str] = None) -> Reading:
     """What a system calls pixels, as a Reading; its `why` is set where it has no name for them.
 
     system: "pfnc", "v4l2", "gst", "ros" or "opencv"
@@ -112,7 +116,7 @@ def name_of(system, format, *, packing=None, phase=None):
                     phase_value(phase, described) if mosaic else 0)
 
 
-def names():
+def names() -> Iterator[Reading]:
     """All names of other systems, those included that nothing here reads, as Readings."""
     index, r = 0, record(_Reading)
     while raw.TRW_NameAt(index, ctypes.byref(r)) == c.TRV_STATUS_OK:
@@ -120,7 +124,8 @@ def names():
         index += 1
 
 
-def plan_route(source, to, *, method=None, phase=None):
+def plan_route(source: FormatName, to: FormatName, *, method: Optional[str] = None,
+               phase: Optional[str] = None) -> Route:
     """How a format becomes another by at most three conversions, as a Route.
 
     source, to: names of formats, or Formats
@@ -134,6 +139,6 @@ def plan_route(source, to, *, method=None, phase=None):
     route = record(_Route)
     raw.TRW_PlanRoute(first.code, last.code, 0 if method is None else method_value(method),
                       0 if phase is None else phase_value(phase, first), ctypes.byref(route))
-    passed = tuple(format_of(code) for code in route.format if code)
+    passed = tuple(by_code[code] for code in route.format if code)
     methods = tuple(name for name, bit in _METHODS.items() if route.direct & bit)
     return Route(passed, methods, _text(route.remark), _text(route.why))

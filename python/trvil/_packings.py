@@ -1,13 +1,17 @@
 """The packings that cameras send, beyond the pixel formats."""
+from __future__ import annotations
+
 import ctypes
 from dataclasses import dataclass
 from types import MappingProxyType
+from typing import Iterator, Optional, Tuple
 
 import numpy as np
 
 from . import _constants as c
 from . import _library
-from ._formats import Format, format_of
+from ._formats import Format, by_code
+from ._types import PackingName
 
 
 @dataclass(frozen=True)
@@ -31,15 +35,18 @@ class Packing:
 
     packed, channels, dtype = True, None, np.dtype(np.uint8)  # as a Format has them
 
-    def line_bytes(self, width):
+    def line_bytes(self, width: int) -> int:
         """Bytes of a line of so many pixels, up to the last one that has a bit of a sample."""
-        return _info(self.code, width).line_bytes
+        info = _info(self.code, width)
+        if info is None:
+            raise ValueError(f"{width} is no width")
+        return int(info.line_bytes)
 
-    def shape(self, height, width):
+    def shape(self, height: int, width: int) -> Tuple[int, int]:
         """Shape of the array of a picture: (height, bytes of a line)."""
         return height, self.line_bytes(width)
 
-    def most_pixels(self, size):
+    def most_pixels(self, size: int) -> int:
         """Pixels of a line that has so many bytes."""
         width = size // self.group_bytes * self.group
         while self.line_bytes(width + 1) <= size:
@@ -47,17 +54,17 @@ class Packing:
         return width
 
 
-def _info(code, width=0):
+def _info(code: int, width: int = 0) -> Optional[_library.PackingInfo]:
     info = _library.record(_library.PackingInfo)
     status = _library.raw.TRW_PackingInfoGet(code, 0, width, ctypes.byref(info))
     return info if status == c.TRV_STATUS_OK else None
 
 
-def _read_packings():
+def _read_packings() -> Iterator[Tuple[str, Packing]]:
     code = 1
     while (info := _info(code)) is not None:
         name = info.name.decode("ascii")
-        yield name, Packing(name, code, info.bits, info.group_pixels, info.group_bytes, format_of(info.format))
+        yield name, Packing(name, code, info.bits, info.group_pixels, info.group_bytes, by_code[info.format])
         code += 1
 
 
@@ -65,12 +72,12 @@ packings = MappingProxyType(dict(_read_packings()))
 _by_code = {packing.code: packing for packing in packings.values()}
 
 
-def packing_of(code):
+def packing_of(code: int) -> Optional[Packing]:
     """The Packing of a code; None for 0."""
     return _by_code.get(code)
 
 
-def packing_named(name):
+def packing_named(name: PackingName) -> Packing:
     """The packing of that name, or the packing itself."""
     if isinstance(name, Packing):
         return name

@@ -1,19 +1,24 @@
 """Threads that share a picture."""
+from __future__ import annotations
+
 import ctypes
 import weakref
+from typing import Any, Optional, Tuple
 
 from . import _constants as c
 from ._library import Error, raw
 
 
-def _destroy(address):
+def _destroy(address: Optional[int]) -> None:
     raw.TRW_PoolDestroy(ctypes.byref(ctypes.c_void_p(address)))
 
 
 class _Threads:
-    """A pool of the library, which ends when nobody uses it any more."""
+    """A pool of the library, which ends when nobody uses it any more; of none, the calling thread."""
 
-    def __init__(self, count):
+    address: Optional[int] = None
+
+    def start(self, count: int) -> None:
         address = ctypes.c_void_p()
         status = raw.TRW_PoolCreate(ctypes.byref(address), count)
         if status != c.TRV_STATUS_OK:
@@ -21,6 +26,9 @@ class _Threads:
                                 "or has no memory\nnext: make a smaller one, or end other programs")
         self.address = address.value
         weakref.finalize(self, _destroy, self.address).atexit = False
+
+
+_NONE = _Threads()
 
 
 class Pool:
@@ -40,34 +48,40 @@ class Pool:
     memory or starts no more threads.
     """
 
-    def __init__(self, threads=0):
+    def __init__(self, threads: int = 0) -> None:
         if not isinstance(threads, int) or not 0 <= threads <= 1024:
             raise ValueError(f"a pool has 1 to 1024 threads, or 0 for one per processor, not {threads!r}")
-        self._threads = _Threads(threads)
-
-    def _hold(self):
-        """What a call must hold on to while it uses the pool. ValueError when it was closed."""
-        threads = self._threads
-        if threads is None:
-            raise ValueError("the pool is closed; make another one")
-        return threads
+        self._threads: Optional[_Threads] = _Threads()
+        self._threads.start(threads)
 
     @property
-    def threads(self):
+    def threads(self) -> int:
         """How many threads work on a picture, the calling one included."""
-        count, held = ctypes.c_uint32(), self._hold()
+        count, held = ctypes.c_uint32(), hold(self)
         raw.TRW_PoolThreadsGet(held.address, ctypes.byref(count))
         return count.value
 
-    def close(self):
+    def close(self) -> None:
         """Ends the threads. May be called again."""
         self._threads = None
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         raise TypeError("a Pool is neither copied nor pickled: its threads belong to this process")
 
-    def __enter__(self):
+    def __enter__(self) -> Pool:
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
+
+
+def hold(pool: Optional[Pool]) -> _Threads:
+    """What a call must hold on to while it uses a pool, or none. ValueError when it was closed."""
+    if pool is None:
+        return _NONE
+    if not isinstance(pool, Pool):
+        raise TypeError(f"pool is a {type(pool).__name__}; give a trvil.Pool, or None")
+    threads = pool._threads
+    if threads is None:
+        raise ValueError("the pool is closed; make another one")
+    return threads

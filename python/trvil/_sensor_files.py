@@ -1,24 +1,28 @@
 """Files that describe a sensor: grey pictures or dumps, lists of defects, matrices."""
+from __future__ import annotations
+
 import os
 import struct
+from typing import Any, Dict, List, Optional, Tuple
 
 import numpy as np
 
 from ._convert import convert, unpack
 from ._formats import format_named, formats
 from ._packings import packing_named
+from ._types import Array, FormatName, Layout, PackingName, Path
 
 # Tags of a TIFF file, and what a grey picture without compression has there.
 _WIDTH, _HEIGHT, _BITS, _COMPRESSION, _KIND, _OFFSETS, _SAMPLES, _COUNTS = 256, 257, 258, 259, 262, 273, 277, 279
 _TYPES = {1: "B", 3: "H", 4: "I"}
 
 
-def _text_of(path):
+def _text_of(path: Path) -> List[str]:
     with open(path, encoding="utf-8", errors="replace") as file:
         return [line.split("#")[0] for line in file]
 
 
-def _tiff_tags(content, order):
+def _tiff_tags(content: bytes, order: str) -> Dict[int, Tuple[Any, ...]]:
     start, = struct.unpack_from(order + "I", content, 4)
     count, = struct.unpack_from(order + "H", content, start)
     tags = {}
@@ -31,7 +35,7 @@ def _tiff_tags(content, order):
     return tags
 
 
-def _tiff(content):
+def _tiff(content: bytes) -> Optional[Array]:
     """A grey TIFF picture without compression, such as `trvil calibrate` writes; None for another."""
     order = {b"II*\0": "<", b"MM\0*": ">"}.get(content[:4])
     if order is None:
@@ -47,10 +51,11 @@ def _tiff(content):
         return None
 
 
-def _pgm(content):
+def _pgm(content: bytes) -> Optional[Array]:
     if content[:2] != b"P5":
         return None
-    words, at = [], 2
+    words: List[int] = []
+    at = 2
     while len(words) < 3:
         end = content.index(b"\n", at) if content[at:at + 1] == b"#" else at + 1
         if content[at:at + 1].isdigit():
@@ -62,9 +67,9 @@ def _pgm(content):
     return np.frombuffer(content, ">u2" if most > 255 else "u1", width * height, at + 1).reshape(height, width)
 
 
-def _by_pillow(path):
+def _by_pillow(path: str) -> Array:
     try:
-        from PIL import Image
+        from PIL import Image  # type: ignore[import]
     except ImportError:
         raise ValueError(f"{path} is read by Pillow only, and there is none; install python3-pil, or give an "
                          "uncompressed TIFF or a PGM file") from None
@@ -77,7 +82,7 @@ def _by_pillow(path):
     return array
 
 
-def _picture(path):
+def _picture(path: Path) -> Optional[Array]:
     """The samples of a grey picture; None for what is no picture."""
     path = os.fsdecode(path)
     with open(path, "rb") as file:
@@ -96,12 +101,13 @@ def _picture(path):
     return array if array is None else array.astype(np.uint8 if array.itemsize == 1 else np.uint16)
 
 
-def _dump(path, size, format, packing):
+def _dump(path: Path, size: Optional[Tuple[int, int]], format: Optional[FormatName],
+          packing: Optional[PackingName]) -> Array:
     if size is None or format is None:
         raise ValueError(f"{os.fsdecode(path)} is no picture that tells its size; if it is a dump, say "
                          "size=(width, height) and format=")
     (width, height), described = size, format_named(format)
-    layout = described if packing is None else packing_named(packing)
+    layout: Layout = described if packing is None else packing_named(packing)
     line = layout.line_bytes(width)
     content = np.fromfile(path, np.uint8)
     if content.size != line * height:
@@ -116,13 +122,14 @@ def _dump(path, size, format, packing):
     return array
 
 
-def read_reference(path, size=None, format=None, packing=None):
+def read_reference(path: Path, size: Optional[Tuple[int, int]] = None, format: Optional[FormatName] = None,
+                   packing: Optional[PackingName] = None) -> Array:
     """A dark or flat picture: a grey picture, or a dump of that kind."""
     array = _picture(path)
     return _dump(path, size, format, packing) if array is None else array
 
 
-def read_defects(path):
+def read_defects(path: Path) -> Any:
     """Lines of x y, with comments from #, or a grey picture that is not zero where defects are."""
     array = _picture(path)
     if array is not None:
@@ -137,7 +144,7 @@ def read_defects(path):
     return places
 
 
-def read_matrix(path):
+def read_matrix(path: Path) -> List[float]:
     """Nine numbers in any shape, with comments from #."""
     try:
         entries = [float(word) for line in _text_of(path) for word in line.replace(",", " ").split()]

@@ -1,19 +1,22 @@
 """What is known of a sensor and what its pictures are to look like."""
+from __future__ import annotations
+
 import difflib
 import json
 import os
-from dataclasses import dataclass, fields
-from typing import Any, Mapping, Optional, Tuple
+from typing import Any, Dict, Mapping, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
-from ._sensor_files import read_defects, read_matrix, read_reference
 from ._formats import method_value
+from ._sensor_files import read_defects, read_matrix, read_reference
+from ._types import Array, FormatName, PackingName, Path, Words
 
-_FILES = ("dark", "flat", "defects")
+_NAMES = "black", "white", "dark", "flat", "defects", "wb", "ccm", "curve", "method"
+_FILES = "dark", "flat", "defects"
 
 
-def _numbers(value, name, counts):
+def _numbers(value: Any, name: str, counts: Tuple[int, ...]) -> Tuple[float, ...]:
     """A number, a list of them or text such as "1.8,1,1.5", as floats."""
     if isinstance(value, str):
         value = value.split(",")
@@ -26,14 +29,14 @@ def _numbers(value, name, counts):
     return tuple(numbers.tolist())
 
 
-def _levels(value, name, counts):
+def _levels(value: Any, name: str, counts: Tuple[int, ...]) -> Tuple[int, ...]:
     numbers = _numbers(value, name, counts)
     if any(number != int(number) or not 0 <= number <= 0xFFFF for number in numbers):
         raise ValueError(f"{name} is made of sample values from 0 to 65535, not {value!r}")
     return tuple(map(int, numbers))
 
 
-def _kept(array, dtype):
+def _kept(array: Array, dtype: Words) -> Array:
     """A copy that nobody changes, or the array where it is one already."""
     if array.dtype != dtype or array.flags.writeable or array.base is not None or not array.flags.c_contiguous:
         array = np.array(array, dtype, order="C")
@@ -41,7 +44,7 @@ def _kept(array, dtype):
     return array
 
 
-def _reference(value, name):
+def _reference(value: Any, name: str) -> Array:
     if not isinstance(value, np.ndarray) or value.dtype not in (np.uint8, np.uint16) or value.ndim != 2:
         described = f"{value.dtype} {value.shape}" if isinstance(value, np.ndarray) else type(value).__name__
         raise ValueError(f"{name} is an array (height, width) of uint8 or uint16, not {described}; "
@@ -49,7 +52,7 @@ def _reference(value, name):
     return _kept(value, np.dtype(np.uint16))
 
 
-def _places(value):
+def _places(value: Any) -> Array:
     """(x, y) of each defect, sorted, each once."""
     try:
         array = np.asarray(value)
@@ -65,11 +68,11 @@ def _places(value):
     return _kept(np.unique(places, axis=0).reshape(-1, 2), np.dtype(np.uint32))
 
 
-def _curve(value):
+def _curve(value: Any) -> str:
     if not isinstance(value, str):
         value = f"gamma:{float(value)!r}"
     if value in ("none", "srgb"):
-        return value
+        return str(value)
     kind, _, number = value.partition(":")
     try:
         if kind == "gamma" and 0.1 <= float(number) <= 10:
@@ -79,7 +82,7 @@ def _curve(value):
     raise ValueError(f'a curve is "none", "srgb", or "gamma:" and 0.1 to 10, not {value!r}')
 
 
-def _gains(value):
+def _gains(value: Any) -> Tuple[float, ...]:
     if isinstance(value, str) and (value == "grey" or value.startswith("point:")):
         raise ValueError(f'wb is "{value}", which the tool measures in a picture; `trvil convert --save-settings` '
                          "writes what it measured as numbers")
@@ -87,12 +90,11 @@ def _gains(value):
     return gains * 3 if len(gains) == 1 else gains
 
 
-def _matrix(value):
+def _matrix(value: Any) -> Tuple[Tuple[float, ...], ...]:
     entries = _numbers(value, "ccm", (9,))
     return entries[0:3], entries[3:6], entries[6:9]
 
 
-@dataclass(frozen=True, eq=False, repr=False)
 class Settings:
     """What develop() makes of a sensor's samples; without any, only their scale changes.
 
@@ -115,34 +117,50 @@ class Settings:
     picture, Recipe and develop() say.
     """
 
-    black: Optional[Tuple[int, ...]] = None
-    white: Optional[int] = None
-    dark: Optional[np.ndarray] = None
-    flat: Optional[np.ndarray] = None
-    defects: Optional[np.ndarray] = None
-    wb: Optional[Tuple[float, ...]] = None
-    ccm: Optional[Tuple[Tuple[float, ...], ...]] = None
-    curve: str = "none"
-    method: Optional[str] = None
+    black: Optional[Tuple[int, ...]]
+    white: Optional[int]
+    dark: Optional[Array]
+    flat: Optional[Array]
+    defects: Optional[Array]
+    wb: Optional[Tuple[float, ...]]
+    ccm: Optional[Tuple[Tuple[float, ...], ...]]
+    curve: str
+    method: Optional[str]
+    _prepared: Dict[Any, Any]  # recipes of the library, by kind of picture
 
-    def __post_init__(self):
-        makers = {"black": lambda v: _levels(v, "black", (1, 4)), "white": lambda v: _levels(v, "white", (1,))[0],
-                  "dark": lambda v: _reference(v, "dark"), "flat": lambda v: _reference(v, "flat"),
-                  "defects": _places, "wb": _gains, "ccm": _matrix, "curve": _curve}
-        for name, make in makers.items():
-            value = getattr(self, name)
-            if value is not None:
-                object.__setattr__(self, name, make(value))
+    def __init__(self, black: Union[int, str, Sequence[int], None] = None, white: Union[int, str, None] = None,
+                 dark: Optional[Array] = None, flat: Optional[Array] = None,
+                 defects: Union[Array, Sequence[Tuple[int, int]], None] = None,
+                 wb: Union[float, str, Sequence[float], None] = None,
+                 ccm: Union[Array, str, Sequence[float], Sequence[Sequence[float]], None] = None,
+                 curve: Union[float, str, None] = None, method: Optional[str] = None) -> None:
+        if method is not None:
+            method_value(method)
+        self._keep("black", None if black is None else _levels(black, "black", (1, 4)))
         if self.black is not None and len(self.black) == 1:
-            object.__setattr__(self, "black", self.black * 4)
-        if self.curve is None:
-            object.__setattr__(self, "curve", "none")
-        if self.method is not None:
-            method_value(self.method)
-        object.__setattr__(self, "_prepared", {})  # recipes of the library, by kind of picture
+            self._keep("black", self.black * 4)
+        self._keep("white", None if white is None else _levels(white, "white", (1,))[0])
+        self._keep("dark", None if dark is None else _reference(dark, "dark"))
+        self._keep("flat", None if flat is None else _reference(flat, "flat"))
+        self._keep("defects", None if defects is None else _places(defects))
+        self._keep("wb", None if wb is None else _gains(wb))
+        self._keep("ccm", None if ccm is None else _matrix(ccm))
+        self._keep("curve", "none" if curve is None else _curve(curve))
+        self._keep("method", method)
+        self._keep("_prepared", {})
+
+    def _keep(self, name: str, value: object) -> None:
+        object.__setattr__(self, name, value)
+
+    def __setattr__(self, name: str, value: object) -> None:
+        raise AttributeError(f"{name} cannot be set: settings do not change; make others")
+
+    def __delattr__(self, name: str) -> None:
+        raise AttributeError(f"{name} cannot be deleted: settings do not change")
 
     @classmethod
-    def from_dict(cls, values, *, folder=".", size=None, format=None, packing=None):
+    def from_dict(cls, values: Mapping[str, Any], *, folder: Path = ".", size: Optional[Tuple[int, int]] = None,
+                  format: Optional[FormatName] = None, packing: Optional[PackingName] = None) -> Settings:
         """Settings of a mapping, as json.load() makes one of the tool's file, or to_dict().
 
         values: by the names of the fields. Numbers may be text, such as "1.8,1,1.5"; dark, flat, defects
@@ -154,12 +172,11 @@ class Settings:
         Raises ValueError for names that are no setting and for values and files that make no sense,
         OSError for files that cannot be read.
         """
-        names = [field.name for field in fields(cls)]
-        unknown = [str(name) for name in values if name not in names]
+        unknown = [str(name) for name in values if name not in _NAMES]
         if unknown:
-            near = [guess for name in unknown for guess in difflib.get_close_matches(name, names, 1)]
+            near = [guess for name in unknown for guess in difflib.get_close_matches(name, _NAMES, 1)]
             raise ValueError(f"no setting is called {', '.join(unknown)}"
-                             + (f"; is it {', '.join(near)}?" if near else "") + f" All are {', '.join(names)}")
+                             + (f"; is it {', '.join(near)}?" if near else "") + f" All are {', '.join(_NAMES)}")
         given = dict(values)
         for name in _FILES:
             if isinstance(given.get(name), (str, os.PathLike)):
@@ -173,7 +190,8 @@ class Settings:
         return cls(**given)
 
     @classmethod
-    def read(cls, path, *, size=None, format=None, packing=None):
+    def read(cls, path: Path, *, size: Optional[Tuple[int, int]] = None, format: Optional[FormatName] = None,
+             packing: Optional[PackingName] = None) -> Settings:
         """Settings of a file that `trvil convert --save-settings` or `trvil calibrate` wrote.
 
         size, format, packing: as for from_dict(). Names of files in it start from its folder. Raises as
@@ -189,28 +207,28 @@ class Settings:
         return cls.from_dict(values, folder=os.path.dirname(os.fsdecode(path)), size=size, format=format,
                              packing=packing)
 
-    def to_dict(self):
+    def to_dict(self) -> Dict[str, Any]:
         """What is set, by name; from_dict() makes equal settings of it."""
         return {name: value for name, value in self._values().items() if value is not None}
 
     def _values(self) -> Mapping[str, Any]:
-        return {field.name: getattr(self, field.name) for field in fields(self)}
+        return {name: getattr(self, name) for name in _NAMES}
 
-    def __reduce__(self):
+    def __reduce__(self) -> Tuple[Any, ...]:
         return type(self), tuple(self._values().values())
 
-    def __eq__(self, other):
+    def __eq__(self, other: object) -> bool:
         if not isinstance(other, Settings):
             return NotImplemented
         return all(np.array_equal(a, b) if isinstance(a, np.ndarray) and isinstance(b, np.ndarray) else
                    type(a) is type(b) and not isinstance(a, np.ndarray) and a == b
                    for a, b in zip(self._values().values(), other._values().values()))
 
-    def __hash__(self):
+    def __hash__(self) -> int:
         return hash(tuple(value.shape if isinstance(value, np.ndarray) else value for value in self._values().values()))
 
-    def __repr__(self):
-        def said(name, value):
+    def __repr__(self) -> str:
+        def said(name: str, value: Any) -> str:
             if name == "defects":
                 return f"<{len(value)} pixels>"
             if isinstance(value, np.ndarray):
@@ -219,7 +237,7 @@ class Settings:
         return f"Settings({', '.join(f'{name}={said(name, value)}' for name, value in self.to_dict().items())})"
 
 
-def _is_name(value):
+def _is_name(value: Any) -> bool:
     if not isinstance(value, str):
         return False
     try:
