@@ -5,21 +5,17 @@
 #include <system_error>
 #include <thread>
 
-#include "tool/cli/catalogue.h"
 #include "tool/cli/cleanup.h"
 #include "tool/cli/error.h"
-#include "tool/cli/geometry.h"
-#include "tool/cli/reading.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/picture_options.h"
 #include "tool/commands/stream.h"
 #include "tool/commands/threads.h"
-#include "tool/develop/options.h"
 #include "tool/files/naming.h"
 #include "tool/files/output.h"
 #include "tool/files/same_file.h"
-#include "tool/picture/deepen.h"
 #include "tool/streams/sinks.h"
 #include "tool/streams/source.h"
 
@@ -35,157 +31,11 @@ suits most scenes. Wrong colours or a fine check pattern mean another --phase.
 Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey; with --depth 16 they
 have 16 bits. What is known of the sensor is taken into account: see `trvil help develop`.)";
 
-struct Options {
-    Reading reading;
-    std::string frames, rate = "25";
-    uint64_t frame_skip = 0;
-    bool partial = false, json = false;
-    DevelopOptions developing;
-    std::string phase, target, as, output;
-    std::string scale = "none", via = "auto";
-    uint32_t depth = 0;  // 0: what suits the source
-    bool force = false;
+struct Options : PictureOptions {
+    std::string as, output, rate = "25";
+    bool force = false, json = false;
     uint32_t jobs = 1, threads = 0;
-    std::vector<std::string> inputs;
 };
-
-void refuse_bayer_option(const char* option, const Geometry& source) {
-    const char* hint = source.packing == 0 ? "" : " (12Packed is a mosaic with --phase)";
-    throw Failure(Exit::usage, text(option, " makes no sense with ", source.name()),
-                  "it is not a mosaic", text("leave ", option, " out, or check -f", hint));
-}
-
-Phase choose_phase(const Options& o, const Geometry& source) {
-    const Format& format = *source.format;
-    if (!o.phase.empty() && format.family != Family::bayer) refuse_bayer_option("--phase", source);
-    if (!o.phase.empty()) return phase_named(o.phase);
-    return format.phase == Phase::none ? Phase::A : format.phase;
-}
-
-uint32_t choose_method(const std::string& said, const Geometry& source) {
-    const bool mosaic = source.format->family == Family::bayer;
-    if (!said.empty() && !mosaic) refuse_bayer_option("-m", source);
-    return said.empty() ? default_method : method_named(said);
-}
-
-void say_packing(const Options& o, const Geometry& source) {
-    const bool open = o.phase.empty() && pixels_named(o.reading.format).mosaic != nullptr;
-    note(text("unpacking ", source.name(), open ? "; with --phase a mosaic" : ""));
-}
-
-void say_way(const Path& path) {
-    const char* what = lossy(*path.front(), *path.back());
-    if (path.size() == 2 && what != nullptr)
-        note(text(path_text(path), " ", what, "; without --via never a better way is taken"));
-    if (path.size() <= 2) return;
-    note(text("going ", path_text(path),
-              what == nullptr ? "" : text(" (the direct route ", what, ")")));
-}
-
-bool is_mosaic(const Geometry& source) {
-    return source.format->family == Family::bayer;
-}
-
-Failure no_depth(const std::string& of, const std::string& why, const std::string& next) {
-    return {Exit::usage, text("no 16 bits of ", of), why, next};
-}
-
-// Whether results have 16 bits: where that is said, and where a mosaic becomes a picture of words.
-bool is_deep(const Options& o, const Geometry& source, const Format* target, Kind kind) {
-    const bool of_words = target != nullptr && target->significant == 16;
-    if (o.depth == 16 && (kind == Kind::pgm || kind == Kind::gray16le) && is_mosaic(source))
-        throw no_depth(text("a mosaic in a .", kind_name(kind)),
-                       "it holds grey, and a mosaic becomes colour", "write a .png, .tif or .ppm");
-    if (o.depth == 16 && target != nullptr && !of_words)
-        throw no_depth(target->name, text("it has ", int{target->significant}),
-                       "leave -t out, or --depth");
-    return o.depth == 16 || (of_words && kind != Kind::raw && is_mosaic(source));
-}
-
-// What the command line or the kind of file says; null where both leave it open.
-const Format* target_of(const Options& o, Kind kind) {
-    if (o.target.empty()) return video_format(kind);
-    return &format_named(o.target);
-}
-
-// What is converted without being developed; null where the user leaves it open.
-const Format* shallow_target(const Options& o, const Geometry& source, const Format* target,
-                             Kind kind) {
-    const Format& format = *source.format;
-    if (target != nullptr || o.depth != 8 || format.significant <= 8) return target;
-    const Format& shallow = format_of(format.family == Family::grey ? Code::Mono8 : Code::BGR24);
-    return holds(kind, shallow) ? &shallow : nullptr;
-}
-
-const Format& developed_target(const Geometry& source, const Format* target, Kind kind, bool deep) {
-    if (target != nullptr && !holds(kind, *target))
-        plan(*source.format, target, kind, {}, Via::automatic);  // says what is wrong
-    if (target != nullptr) return *target;
-    const bool grey = source.format->family == Family::grey;
-    const bool keeps = deep || (grey && source.format->significant == 16 && kind != Kind::y4m);
-    const Format& suited = developed_format(*source.format, keeps);
-    if (holds(kind, suited)) return suited;
-    const Format& other = format_of(kind == Kind::y4m ? Code::BGRX32 : Code::BGR24);
-    if (!deep && (grey || kind == Kind::y4m) && holds(kind, other)) return other;
-    throw Failure(Exit::no_route, text("no .", kind_name(kind), " of ", source.name()),
-                  text("it is developed to ", suited.name, ", which such a file cannot hold"),
-                  "write a .png or a .tif");
-}
-
-void note_left_out(const SettingTexts& said, const Kind kind) {
-    std::vector<std::string> left;
-    for (const auto& [text, name] :
-         {std::pair{&said.dark, "the dark picture"}, std::pair{&said.flat, "the flat field"},
-          std::pair{&said.defects, "defects"}, std::pair{&said.curve, "the curve"}})
-        if (!text->empty()) left.emplace_back(name);
-    if (kind == Kind::dng && !left.empty())
-        note(text("a DNG holds samples as they are, without ", list(left)));
-}
-
-void resolve_dng(const Options& o, const SettingTexts& said, Conversion* c) {
-    if (o.depth != 0)
-        throw Failure(Exit::usage, "--depth makes no sense with a .dng",
-                      "it holds samples as they are", "leave --depth out");
-    const Format* target = o.target.empty() ? nullptr : &format_named(o.target);
-    c->path = plan(*c->source.format, target, Kind::dng, c->how, Via::automatic);
-    note_left_out(said, Kind::dng);
-}
-
-Conversion resolve(const Options& o, const SettingTexts& said) {
-    const Geometry source = o.reading.geometry(!o.phase.empty());
-    const Format& format = *source.format;
-    const Kind kind = kind_of_output(o.output, o.as);
-    const Format* target = target_of(o, kind);
-    const Demosaic how{choose_method(said.method, source), choose_phase(o, source)};
-    const Development settings = understand(said);
-    const Tuning tuning = tuning_named(said.balance.empty() ? "off" : said.balance, o.scale);
-    const uint64_t skip = o.reading.skip + o.frame_skip;
-    Conversion c{source, skip, how, {}, kind, tuning, o.force};
-    const bool deep = kind != Kind::dng && is_deep(o, source, target, kind);
-    const bool special = settings.needed || tuning.white == Tuning::White::point;
-    if (kind == Kind::dng) {
-        resolve_dng(o, said, &c);
-    } else if (is_developed(format) && (deep || special)) {
-        c.path = {&format, &developed_target(source, target, kind, deep)};
-    } else if (special) {
-        throw Failure(Exit::usage, text("cannot develop ", source.name()),
-                      "it is neither a mosaic nor grey", "leave the options of developing out");
-    } else if (deep) {
-        if (!can_be_deepened(format) || !holds(kind, format_of(Code::RGB48)) ||
-            (target != nullptr && target->code != Code::RGB48))
-            throw no_depth(source.name(), "colour in bytes or words of their own becomes RGB48",
-                           "leave --depth out, or -t, or write a .png");
-        c.path = {&format};
-        c.deepen = true;
-    } else {
-        c.path = plan(format, shallow_target(o, source, target, kind), kind, how,
-                      o.via == "never" ? Via::never : Via::automatic);
-    }
-    check_conversion(c);
-    if (kind == Kind::dng || (is_developed(format) && (deep || special)))
-        c.developer = std::make_shared<Developer>(settings, tuning, source, c.skip, how);
-    return c;
-}
 
 Failure summary(const std::vector<std::string>& failed, size_t all, Exit code) {
     constexpr size_t most_named = 10;
@@ -317,16 +167,14 @@ std::vector<Job> jobs_of(const Options& o, const Geometry& source, Kind kind) {
     if (is_numbered(o.output) && kind == Kind::y4m)
         throw Failure(Exit::usage, "{n} makes no sense with .y4m", "it holds all frames",
                       "leave {n} out, or write a .png for each");
-    const Recording like{{},       source, o.reading.skip, o.frame_skip, range_named(o.frames),
-                         o.partial};
+    const Recording all = recording_of(o, source);
     std::vector<Job> jobs;
     if (many && !is_named(o.output)) {
-        jobs.push_back({like, o.output, true});
-        jobs.back().recording.files = o.inputs;
+        jobs.push_back({all, o.output, true});
     } else {
         const std::vector<std::string> outputs = name_outputs(o.inputs, o.output);
         for (size_t i = 0; i < o.inputs.size(); ++i) {
-            jobs.push_back({like, outputs[i], many});
+            jobs.push_back({all, outputs[i], many});
             jobs.back().recording.files = {o.inputs[i]};
         }
     }
@@ -396,9 +244,8 @@ void convert_all(Options o) {
     const Geometry source = o.reading.geometry(!o.phase.empty());
     const std::vector<Job> jobs = jobs_of(o, source, kind);
     check_all_files(o, said, jobs);
-    const Conversion conversion = resolve(o, said);
-    if (conversion.source.packing != 0) say_packing(o, conversion.source);
-    if (conversion.developer == nullptr && !is_video(kind)) say_way(conversion.path);
+    const Conversion conversion = conversion_of(o, said, kind, o.force);
+    note_way(o, conversion);
     const bool streams =
         std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.is_stream; });
     if (streams) stop_at_first_signal();
@@ -411,67 +258,6 @@ void convert_all(Options o) {
     if (!o.developing.save.empty())
         save_settings(lasting(said, conversion, o.inputs.front(), helpers.pool()),
                       o.developing.save, o.force);
-}
-
-void add_inputs(CLI::App* command, Options* o) {
-    command
-        ->add_option("--phase", o->phase,
-                     "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
-        ->type_name("PHASE")
-        ->group(reading_group);
-    command
-        ->add_option("--frames", o->frames,
-                     "Of several frames A:B:STEP: from A, before B, or A alone, from 0 [all]")
-        ->type_name("FRAMES")
-        ->group(reading_group);
-    command->add_option("--frame-skip", o->frame_skip, "Bytes before each frame, after --skip [0]")
-        ->type_name("BYTES")
-        ->group(reading_group);
-    command
-        ->add_flag("--partial", o->partial,
-                   "Take a last frame that breaks off, black where it is missing")
-        ->group(reading_group);
-    command->add_option("inputs", o->inputs, "Dumps; - is stdin")
-        ->required()
-        ->type_name("FILE")
-        ->group(reading_group);
-}
-
-void add_making(CLI::App* command, Options* o) {
-    const char* group = "How to make the picture";
-    command
-        ->add_option("-m,--method", o->developing.said.method,
-                     text("Missing colours: dup nearest, ave mean, med median, gradient [",
-                          method_name(default_method), "]"))
-        ->type_name("METHOD")
-        ->group(group);
-    command->add_option("-t,--to", o->target, "Format of the result [what suits the file]")
-        ->type_name("FORMAT")
-        ->group(group);
-    command
-        ->add_option("--via", o->via,
-                     "auto: over several steps where there is no direct way; never [auto]")
-        ->check(CLI::IsMember({"auto", "never"}))
-        ->group(group);
-    command
-        ->add_option("--scale", o->scale,
-                     "none, or auto: the brightest 0.1 % reach full range [none]")
-        ->check(CLI::IsMember({"none", "auto"}))
-        ->group(group);
-    command
-        ->add_option(
-            "--wb", o->developing.said.balance,
-            "White balance: off, grey (colours average to grey), point:X,Y (it is grey), or "
-            "R,G,B gains [off]")
-        ->type_name("GAINS")
-        ->group(group);
-    command
-        ->add_option(
-            "--depth", o->depth,
-            "Bits of a sample: 8, or 16 with white at 65535 [8; 16 where grey or colour has "
-            "them]")
-        ->check(CLI::IsMember({8, 16}))
-        ->group(group);
 }
 
 void add_writing(CLI::App* command, Options* o) {
@@ -505,9 +291,9 @@ void add_writing(CLI::App* command, Options* o) {
 void add_convert(CLI::App* app) {
     CLI::App* command = app->add_subcommand("convert", "Convert raw dumps to pictures");
     const auto options = std::make_shared<Options>();
-    add_reading(command, &options->reading);
-    add_inputs(command, options.get());
+    add_recording(command, options.get());
     add_making(command, options.get());
+    add_result(command, options.get());
     add_sensor_options(command, &options->developing);
     add_look_options(command, &options->developing);
     add_writing(command, options.get());
