@@ -45,9 +45,17 @@ ROOMS = {  # the test programs of a room, those that fail soonest first
     "image": ["convert_test", "direct_test", "bayer_test", "field_to_frame_test", "field_test", "file_test"],
     "support": ["test_support", "fault_test"],
     "companion": ["companion_test", "handles_test", "fault_test"],
-    "raw": ["unpack_test"],
+    "raw": ["unpack_test", "raw_convert_test"],
+    "raw/convert": ["explain_test", "raw_convert_test"],
     "raw/demosaic": ["demosaic_test"],
+    "raw/develop": ["develop_test"],
     "raw/explain": ["explain_test"],
+    "raw/exports": ["routes_test", "names_test", "explain_test", "develop_test", "raw_convert_test"],
+    "raw/names": ["names_test"],
+    "raw/pool": ["raw_pool_test", "raw_convert_test"],
+    "raw/routes": ["routes_test"],
+    "raw/strips": ["develop_test", "raw_convert_test"],
+    "raw/unpack": ["unpack_test"],
 }
 
 
@@ -78,7 +86,7 @@ class Workshop:
         return self.run("prlimit", "--fsize=300000000:unlimited", "--as=20000000000", self.build / "bin" / program,
                         "--gtest_brief=1", "--gtest_fail_fast", limit=self.limits.get(program))
 
-    def prepare(self):
+    def prepare(self, programs):
         shutil.rmtree(self.source, ignore_errors=True)
         listed = subprocess.run(["git", "ls-files"], cwd=TREE, check=True, capture_output=True, text=True)
         for name in listed.stdout.split():
@@ -91,7 +99,6 @@ class Workshop:
                     "-DCMAKE_CXX_FLAGS=-O1 -DNDEBUG -Wno-error", "-DTRVIL_WERROR=OFF",
                     "-DTRVIL_BUILD_TOOL=OFF", "-DTRVIL_BUILD_BENCH=OFF"):
             sys.exit("the copy cannot be configured")
-        programs = sorted({test for tests in ROOMS.values() for test in tests})
         if self.make(programs):
             sys.exit("the unchanged copy does not build")
         for program in programs:
@@ -193,7 +200,7 @@ def main():
     record = workshop.folder / f"results-{options.seed}.jsonl"
     results = read_results(record)
     done = {(r["file"], r["line"], r["after"]) for r in results}
-    workshop.prepare()
+    workshop.prepare(sorted({program for mutant in mutants for program in tests_of(mutant["file"])}))
     for mutant in mutants:
         if len(counted(results)) >= options.count:
             break

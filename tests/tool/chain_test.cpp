@@ -48,7 +48,8 @@ TEST_F(Chain, GivesPackedGreyItsTopBits) {
     EXPECT_EQ(folder.read_png("two.png").samples, (std::vector<uint16_t>{0xAB, 0x12}));
 }
 
-TEST_F(Chain, BalancesPackedMosaicsAtTheirDepth) {
+// Gains want the samples whole, and odd widths a sample behind each line; else both steps are one.
+TEST_F(Chain, TakesPackedMosaicsForTheirSamples) {
     ASSERT_EQ(folder.trvil("sample -s 40x30 -f BAY12 --tint 0.1,1,1 -o m.raw").exit, 0);
     const std::string words = folder.read("m.raw");
     std::string packed;
@@ -59,9 +60,15 @@ TEST_F(Chain, BalancesPackedMosaicsAtTheirDepth) {
         packed += static_cast<char>(at(2) >> 4 | at(3) << 4);
     }
     folder.write("p.raw", packed);
-    EXPECT_EQ(folder.trvil("convert -s 40x30 -f BAY12 --wb 10,1,1 m.raw -o m.ppm").exit, 0);
-    EXPECT_EQ(folder.trvil("convert -s 40x30 -f BAY12P_A --wb 10,1,1 p.raw -o p.ppm").exit, 0);
-    EXPECT_EQ(folder.read("p.ppm"), folder.read("m.ppm"));
+    for (const char* how : {"-s 40x30 --wb 10,1,1", "-s 40x30 -m ave", "-s 40x30 -m med --phase C",
+                            "-s 40x30 -m gradient", "-s 38x30 --threads 2 -m dup", "-s 39x30"}) {
+        SCOPED_TRACE(how);
+        const std::string words_to = text(how, " --force -f BAY12 --stride 80 m.raw -o m.ppm");
+        const std::string packed_to = text(how, " --force -f BAY12P_A --stride 60 p.raw -o p.ppm");
+        EXPECT_EQ(folder.trvil("convert " + words_to).exit, 0);
+        EXPECT_EQ(folder.trvil("convert " + packed_to).exit, 0);
+        EXPECT_EQ(folder.read("p.ppm"), folder.read("m.ppm"));
+    }
 }
 
 TEST_F(Chain, MayBeForbidden) {

@@ -173,6 +173,16 @@ bool unpacks_in_passing(const Conversion& c) {
     return !demosaics(*c.path[0], *c.path[1]) || c.source.width % 2 == 0;
 }
 
+// How many steps from `step` on are one call: a packed mosaic's two over whole samples, under the
+// same conditions.
+size_t steps_in_passing(const Conversion& c, size_t step) {
+    if (step + 2 >= c.path.size() || c.tuning.needed()) return 1;
+    const Format &from = *c.path[step], &samples = *c.path[step + 1];
+    const bool unpacks = is_packed(from) && from.family == Family::bayer &&
+                         samples.family == Family::bayer && !is_packed(samples);
+    return unpacks && c.source.width % 2 == 0 ? 2 : 1;
+}
+
 using Room = std::optional<Frame>;  // memory that a picture may take
 
 Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, Room room,
@@ -195,9 +205,9 @@ Frame convert_packed(const Conversion& c, const Frame& bytes, const Format& to, 
 Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, Room room,
                    TRW_Pool* pool) {
     const Geometry& g = from.geometry();
-    Frame result =
-        in_memory_of(std::move(room), is_packed(*g.format) ? roomy(to, g, group_room)
-                                                           : tight(to, g.width, g.height));
+    const bool writes_groups = is_packed(*g.format) && to.family == g.format->family;
+    Frame result = in_memory_of(
+        std::move(room), writes_groups ? roomy(to, g, group_room) : tight(to, g.width, g.height));
     std::optional<Frame> widened;
     if (demosaics(*g.format, to) && g.width % 2 != 0) widened = with_sample_behind(from);
     const Frame& source = widened ? *widened : from;
@@ -205,8 +215,9 @@ Frame convert_step(const Demosaic& how, const Frame& from, const Format& to, Roo
     const bool mosaic = g.format->family == Family::bayer;
     const TRW_Settings settings{sizeof settings, 0, mosaic ? how.method : 0,
                                 mosaic ? phase_parameter(how.phase) : 0};
-    if (TRW_Convert(source.handle(), 0, result.handle(), &settings, pool) != TRV_STATUS_OK)
-        throw refusal(source, result);
+    const uint32_t status = TRW_Convert(source.handle(), 0, result.handle(), &settings, pool);
+    if (status == TRV_STATUS_MEMORY) throw std::bad_alloc();
+    if (status != TRV_STATUS_OK) throw refusal(source, result);
     return result;
 }
 
@@ -242,14 +253,15 @@ Frame walk(const Conversion& c, Frame* dump, const std::string& name, Settled* s
     } else if (c.source.packing != 0) {
         made = convert_packed(c, *dump, *c.path[0], room_of(0), pool);
     }
-    for (;; ++step) {
+    for (size_t next = step;; step = next) {
         const Frame& reached = made ? *made : *dump;
         if (step == tuned) tune(c, reached, name, settled);
         if (step == last) break;
-        if (made && swaps(*c.path[step], *c.path[step + 1]))
-            made = swapped(std::move(*made), *c.path[step + 1]);
+        next = step + steps_in_passing(c, step);
+        if (made && swaps(*c.path[step], *c.path[next]))
+            made = swapped(std::move(*made), *c.path[next]);
         else
-            made = convert_step(c.how, reached, *c.path[step + 1], room_of(step + 1), pool);
+            made = convert_step(c.how, reached, *c.path[next], room_of(next), pool);
     }
     if (!made) made = std::exchange(*dump, in_memory_of(std::move(room), dump->geometry()));
     return c.deepen ? deepened(*made) : std::move(*made);
