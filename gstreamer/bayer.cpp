@@ -256,7 +256,7 @@ gboolean transform_size(GstBaseTransform*, GstPadDirection direction, GstCaps* c
     Mosaic mosaic;
     std::string why;
     if (!trv::gstreamer::read_mosaic(others, mosaic, why)) return FALSE;
-    *other_size = trv::gstreamer::line_bytes(mosaic) * mosaic.height;
+    *other_size = trvil::line_bytes(mosaic.layout, mosaic.width) * mosaic.height;
     (void)caps;
     return TRUE;
 }
@@ -343,7 +343,7 @@ class MappedPicture {
 // Where the lines of a mosaic lie in its buffer. False: they do not fit, `why` says so.
 bool find_lines(const Mosaic& mosaic, const Mapped& mapped, const GstVideoMeta* meta,
                 guint stride_given, Lines& lines, std::string& why) {
-    const uint64_t line = trv::gstreamer::line_bytes(mosaic), height = mosaic.height;
+    const uint64_t line = trvil::line_bytes(mosaic.layout, mosaic.width), height = mosaic.height;
     const uint64_t offset = meta == nullptr ? 0 : meta->offset[0];
     const uint64_t size = mapped.size() - MIN(offset, mapped.size());
     uint64_t stride = stride_given;
@@ -400,7 +400,7 @@ GstFlowReturn transform(GstBaseTransform* trans, GstBuffer* in, GstBuffer* out) 
 
 // Threads and settings made ready go with the stream.
 gboolean stop(GstBaseTransform* trans) {
-    bayer_of(trans)->stream->maker = PictureMaker();
+    bayer_of(trans)->stream->maker.reset();
     return TRUE;
 }
 

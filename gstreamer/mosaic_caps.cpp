@@ -5,9 +5,6 @@
 #include <set>
 #include <vector>
 
-#include "trvil/buffer.hpp"
-#include "trvil/raw.h"
-
 namespace trv::gstreamer {
 namespace {
 
@@ -17,8 +14,11 @@ TRW_Reading empty_reading() {
     return reading;
 }
 
-unsigned bits_of(uint32_t format) {
-    return facts(trvil::Format{format}).significant;
+unsigned bits_of(trvil::Format format) {
+    return trvil::facts(format).significant;
+}
+unsigned bits_of(const TRW_Reading& reading) {
+    return bits_of(trvil::Format{reading.format});
 }
 
 // GStreamer's names of mosaics, in the order of the library.
@@ -31,10 +31,10 @@ std::vector<TRW_Reading> mosaic_names() {
     return names;
 }
 
-TRW_PackingInfo info_of(uint32_t packing, uint32_t width) {
+TRW_PackingInfo info_of(uint32_t packing) {
     TRW_PackingInfo info{};
     info.size = sizeof info;
-    TRW_PackingInfoGet(packing, 0, width, &info);
+    TRW_PackingInfoGet(packing, 0, 0, &info);
     return info;
 }
 
@@ -65,7 +65,7 @@ GstStructure* sized_mosaic(const std::vector<const char*>& formats) {
 std::vector<std::string> packings_of(unsigned bits, const std::set<uint32_t>& named) {
     std::vector<std::string> names;
     for (uint32_t packing = 1; packing < TRW_PACKING_END; ++packing) {
-        const TRW_PackingInfo info = info_of(packing, 0);
+        const TRW_PackingInfo info = info_of(packing);
         if (info.bits == bits && info.format != TBL_FORMAT(YUV422) && named.count(packing) == 0)
             names.emplace_back(info.name);
     }
@@ -79,15 +79,15 @@ bool refuse(std::string& why, const std::string& text) {
 
 bool read_packing(const char* name, Mosaic& mosaic, std::string& why) {
     for (uint32_t packing = 1; packing < TRW_PACKING_END; ++packing) {
-        const TRW_PackingInfo info = info_of(packing, 0);
+        const TRW_PackingInfo info = info_of(packing);
         if (std::strcmp(info.name, name) != 0) continue;
-        const unsigned bits = bits_of(mosaic.format);
-        if (info.bits != bits || info.format == TBL_FORMAT(YUV422) || mosaic.packing != 0)
+        const unsigned bits = bits_of(mosaic.layout.format);
+        if (info.bits != bits || info.format == TBL_FORMAT(YUV422) || mosaic.layout.packing != 0)
             return refuse(why, std::string("packing ") + name + " does not hold samples of " +
                                    std::to_string(bits) +
                                    " bits in words: give the format of its samples, such as "
                                    "rggb12le for a packing of 12 bits");
-        mosaic.packing = packing;
+        mosaic.layout.packing = packing;
         return true;
     }
     return refuse(why, std::string("there is no packing \"") + name +
@@ -103,7 +103,7 @@ GstCaps* mosaic_caps() {
     for (const TRW_Reading& reading : mosaic_names()) {
         formats.push_back(reading.name);
         if (reading.packing == 0)
-            words[bits_of(reading.format)].push_back(reading.name);
+            words[bits_of(reading)].push_back(reading.name);
         else
             named.insert(reading.packing);
     }
@@ -133,16 +133,12 @@ bool read_mosaic(const GstCaps* caps, Mosaic& mosaic, std::string& why) {
         reading.phase == 0)
         return refuse(why, std::string("there is no mosaic \"") + format +
                                "\"; gst-inspect-1.0 trvilbayer lists them");
-    mosaic = {static_cast<uint32_t>(width), static_cast<uint32_t>(height), reading.format,
-              reading.packing, reading.phase};
+    mosaic = {static_cast<uint32_t>(width),
+              static_cast<uint32_t>(height),
+              {trvil::Format{reading.format}, reading.packing}};
     if (!gst_structure_has_field(structure, "packing")) return true;
     const char* packing = gst_structure_get_string(structure, "packing");
     return read_packing(packing == nullptr ? "" : packing, mosaic, why);
-}
-
-uint64_t line_bytes(const Mosaic& mosaic) {
-    if (mosaic.packing != 0) return info_of(mosaic.packing, mosaic.width).line_bytes;
-    return uint64_t{mosaic.width} * facts(trvil::Format{mosaic.format}).stored / 8;
 }
 
 }  // namespace trv::gstreamer

@@ -7,15 +7,18 @@
 #include <cstdint>
 #include <string>
 
+#include "trvil/raw.hpp"
+
 namespace trv::gstreamer {
 
 struct Mosaic {
     uint32_t width = 0, height = 0;
-    uint32_t format = 0;   // TBL_FORMAT of the samples, with the letter of the phase
-    uint32_t packing = 0;  // TRW_PACKING_..., 0: bytes or words in the order of the machine
-    uint32_t phase = 0;    // TBL_BAYER_PHASE_...
+    trvil::PixelLayout layout;  // a mosaic's, with the letter of its phase
 
-    bool operator==(const Mosaic&) const = default;
+    bool operator==(const Mosaic& other) const {
+        return width == other.width && height == other.height &&
+               layout.format == other.layout.format && layout.packing == other.layout.packing;
+    }
 };
 
 // All mosaics that are read.
@@ -23,8 +26,5 @@ GstCaps* mosaic_caps();
 
 // Reads fixed caps. False: `why` says what they ask for that is not there.
 bool read_mosaic(const GstCaps* caps, Mosaic& mosaic, std::string& why);
-
-// Bytes of a line without padding.
-uint64_t line_bytes(const Mosaic& mosaic);
 
 }  // namespace trv::gstreamer

@@ -4,14 +4,12 @@
 
 #include <gst/video/video.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <vector>
 
 #include "gstreamer/mosaic_caps.h"
-#include "trvil/buffer.hpp"
-#include "trvil/raw.h"
+#include "trvil/raw.hpp"
 
 namespace trv::gstreamer {
 
@@ -42,15 +40,11 @@ class PictureMaker {
     void make(const Mosaic& mosaic, const Lines& source, GstVideoFormat format,
               const Lines& destination, const Settings& settings);
 
+    // Ends the threads and frees the memory.
+    void reset();
+
   private:
     struct Job;
-    struct PoolEnd {
-        void operator()(TRW_Pool* pool) const { TRW_PoolDestroy(&pool); }
-    };
-    struct RecipeEnd {
-        void operator()(TRW_Recipe* recipe) const { TRW_RecipeDestroy(&recipe); }
-    };
-
     // What a recipe is made for.
     struct Kind {
         Mosaic mosaic;
@@ -60,20 +54,20 @@ class PictureMaker {
         bool operator==(const Kind&) const = default;
     };
 
-    TRW_Pool* pool(uint32_t threads);
-    const TRW_Recipe* recipe(const Job& job);
+    const trvil::Pool* pool(uint32_t threads);
+    const trvil::Recipe& recipe(const Job& job);
     void convert(const Job& job);
-    void convert_by(const Job& job, trvil::Format format, uint32_t phase);
-    void develop(const Job& job, const trvil::Buffer& destination);
+    void convert_as(const Job& job, trvil::Format samples, trvil::Format format);
+    void develop(const Job& job, trvil::Buffer destination);
     void make_colour(const Job& job);
     void make_words_of_565(const Job& job);
-    void develop_with_alpha(const Job& job);
+    void make_words_with_alpha(const Job& job);
     void make_grey(const Job& job);
     Lines with_a_sample_behind(const Job& job);
 
-    std::unique_ptr<TRW_Pool, PoolEnd> pool_;
-    uint32_t pool_threads_ = 0;
-    std::unique_ptr<TRW_Recipe, RecipeEnd> recipe_;
+    std::optional<trvil::Pool> pool_;
+    uint32_t pool_threads_ = 1;
+    std::optional<trvil::Recipe> recipe_;
     Kind kind_;              // of the recipe
     trvil::Buffer between_;  // a picture on its way to another format
     std::vector<uint8_t> copy_;

@@ -11,7 +11,6 @@ namespace {
 
 using test::Guarded;
 using test::Random;
-using trv::gstreamer::line_bytes;
 using trv::gstreamer::Lines;
 using trv::gstreamer::Mosaic;
 using trv::gstreamer::PictureMaker;
@@ -32,7 +31,7 @@ bool develops(const Case& c) {
     return c.settings.black != 0 || c.settings.gains[0] != 1;
 }
 unsigned bits_of(const Case& c) {
-    return trvil::facts(Format{c.mosaic.format}).significant;
+    return trvil::facts(c.mosaic.layout.format).significant;
 }
 size_t pixels_of(const Case& c) {
     return size_t{c.mosaic.width} * c.mosaic.height;
@@ -45,14 +44,14 @@ class Samples {
         : memory_(source.data(), source.data() + source.size()) {
         memory_.resize(source.size() + 64);
         const Mosaic& m = c.mosaic;
-        if (m.packing == 0) {
-            buffer_ = wrap(m, Format{m.format}, memory_, stride);
+        if (m.layout.packing == 0) {
+            buffer_ = wrap(m, m.layout.format, memory_, stride);
             return;
         }
         words_.resize(2 * pixels_of(c) + 64);
         const Buffer packed = wrap(m, Format::Mono8, memory_, stride);
-        buffer_ = wrap(m, Format{m.format}, words_, 2 * m.width);
-        EXPECT_EQ(TRW_Unpack(packed.handle(), m.packing, buffer_.handle()), TRV_STATUS_OK);
+        buffer_ = wrap(m, m.layout.format, words_, 2 * m.width);
+        EXPECT_EQ(TRW_Unpack(packed.handle(), m.layout.packing, buffer_.handle()), TRV_STATUS_OK);
     }
     uint64_t handle() const { return buffer_.handle(); }
     uint32_t at(uint32_t x, uint32_t y) const {
@@ -74,7 +73,6 @@ TRW_DevelopSettings develop_settings(const Case& c) {
     TRW_DevelopSettings settings{};
     settings.size = sizeof settings;
     settings.method = c.settings.method;
-    settings.phase = c.mosaic.phase;
     for (uint32_t& black : settings.black) black = c.settings.black;
     std::copy(c.settings.gains, c.settings.gains + 3, settings.gains);
     return settings;
@@ -99,7 +97,6 @@ std::vector<Colour> developed(const Case& c, const Samples& samples) {
 Bytes converted(const Case& c, const Samples& samples, Format format) {
     Bytes memory(pixels_of(c) * trvil::facts(format).stored / 8);
     const Buffer picture = Samples::wrap(c.mosaic, format, memory, 0);
-    TBS_BufferParameterSet(samples.handle(), TBL_PARAMETER_BAYER_PHASE, c.mosaic.phase);
     if (c.settings.method == TRW_METHOD_GRADIENT) {
         const TRW_Settings settings{sizeof settings, 0, TRW_METHOD_GRADIENT, 0};
         EXPECT_EQ(TRW_Convert(samples.handle(), 0, picture.handle(), &settings, nullptr),
@@ -194,15 +191,15 @@ unsigned pixel_bytes(GstVideoFormat format) {
 
 std::string describe(const Case& c, uint32_t in, uint32_t out) {
     return std::to_string(c.mosaic.width) + "x" + std::to_string(c.mosaic.height) + " " +
-           trvil::facts(Format{c.mosaic.format}).name + " packing " +
-           std::to_string(c.mosaic.packing) + " to " + gst_video_format_to_string(c.format) +
+           trvil::facts(c.mosaic.layout.format).name + " packing " +
+           std::to_string(c.mosaic.layout.packing) + " to " + gst_video_format_to_string(c.format) +
            " method " + std::to_string(c.settings.method) + " black " +
            std::to_string(c.settings.black) + " gain " + std::to_string(c.settings.gains[0]) +
            " strides " + std::to_string(in) + ", " + std::to_string(out);
 }
 
 void check(const Case& c, PictureMaker& maker, Random& random) {
-    const uint64_t line = line_bytes(c.mosaic);
+    const uint64_t line = trvil::line_bytes(c.mosaic.layout, c.mosaic.width);
     const uint32_t pixel = pixel_bytes(c.format);
     const uint32_t height = c.mosaic.height;
     const auto in = static_cast<uint32_t>(line) + 2 * random.below(12);
@@ -213,7 +210,7 @@ void check(const Case& c, PictureMaker& maker, Random& random) {
         for (size_t i = 0; i < memory->size(); ++i)
             memory->data()[i] = static_cast<uint8_t>(random.bits());
     // Words with nothing above their n bits, of which gradient and developing say otherwise.
-    if (c.mosaic.packing == 0 && bits_of(c) > 8)
+    if (c.mosaic.layout.packing == 0 && bits_of(c) > 8)
         for (uint32_t y = 0; y < height; ++y)
             for (uint32_t x = 0; x < c.mosaic.width; ++x)
                 source.data()[size_t{y} * in + 2 * x + 1] &=
@@ -234,20 +231,20 @@ void check(const Case& c, PictureMaker& maker, Random& random) {
 }
 
 Mosaic any_mosaic(Random& random) {
+    constexpr Format first[] = {Format::BAY8_A, Format::BAY10_A, Format::BAY12_A, Format::BAY14_A,
+                                Format::BAY16_A};
+    size_t depth = random.below(5);
     Mosaic mosaic;
-    const uint32_t letter = random.below(4);
-    constexpr uint32_t first[] = {TBL_CODE_BAY8_A, TBL_CODE_BAY10_A, TBL_CODE_BAY12_A,
-                                  TBL_CODE_BAY14_A, TBL_CODE_BAY16_A};
-    mosaic.phase = TBL_BAYER_PHASE_A + letter * 0x100;
-    mosaic.format = TBL_FORMAT(BAY8) - TBL_CODE_BAY8 + first[random.below(5)] + letter;
-    if (random.one_in(2)) return mosaic;
-    TRW_PackingInfo info{};
-    info.size = sizeof info;
-    do {
-        mosaic.packing = random.between(1, TRW_PACKING_END - 1);
-        TRW_PackingInfoGet(mosaic.packing, 0, 0, &info);
-    } while (info.format == TBL_FORMAT(YUV422));
-    mosaic.format = TBL_FORMAT(BAY8) - TBL_CODE_BAY8 + first[(info.bits - 8) / 2] + letter;
+    if (random.one_in(2)) {
+        TRW_PackingInfo info{};
+        info.size = sizeof info;
+        do {
+            mosaic.layout.packing = random.between(1, TRW_PACKING_END - 1);
+            TRW_PackingInfoGet(mosaic.layout.packing, 0, 0, &info);
+        } while (info.format == TBL_FORMAT(YUV422));
+        depth = (info.bits - 8) / 2;
+    }
+    mosaic.layout.format = Format{static_cast<uint32_t>(first[depth]) + random.below(4)};
     return mosaic;
 }
 
@@ -285,7 +282,7 @@ TEST(PictureMaker, LargePicturesOnThreads) {
 // What cannot be made says why, and the next picture is made.
 TEST(PictureMaker, RefusesInWords) {
     PictureMaker maker;
-    Mosaic mosaic{4, 2, TBL_FORMAT(BAY8_A), 0, TBL_BAYER_PHASE_A};
+    const Mosaic mosaic{4, 2, {Format::BAY8_A, 0}};
     Bytes source(8), picture(24);
     const Lines from{source.data(), source.size(), 4}, to{picture.data(), picture.size(), 12};
     Settings settings;
