@@ -7,8 +7,8 @@ import os
 import secrets
 import shutil
 import stat
-from contextlib import suppress
-from typing import BinaryIO, Optional, Tuple
+from contextlib import contextmanager, suppress
+from typing import BinaryIO, Iterator, Optional, Tuple
 
 import numpy as np
 
@@ -76,8 +76,9 @@ def _encode(source: Picture, kind: str, path: Path, content: BinaryIO) -> None:
                          "the limit of file sizes or of memory, or a picture of 4 GiB or more")
 
 
-def _store(content: BinaryIO, place: str, mode: Optional[int]) -> None:
-    """Puts the file at its place: whole, or not at all."""
+@contextmanager
+def _placed(place: str, mode: Optional[int]) -> Iterator[BinaryIO]:
+    """A file that appears at its place when the block ends: whole, or not at all."""
     folder = os.open(os.path.dirname(place), os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
     part = f".trvil-{secrets.token_hex(16)}.part"
 
@@ -86,7 +87,7 @@ def _store(content: BinaryIO, place: str, mode: Optional[int]) -> None:
 
     try:
         with open(part, "xb", opener=create) as out:
-            shutil.copyfileobj(content, out, 1 << 20)
+            yield out
             if mode is not None:
                 os.fchmod(out.fileno(), mode)
         os.replace(part, os.path.basename(place), src_dir_fd=folder, dst_dir_fd=folder)
@@ -98,6 +99,22 @@ def _store(content: BinaryIO, place: str, mode: Optional[int]) -> None:
         raise
     finally:
         os.close(folder)
+
+
+@contextmanager
+def whole_file(path: Path) -> Iterator[BinaryIO]:
+    """A file to be written in the block, which replaces `path` whole or not at all. Errors are those of write()."""
+    place, mode = _replaced(path)
+    try:
+        with _placed(place, mode) as out:
+            yield out
+    except OSError as problem:
+        if problem.filename is None and problem.errno in _NO_ROOM:
+            raise _not_whole(path, c.TRV_STATUS_FILE_CLOSE, problem.strerror) from problem
+        if problem.filename is not None and os.fsdecode(problem.filename).startswith("/") \
+                and problem.filename != os.path.dirname(place):
+            raise  # of a file that is read in the block
+        raise OSError(problem.errno, problem.strerror, os.fsdecode(path)) from problem
 
 
 def write(array: Readable, path: Path, format: FormatName, *, kind: Optional[str] = None,
@@ -128,12 +145,7 @@ def write(array: Readable, path: Path, format: FormatName, *, kind: Optional[str
         raise Error(c.TRV_STATUS_TIFF_FORMAT,
                     f"status {c.TRV_STATUS_TIFF_FORMAT}: a TIFF file cannot hold {source.format.name}\n"
                     f"why: it holds {', '.join(_TIFF_HEADS)}\nnext: convert to one of them, or write a .raw file")
-    place, mode = _replaced(path)
     with open(os.memfd_create("trvil"), "rb") as content:
         _encode(source, kind, path, content)
-        try:
-            _store(content, place, mode)
-        except OSError as problem:
-            if problem.errno in _NO_ROOM:
-                raise _not_whole(path, c.TRV_STATUS_FILE_CLOSE, problem.strerror) from problem
-            raise OSError(problem.errno, problem.strerror, os.fsdecode(path)) from problem
+        with whole_file(path) as out:
+            shutil.copyfileobj(content, out, 1 << 20)
