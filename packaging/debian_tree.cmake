@@ -1,7 +1,8 @@
 # Run by cpack on the trees that become Debian's packages, before they do.
 
 # Libraries lie where the loader looks anyway, so run paths go; so do sections that nobody reads.
-file(GLOB_RECURSE binaries ${CPACK_TEMPORARY_DIRECTORY}/*/usr/bin/* ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/*.so*)
+file(GLOB_RECURSE binaries ${CPACK_TEMPORARY_DIRECTORY}/*/usr/bin/* ${CPACK_TEMPORARY_DIRECTORY}/*/usr/lib/*.so*
+                       ${CPACK_TEMPORARY_DIRECTORY}/*/usr/libexec/trvil/*)
 foreach(binary ${binaries})
   if(IS_SYMLINK ${binary})
     continue()

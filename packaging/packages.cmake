@@ -98,6 +98,14 @@ balance and stretch; finds out the phase of a mosaic; makes frames of the
 fields of interlaced pictures.")
 endif()
 
+if(TARGET trvil_grab)
+  debian_package(grab trvil-grab graphics "trvil (>= ${PROJECT_VERSION}), libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
+"turn frames of GenICam cameras into pictures and video
+Adds the command grab to trvil: takes frames of GigE Vision and USB3 Vision
+cameras by Aravis, in every pixel format that trvil reads, and converts them
+to picture files or streams.")
+endif()
+
 if(TARGET trvil_python)
   debian_package(python python3-trvil python "python3:any, python3-numpy, libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
 "image processing for frame grabbers and cameras - Python module

@@ -7,6 +7,7 @@ numbers from 1 for each program that takes control.
 It resends nothing. "ready" on stdout says that it listens; it ends when stdin does.
 """
 import argparse
+import fcntl
 import os
 import select
 import socket
@@ -70,6 +71,15 @@ def xml():
 <Command Name="AcquisitionStart"><pValue>StartReg</pValue><CommandValue>1</CommandValue></Command>
 <Command Name="AcquisitionStop"><pValue>StopReg</pValue><CommandValue>1</CommandValue></Command>
 {nodes}<Port Name="Device"/></RegisterDescription>""".encode()
+
+
+def raise_loopback():
+    """In a network of its own, as scripts/bare has it, a machine's loopback is down at first."""
+    get_flags, set_flags, up = 0x8913, 0x8914, 1
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as any_socket:
+        name, flags = struct.unpack("16sh14x", fcntl.ioctl(any_socket, get_flags, struct.pack("16sh14x", b"lo", 0)))
+        if not flags & up:
+            fcntl.ioctl(any_socket, set_flags, struct.pack("16sh14x", name, flags | up))
 
 
 class Camera:
@@ -207,6 +217,7 @@ def options():
 
 if __name__ == "__main__":
     said = options()
+    raise_loopback()
     camera = Camera(said)
     if said.run is None:
         camera.run()

@@ -4,7 +4,7 @@ import re
 import sys
 
 tree = pathlib.Path(__file__).resolve().parents[2]
-ROOMS = "image|support|companion|raw|tool|tests|docs|include|scripts|bench|cmake|python|packaging|fuzz"
+ROOMS = "image|support|companion|raw|tool|grab|tests|docs|include|scripts|bench|cmake|python|packaging|fuzz"
 PATH = re.compile(rf"({ROOMS})/[\w./*-]+")
 TEST = re.compile(r"(?:([A-Z]\w+)[./])?([A-Z][a-z]+(?:[A-Z0-9][a-z0-9]*){2,})")
 NAME = re.compile(r"\*?((?:TIL|TRV|TRW|TBL|TBS|OBL)_\w+[a-zA-Z0-9])(\(.*\))?")
