@@ -8,6 +8,7 @@ test_packages=(libgtest-dev git clang-format
     pkg-config libopencv-imgproc-dev dpkg-dev fakeroot lintian file     # packages
     dcraw libimage-exiftool-perl libraw-bin                             # DNG files
     libaravis-dev                                                       # cameras
+    ffmpeg                                                              # streams
     libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-{good,bad} gstreamer1.0-tools # GStreamer
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
