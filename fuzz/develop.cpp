@@ -72,6 +72,12 @@ double any_number(Input& in) {
     return (in.word() - 32768.0) / 16384;
 }
 
+// Of a later version, which goes on after the record.
+struct LaterSettings {
+    TRW_DevelopSettings known;
+    uint8_t more[256];
+};
+
 TRW_DevelopSettings any_settings(Input& in, std::vector<TRW_Defect>* defects) {
     TRW_DevelopSettings s{};
     s.size = in.one_in(64) ? in.byte() : uint32_t{sizeof s};
@@ -100,7 +106,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint32_t packing = in.one_in(3) ? in.below(trv::raw::packing_count + 2) : 0;
     const uint32_t width = in.below(70), height = in.below(9);
     std::vector<TRW_Defect> defects;
-    TRW_DevelopSettings settings = any_settings(in, &defects);
+    LaterSettings later{any_settings(in, &defects), {}};
+    TRW_DevelopSettings& settings = later.known;
+    later.more[in.byte()] = in.one_in(16) ? 1 : 0;
     Answers from = any_buffer(in, width, height, packing, false),
             to = any_buffer(in, width, height, 0, true),
             dark = any_buffer(in, width, height, 0, false),
@@ -120,7 +128,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint64_t source = fuzz::handle_of(from), destination = fuzz::handle_of(to);
     TRW_Recipe* recipe = nullptr;
     const char* why = nullptr;
-    const uint32_t status = TRW_RecipeCreate(&recipe, source, packing, &settings, &why);
+    const uint32_t status = TRW_RecipeCreate(
+        &recipe, source, packing, reinterpret_cast<const TRW_DevelopSettings*>(&later), &why);
     fuzz::require((status == TRV_STATUS_OK) == (recipe != nullptr), "a recipe after a success");
     fuzz::require((status == TRV_STATUS_OK) == (why == nullptr), "a reason after a failure");
     if (recipe == nullptr) return 0;

@@ -110,7 +110,10 @@ TEST_F(Info, RefusesWithAWayOut) {
           Case{"guess a.raw -o -", 2, "PNG file"}, Case{"help fromats", 2, "formats"},
           Case{"bench -s 64x48 -f Mono8 -t BGR24 -m ave", 2, "not a mosaic"},
           Case{"bench -s 64x48 -f BAY8 -t BAY8", 2, "nothing to measure"},
-          Case{"bench -s 64x48 -f BAY8 -t Mono8", 3, "no way"}}) {
+          Case{"bench -s 64x48 -f BAY8 -t Mono8", 3, "no way"},
+          Case{"bench -s 64x48 -f 12p -t BGR24 -m ave", 2, "not a mosaic"},
+          Case{"bench -s 64x48 -f YUV422 -t BGR24 --settings none.json", 4, "none.json"},
+          Case{"bench -s 64x48 -f BAY12 -t YUV422 --settings /dev/null", 2, "/dev/null"}}) {
         SCOPED_TRACE(c.words);
         const Result result = folder.trvil(c.words);
         EXPECT_EQ(result.exit, c.exit);
@@ -122,10 +125,15 @@ TEST_F(Info, RefusesWithAWayOut) {
 
 TEST_F(Info, IsJsonThatOtherProgramsRead) {
     ASSERT_EQ(folder.trvil("sample -s 64x48 -f BAY8 -o m.raw").exit, 0);
+    folder.write("s.json", R"({"black": "64", "wb": "2,1,1.5", "curve": "srgb"})");
     for (const std::string command :
          {"info --build", "info -s 64x48 -f BAY8 m.raw", "guess m.raw", "formats", "routes",
           "routes BAY8", "routes Mono12P BGRX32", "phase -s 64x48 -f BAY8 m.raw",
-          "bench -s 64x48 -f BAY8 -t BGR24 --rounds 3 --threads 2"}) {
+          "bench -s 64x48 -f BAY8 -t BGR24 --rounds 3 --threads 2",
+          "bench -s 63x47 -f 10p -t Mono10 --rounds 3",
+          "bench -s 64x48 -f 12Packed --phase B -m gradient -t BGRX32 --rounds 3",
+          "bench -s 63x48 -f BAY12P_A -t RGB48 --rounds 3",
+          "bench -s 64x48 -f 12p --phase C -t RGB48 --settings s.json --rounds 3"}) {
         const Result result =
             folder.shell("trvil " + command + " --json | /usr/bin/python3 -m json.tool >/dev/null");
         EXPECT_EQ(result.exit, 0) << command << result.err;

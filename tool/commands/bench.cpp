@@ -16,45 +16,75 @@ namespace trv::tool {
 namespace {
 
 constexpr const char* footer =
-    R"(Conversion and memory copy take turns, round by round, and medians are compared: what the machine
+    R"(A packing, such as 12p, is grey unless --phase says that it is a mosaic.
+Conversion and memory copy take turns, round by round, and medians are compared: what the machine
 does to one it does to the other. The copy moves as many bytes as the conversion reads and writes.
 One thread is timed by the processor's time of its own, several by the clock.
 Each thread has pictures of its own. Without --cold they are the same ones in every round, as in a
 program that looks at a picture at once; with it they are out of the caches, as after a transfer.)";
 
 struct Options {
-    std::string size, from, to, phase, method;
+    std::string size, from, to, phase, method, settings;
     uint32_t threads = 1, rounds = 31;
     bool cold = false, json = false;
 };
 
-uint32_t method_of(const Options& o, const Format& from) {
-    if (from.family != Family::bayer && !(o.method.empty() && o.phase.empty()))
+uint32_t method_of(const std::string& said, const Options& o, const Format& from) {
+    if (from.family != Family::bayer && !(said.empty() && o.phase.empty()))
         throw Failure(Exit::usage, text("-m and --phase make no sense with ", from.name),
                       "it is not a mosaic", "leave them out, or check -f");
-    return o.method.empty() ? default_method : method_named(o.method);
+    return said.empty() ? default_method : method_named(said);
+}
+
+Path path_of(const Geometry& source, const Format& to, const Demosaic& how) {
+    const Path path = plan(*source.format, &to, Kind::raw, how, Via::automatic);
+    if (path.size() < 2 && source.packing == 0)
+        throw Failure(Exit::usage, "nothing to measure", "source and result are the same",
+                      "choose another format with -t");
+    return path;
 }
 
 Task make_task(const Options& o) {
-    const Format& from = format_named(o.from);
-    const Format& to = format_named(o.to);
-    const Size size = size_named(o.size);
-    Demosaic how{method_of(o, from), from.phase == Phase::none ? Phase::A : from.phase};
+    const Pixels pixels = pixels_named(o.from);
+    const Geometry source = source_geometry(o.phase.empty() ? pixels : as_mosaic(pixels),
+                                            size_named(o.size), std::nullopt);
+    const Format &from = *source.format, &to = format_named(o.to);
+    SettingTexts said;
+    if (!o.settings.empty()) said = read_settings(o.settings);
+    if (!o.method.empty()) said.method = o.method;
+    Demosaic how{method_of(said.method, o, from),
+                 from.phase == Phase::none ? Phase::A : from.phase};
     if (!o.phase.empty()) how.phase = phase_named(o.phase);
-    if (from.family == Family::bayer && (size.width < 2 || size.height < 2))
+    if (from.family == Family::bayer && (source.width < 2 || source.height < 2))
         throw Failure(Exit::usage, "a mosaic has at least 2x2 pixels", "", "check -s");
-    const Path path = plan(from, &to, Kind::raw, how, Via::automatic);
-    if (path.size() < 2)
-        throw Failure(Exit::usage, "nothing to measure", "source and result are the same",
-                      "choose another format with -t");
-    return {path, how, size, {o.rounds, o.threads, o.cold}};
+    const timing::Rules rules{o.rounds, o.threads, o.cold};
+    if (o.settings.empty()) return {source, path_of(source, to, how), how, rules, nullptr};
+    if (!is_developed(from))
+        throw Failure(Exit::usage, text("cannot develop ", source.name()),
+                      "it is neither a mosaic nor grey", "leave --settings out");
+    const Tuning tuning = tuning_named(said.balance.empty() ? "off" : said.balance, "none");
+    return {source,
+            {&from, &to},
+            how,
+            rules,
+            std::make_shared<Developer>(understand(said), tuning, source, 0, how)};
+}
+
+// The source by its own name, then what its picture goes through.
+std::vector<std::string> path_names(const Task& task) {
+    std::vector<std::string> names;
+    if (task.source.packing != 0) names.push_back(packing_name(task.source.packing));
+    for (const Format* format : task.path) names.emplace_back(format->name);
+    return names;
 }
 
 std::string title(const Task& task) {
     const Format& from = *task.path.front();
-    std::string words = text(task.size.width, "x", task.size.height, " ", path_text(task.path));
+    std::string words =
+        text(task.source.width, "x", task.source.height, " ", list(path_names(task), " > "));
     if (from.family == Family::bayer)
         words += text(", ", method_name(task.how.method), " ", phase_name(task.how.phase));
+    if (task.developer != nullptr) words += ", developed";
     return text(words, "; level ", build_info().level, ", ", task.rules.threads,
                 task.rules.threads == 1 ? " thread, " : " threads, ", task.rules.rounds,
                 " rounds, ", task.rules.cold ? "cold" : "warm");
@@ -71,14 +101,13 @@ void print(const Task& task, const Timing& t) {
 }
 
 void print_as_json(const Task& task, const Timing& t) {
-    std::vector<std::string> path;
-    for (const Format* format : task.path) path.emplace_back(format->name);
     const bool mosaic = task.path.front()->family == Family::bayer;
-    print_json({{"width", task.size.width},
-                {"height", task.size.height},
-                {"path", path},
+    print_json({{"width", task.source.width},
+                {"height", task.source.height},
+                {"path", path_names(task)},
                 {"method", mosaic ? Json(method_name(task.how.method)) : Json()},
                 {"phase", mosaic ? Json(phase_name(task.how.phase)) : Json()},
+                {"developed", task.developer != nullptr},
                 {"level", build_info().level},
                 {"threads", task.rules.threads},
                 {"rounds", task.rules.rounds},
@@ -104,7 +133,7 @@ void add_bench(CLI::App* app) {
     command->add_option("-s,--size", o->size, "Pixels, as WIDTHxHEIGHT")
         ->required()
         ->type_name("SIZE");
-    command->add_option("-f,--format", o->from, "Format of the source")
+    command->add_option("-f,--format", o->from, "Format or packing of the source")
         ->required()
         ->type_name("FORMAT");
     command->add_option("-t,--to", o->to, "Format of the result")->required()->type_name("FORMAT");
@@ -112,8 +141,12 @@ void add_bench(CLI::App* app) {
         ->add_option("--phase", o->phase,
                      "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [format's, else A]")
         ->type_name("PHASE");
-    command->add_option("-m,--method", o->method, "Missing colours: dup, ave or med [ave]")
+    command
+        ->add_option("-m,--method", o->method, "Missing colours: dup, ave, med or gradient [ave]")
         ->type_name("METHOD");
+    command
+        ->add_option("--settings", o->settings, "Develop by what `convert --save-settings` wrote")
+        ->type_name("FILE");
     command->add_option("--threads", o->threads, "So many pictures at a time [1]")
         ->check(CLI::Range(1, 256))
         ->type_name("N");

@@ -173,14 +173,10 @@ bool unpacks_in_passing(const Conversion& c) {
     return !demosaics(*c.path[0], *c.path[1]) || c.source.width % 2 == 0;
 }
 
-// How many steps from `step` on are one call: a packed mosaic's two over whole samples, under the
-// same conditions.
+// How many steps from `step` on are one call, under the same conditions.
 size_t steps_in_passing(const Conversion& c, size_t step) {
-    if (step + 2 >= c.path.size() || c.tuning.needed()) return 1;
-    const Format &from = *c.path[step], &samples = *c.path[step + 1];
-    const bool unpacks = is_packed(from) && from.family == Family::bayer &&
-                         samples.family == Family::bayer && !is_packed(samples);
-    return unpacks && c.source.width % 2 == 0 ? 2 : 1;
+    const bool is_one = passes_over(c.path, step) && !c.tuning.needed() && c.source.width % 2 == 0;
+    return is_one ? 2 : 1;
 }
 
 using Room = std::optional<Frame>;  // memory that a picture may take

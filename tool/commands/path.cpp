@@ -150,6 +150,13 @@ std::optional<Path> find_path(const Format& source, Kind kind, const Demosaic& h
     return std::nullopt;
 }
 
+bool passes_over(const Path& path, size_t step) {
+    if (step + 2 >= path.size()) return false;
+    const Format &from = *path[step], &samples = *path[step + 1];
+    return is_packed(from) && from.family == Family::bayer && samples.family == Family::bayer &&
+           !is_packed(samples);
+}
+
 Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via) {
     if (wanted != nullptr && !holds(kind, *wanted)) throw unsuited(*wanted, kind);
     const std::string target = wanted != nullptr ? wanted->name : text("a .", kind_name(kind));

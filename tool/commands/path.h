@@ -37,6 +37,10 @@ std::string path_text(const Path& path);
 // The shortest path on which nothing is lost before the last step; direct where that is no loss.
 std::optional<Path> find_chain(const Format& from, const Format& to, const Demosaic& how);
 
+// Whether the step from `step` on and the next one are one call: those of a packed mosaic over its
+// samples.
+bool passes_over(const Path& path, size_t step);
+
 // The path to `wanted`, or where that is null to what suits the kind of file best.
 Path plan(const Format& source, const Format* wanted, Kind kind, const Demosaic& how, Via via);
 

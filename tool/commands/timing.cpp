@@ -5,7 +5,7 @@
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
 #include "tool/picture/frame.h"
-#include "trvil/til.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
@@ -18,21 +18,42 @@ Frame noisy(const Geometry& geometry) {
     return frame;
 }
 
+// The formats that the calls make, one after the other.
+Path results_of(const Task& task) {
+    if (task.developer != nullptr) return {task.path.back()};
+    if (task.path.size() == 1) return task.path;
+    Path results;
+    for (size_t step = 0; step + 1 < task.path.size(); ++step) {
+        if (passes_over(task.path, step)) ++step;
+        results.push_back(task.path[step + 1]);
+    }
+    return results;
+}
+
 // The pictures of one thread, one after the other when they are to be cold.
 class Worker {
   public:
-    explicit Worker(const Task& task) : steps_(task.path.size() - 1) {
-        for (size_t i = 0; i < steps_; ++i)
-            bytes_ += tight_of(task, i).bytes() + tight_of(task, i + 1).bytes();
-        for (size_t set = timing::sets_of(bytes_, task.rules); set > 0; --set) add_set(task);
+    explicit Worker(const Task& task) : task_(task), results_(results_of(task)) {
+        uint64_t read = task.source.bytes();
+        for (const Format* format : results_) {
+            const uint64_t written = tight_of(*format).bytes();
+            bytes_ += read + written;
+            read = written;
+        }
+        for (size_t set = timing::sets_of(bytes_, task.rules); set > 0; --set) add_set();
+        if (task.developer != nullptr) recipe_ = task.developer->recipe_for(frames_[0], nullptr);
     }
 
     uint64_t bytes() const { return bytes_; }
 
     void convert() {
-        const size_t first = turn_++ % (frames_.size() / (steps_ + 1)) * (steps_ + 1);
-        for (size_t i = 0; i < steps_; ++i)
-            status_ |= TIL_Convert(frames_[first + i].handle(), frames_[first + i + 1].handle());
+        const size_t pictures = results_.size() + 1;
+        const Frame* set = &frames_[turn_++ % (frames_.size() / pictures) * pictures];
+        if (recipe_ != nullptr)
+            return task_.developer->develop(set[0], recipe_.get(), set[1], nullptr);
+        status_ |= first_call(set[0], set[1]);
+        for (size_t i = 1; i < results_.size(); ++i)
+            status_ |= TRW_Convert(set[i].handle(), 0, set[i + 1].handle(), nullptr, nullptr);
     }
 
     void copy() {
@@ -45,30 +66,48 @@ class Worker {
   private:
     using Bytes = std::vector<uint8_t>;
 
-    static Geometry tight_of(const Task& task, size_t step) {
-        return tight(*task.path[step], task.size.width, task.size.height);
+    Geometry tight_of(const Format& format) const {
+        return tight(format, task_.source.width, task_.source.height);
     }
 
     // Unpacking writes whole groups, so lines of what it makes have room after them.
-    static Geometry roomy_of(const Task& task, size_t step) {
-        Geometry g = tight_of(task, step);
-        if (step > 0 && is_packed(*task.path[step - 1]) && task.size.width % 4 != 0) g.stride += 8;
+    Geometry roomy_of(const Format& made_of, const Format& format) const {
+        Geometry g = tight_of(format);
+        if (is_packed(made_of) && g.width % 4 != 0) g.stride += 8;
         return g;
     }
 
-    void add_set(const Task& task) {
-        for (size_t i = 0; i <= steps_; ++i) {
-            frames_.push_back(noisy(roomy_of(task, i)));
-            frames_.back().set_bayer(task.how.method, task.how.phase);
+    uint32_t first_call(const Frame& from, const Frame& to) const {
+        const Geometry& g = task_.source;
+        if (g.packing == 0) return TRW_Convert(from.handle(), 0, to.handle(), nullptr, nullptr);
+        const bool mosaic = g.format->family == Family::bayer;
+        const TRW_Settings settings{sizeof settings, whole_code(*g.format),
+                                    mosaic ? task_.how.method : 0,
+                                    mosaic ? phase_parameter(task_.how.phase) : 0};
+        return TRW_Convert(packed_lines(from, g, 0, g.height).handle(), g.packing, to.handle(),
+                           &settings, nullptr);
+    }
+
+    void add_set() {
+        frames_.push_back(noisy(bytes_of(task_.source)));
+        const Format* made_of = task_.source.format;
+        for (const Format* format : results_) {
+            frames_.push_back(noisy(roomy_of(*made_of, *format)));
+            made_of = format;
         }
+        for (size_t i = frames_.size() - results_.size() - 1; i < frames_.size(); ++i)
+            frames_[i].set_bayer(task_.how.method, task_.how.phase);
         copies_.emplace_back(Bytes(bytes_ / 2, 1), Bytes(bytes_ / 2, 2));
     }
 
-    size_t steps_, turn_ = 0, copy_turn_ = 0;
+    const Task& task_;
+    const Path results_;
+    size_t turn_ = 0, copy_turn_ = 0;
     uint64_t bytes_ = 0;
     uint32_t status_ = TRV_STATUS_OK;
     std::vector<Frame> frames_;
     std::vector<std::pair<Bytes, Bytes>> copies_;
+    Developer::Recipe recipe_;
 };
 
 }  // namespace
@@ -84,7 +123,7 @@ Timing measure(const Task& task) {
                                           [&](unsigned thread) { workers[thread].copy(); }},
                                          task.rules);
     const double pictures = task.rules.threads;
-    return {seconds[0], seconds[1], pictures * task.size.width * task.size.height,
+    return {seconds[0], seconds[1], pictures * task.source.width * task.source.height,
             pictures * static_cast<double>(workers[0].bytes())};
 }
 

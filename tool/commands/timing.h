@@ -1,17 +1,21 @@
 // How long conversions take, beside memory copies of the same bytes in the same run.
 #pragma once
 
+#include <memory>
+
 #include "tool/cli/geometry.h"
 #include "tool/commands/path.h"
+#include "tool/develop/developer.h"
 #include "tool/timing/comparison.h"
 
 namespace trv::tool {
 
 struct Task {
-    Path path;
+    Geometry source;  // without padding
+    Path path;        // that the source's format begins; alone where it is only unpacked
     Demosaic how;
-    Size size;
-    timing::Rules rules;  // each thread converts pictures of its own
+    timing::Rules rules;                         // each thread converts pictures of its own
+    std::shared_ptr<const Developer> developer;  // null: converted without developing
 };
 
 struct Timing {
