@@ -1,6 +1,7 @@
 """Arrays as the library's pictures: what is accepted, and where a copy has to be made."""
 from __future__ import annotations
 
+import operator
 from dataclasses import dataclass
 from typing import Any, Optional
 
@@ -141,10 +142,20 @@ def samples_of(layout: Layout) -> Format:
     return layout.format if isinstance(layout, Packing) else layout
 
 
+def whole(value: Any, name: str) -> int:
+    """A whole number, of Python or NumPy."""
+    try:
+        return operator.index(value)
+    except TypeError:
+        raise TypeError(f"{name} is {value!r}; give a whole number") from None
+
+
 def picture(array: Readable, format: Layout, width: Optional[int] = None, name: str = "array", *,
             samples: Optional[Format] = None) -> Picture:
     """The array, or what as_array() takes, as a picture, without a copy; ValueError or TypeError says why it is
     none. `samples` is what a packing is unpacked to, where that is not its own format."""
+    if width is not None:
+        width = whole(width, "width")
     array = _in_lines(as_array(array, name), format, width, name)
     _check_kind(array, format, name)
     _check_pixels(array, name)

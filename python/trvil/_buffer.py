@@ -7,7 +7,7 @@ import weakref
 from typing import Any, Dict, Optional, Tuple
 
 from . import _constants as c
-from ._arrays import Picture, picture
+from ._arrays import Picture, picture, whole
 from ._formats import Format, by_code, format_named, formats, method_value, phase_value
 from ._library import RELEASE, Error, buffers
 from ._packings import packing_named
@@ -91,6 +91,7 @@ class Buffer:
         or begins inside a group that cannot be cut.
         """
         handle = ctypes.c_uint64()
+        x, y, width, height = whole(x, "x"), whole(y, "y"), whole(width, "width"), whole(height, "height")
         if min(x, y, width, height) < 0 or max(x, y, width, height) > 0xFFFFFFFF:
             raise ValueError(f"{width} x {height} at {x}, {y} is no rectangle")
         status = buffers.TBS_BufferView(ctypes.byref(handle), self.handle, x, y, width, height)

@@ -2,7 +2,6 @@
 from __future__ import annotations
 
 import ctypes
-import threading
 import weakref
 from typing import Any, Optional, Tuple
 
@@ -10,7 +9,7 @@ import numpy as np
 
 from . import _constants as c
 from . import _library
-from ._arrays import Picture, output, picture
+from ._arrays import Picture, output, picture, whole
 from ._buffer import wrap_picture
 from ._formats import Format, format_named, formats, method_value, phase_letter, phase_value
 from ._library import Error, raw
@@ -21,7 +20,6 @@ from ._types import Array, FormatName, Layout, PackingName, Readable, Writable
 
 _CURVES = {"none": c.TRW_CURVE_NONE, "srgb": c.TRW_CURVE_SRGB, "gamma": c.TRW_CURVE_GAMMA}
 _MOST_PREPARED = 8  # kinds of pictures that settings remember
-_lock = threading.Lock()
 _Kind = Tuple[str, str, Tuple[int, int], int]
 
 
@@ -129,28 +127,26 @@ class Recipe:
         if not isinstance(settings, Settings):
             raise TypeError(f"settings are trvil.Settings, not {type(settings).__name__}; "
                             "Settings.from_dict() and Settings.read() make them")
+        width, height = whole(width, "width"), whole(height, "height")
         if not (1 <= width <= 0xFFFFFFFF and 1 <= height <= 0xFFFFFFFF):
             raise ValueError(f"a picture has at least one pixel, not {width} x {height}")
         samples = format_named(source)
         if phase is not None and samples.family != "bayer":
             raise ValueError(f"phase={phase!r} makes no sense with {samples.name}, which is not a mosaic")
-        self._settings, self._samples, self._size = settings, samples, (int(width), int(height))
+        self._settings, self._samples, self._size = settings, samples, (width, height)
         self._layout: Layout = samples if packing is None else packing_named(packing)
         self._phase = phase_value(phase, samples) if samples.family == "bayer" else 0
         self._prepared = self._take_prepared()
 
     def _take_prepared(self) -> _Prepared:
+        """Without a lock, which a child made by fork might find taken: at worst two threads prepare the same."""
         kinds, kind = self._settings._prepared, self._kind()
-        with _lock:
-            prepared: Optional[_Prepared] = kinds.pop(kind, None)
-            if prepared is not None:
-                kinds[kind] = prepared  # the last one used stays longest
-                return prepared
-        prepared = _prepare(self._settings, self._samples, self._layout, *self._size, self._phase)
-        with _lock:
+        prepared: Optional[_Prepared] = kinds.get(kind)
+        if prepared is None:
+            prepared = _prepare(self._settings, self._samples, self._layout, *self._size, self._phase)
             kinds[kind] = prepared
-            while len(kinds) > _MOST_PREPARED:
-                del kinds[next(iter(kinds))]
+            for oldest in list(kinds)[:-_MOST_PREPARED]:
+                kinds.pop(oldest, None)
         return prepared
 
     def _kind(self) -> _Kind:

@@ -18,9 +18,9 @@ _FLAGS = {"odd": 0, "even": 1}
 
 
 def _check(field: Picture, method: str, lines: str) -> None:
-    if method not in _METHODS:
+    if not isinstance(method, str) or method not in _METHODS:
         raise ValueError(f"no method is called {method!r}; use dup, ave, bilinear or median")
-    if lines not in _FLAGS:
+    if not isinstance(lines, str) or lines not in _FLAGS:
         raise ValueError(f"no field is called {lines!r}; use odd or even")
     if method in ("bilinear", "median") and field.width < 2:
         raise ValueError(f"{method} takes its neighbours from lines of at least two pixels; use dup or ave")

@@ -91,7 +91,7 @@ def format_named(name: FormatName) -> Format:
     """The format of that name, or the format itself. ValueError tells near names."""
     if isinstance(name, Format):
         return name
-    if name in formats:
+    if isinstance(name, str) and name in formats:
         return formats[name]
     near = [known for known in formats if known.lower().startswith(str(name).lower()[:4])]
     hint = f"; near it are {', '.join(near)}" if near else ""
@@ -122,6 +122,6 @@ _METHODS = {"dup": c.TBL_BAYER_METHOD_DUP, "ave": c.TBL_BAYER_METHOD_AVE, "med":
 
 def method_value(method: str) -> int:
     """The number of a demosaic method."""
-    if method not in _METHODS:
+    if not isinstance(method, str) or method not in _METHODS:
         raise ValueError(f"no demosaic method is called {method!r}; use {', '.join(_METHODS)}")
     return _METHODS[method]

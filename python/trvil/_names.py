@@ -6,6 +6,7 @@ from dataclasses import dataclass
 from typing import Any, Callable, Iterator, Optional, Tuple
 
 from . import _constants as c
+from ._arrays import whole
 from ._formats import Format, by_code, format_named, format_of, method_value, phase_letter, phase_value
 from ._library import Reading as _Reading
 from ._library import Route as _Route
@@ -70,7 +71,7 @@ def _reading(call: Callable[..., int], *arguments: Any) -> Reading:
 
 
 def _system(name: str) -> int:
-    if name not in _SYSTEMS:
+    if not isinstance(name, str) or name not in _SYSTEMS:
         raise ValueError(f"no system is called {name!r}; use {', '.join(_SYSTEMS)}")
     return _SYSTEMS[name]
 
@@ -95,6 +96,7 @@ def find_code(system: str, code: int) -> Reading:
 
     As with find_name(), `why` says why not. Raises ValueError for no system and no such number.
     """
+    code = whole(code, "code")
     if not 0 <= code <= 0xFFFFFFFF:
         raise ValueError(f"{code} is no number of 32 bits")
     return _reading(raw.TRW_FindCode, _system(system), code)

@@ -81,7 +81,7 @@ def packing_named(name: PackingName) -> Packing:
     """The packing of that name, or the packing itself."""
     if isinstance(name, Packing):
         return name
-    if name in packings:
+    if isinstance(name, str) and name in packings:
         return packings[name]
     raise ValueError(f"no packing is called {name!r}; there are {', '.join(packings)}. find_name() tells the "
                      "packing that a name of a camera or driver means")

@@ -8,9 +8,10 @@ from typing import Any, Dict, Mapping, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
+from ._arrays import as_array
 from ._formats import method_value
 from ._sensor_files import read_defects, read_matrix, read_reference
-from ._types import Array, FormatName, PackingName, Path, Words
+from ._types import Array, FormatName, PackingName, Path, Readable, Words
 
 _NAMES = "black", "white", "dark", "flat", "defects", "wb", "ccm", "curve", "method"
 _FILES = "dark", "flat", "defects"
@@ -44,12 +45,11 @@ def _kept(array: Array, dtype: Words) -> Array:
     return array
 
 
-def _reference(value: Any, name: str) -> Array:
-    if not isinstance(value, np.ndarray) or value.dtype not in (np.uint8, np.uint16) or value.ndim != 2:
-        described = f"{value.dtype} {value.shape}" if isinstance(value, np.ndarray) else type(value).__name__
-        raise ValueError(f"{name} is an array (height, width) of uint8 or uint16, not {described}; "
-                         "Settings.read() reads files")
-    return _kept(value, np.dtype(np.uint16))
+def _reference(value: Readable, name: str) -> Array:
+    array = as_array(value, name)
+    if array.dtype not in (np.uint8, np.uint16) or array.ndim != 2:
+        raise ValueError(f"{name} is an array (height, width) of uint8 or uint16, not {array.dtype} {array.shape}")
+    return _kept(array, np.dtype(np.uint16))
 
 
 def _places(value: Any) -> Array:
@@ -129,7 +129,7 @@ class Settings:
     _prepared: Dict[Any, Any]  # recipes of the library, by kind of picture
 
     def __init__(self, black: Union[int, str, Sequence[int], None] = None, white: Union[int, str, None] = None,
-                 dark: Optional[Array] = None, flat: Optional[Array] = None,
+                 dark: Optional[Readable] = None, flat: Optional[Readable] = None,
                  defects: Union[Array, Sequence[Tuple[int, int]], None] = None,
                  wb: Union[float, str, Sequence[float], None] = None,
                  ccm: Union[Array, str, Sequence[float], Sequence[Sequence[float]], None] = None,
