@@ -5,7 +5,7 @@ set(TRVIL_DEBIAN_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
 
 # trvil_install(COMPONENT DIRECTORY WHAT ... [MATCHING ...]): install(WHAT ... DESTINATION DIRECTORY) in
 # both trees. LIBDIR at the beginning of DIRECTORY is where the tree has its libraries, @TREE@ in WHAT is
-# "plain" or "debian". Components: lib, companion, raw, dev, tool, grab, python.
+# "plain" or "debian". Components: lib, companion, raw, dev, tool, grab, python, gstreamer.
 function(trvil_install component directory)
   if(NOT TRVIL_INSTALL)
     return()

@@ -114,6 +114,13 @@ Python, for NumPy arrays too.")
   set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 endif()
 
+if(TARGET trvil_gstreamer)
+  debian_package(gstreamer gstreamer1.0-trvil libs "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
+"image processing for frame grabbers and cameras - GStreamer elements
+trvilbayer makes pictures of a camera's mosaics, of 8 to 16 bits, packed or
+not; trvildeinterlace makes frames of the fields of interlaced ones.")
+endif()
+
 # The tree to unpack anywhere says the same about its licence.
 install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT lib)
 
