@@ -32,6 +32,8 @@ def environment():
     return {**os.environ, "PATH": f"{build / 'bin'}:{os.environ['PATH']}", "LC_ALL": "C.UTF-8",
             "LD_LIBRARY_PATH": libraries, "LIBRARY_PATH": libraries,
             "CPATH": str(tree / "include"), "TRVIL_LIBRARY_DIR": libraries,
+            "GST_PLUGIN_PATH": str(build / "lib/gstreamer-1.0"),
+            "GST_REGISTRY": str(build / "gstreamer-registry"),
             "PYTHONPATH": str(build / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
 
 

@@ -1,5 +1,8 @@
 // The element trvilbayer: caps, strides, pools, and what happens in a running pipeline. What it
 // makes of each format and method: picture_maker_test.cpp.
+#include <fstream>
+#include <iterator>
+
 #include "tests/gstreamer/element.h"
 #include "tests/harness.h"
 #include "trvil/buffer.hpp"
@@ -64,6 +67,7 @@ TEST(GStreamerBayer, MosaicsOfAnotherElement) {
 
 // Lines where GstVideoMeta says, up to the last byte of memory.
 TEST(GStreamerBayer, StridesOfVideoMeta) {
+    ASSERT_TRUE(test::load_plugins());
     for (unsigned width = 2; width <= 67; ++width) {
         const unsigned height = 5, stride = 2 * width + 2 * (width % 7);
         constexpr unsigned offset = 36;
@@ -242,6 +246,27 @@ TEST(GStreamerBayer, TimesFlushingAndTheEnd) {
     }
     gst_harness_push_event(element.harness(), gst_event_new_eos());
     EXPECT_EQ(element.push(test::buffer_of(Bytes(64))), GST_FLOW_EOS);
+}
+
+// The table of the page has the packings of the caps, and no more.
+TEST(GStreamerBayer, ThePageNamesEveryPacking) {
+    std::ifstream file(TRVIL_SOURCES "/docs/gstreamer.md");
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    const Element element("trvilbayer");
+    GstCaps* caps = gst_pad_get_pad_template_caps(GST_PAD_PEER(element.harness()->srcpad));
+    EXPECT_EQ(gst_caps_get_size(caps), 4u);
+    for (guint i = 1; i < gst_caps_get_size(caps); ++i) {
+        const GstStructure* structure = gst_caps_get_structure(caps, i);
+        const GValue* formats = gst_structure_get_value(structure, "format");
+        const GValue* packings = gst_structure_get_value(structure, "packing");
+        std::string row = std::string("| `") +
+                          g_value_get_string(gst_value_list_get_value(formats, 0)) + "`, ... |";
+        for (guint k = 0; k < gst_value_list_get_size(packings); ++k)
+            row +=
+                std::string(" `") + g_value_get_string(gst_value_list_get_value(packings, k)) + "`";
+        EXPECT_NE(page.find(row + " |\n"), std::string::npos) << row;
+    }
+    gst_caps_unref(caps);
 }
 
 // A pipeline of its own threads: flushing seeks while it runs, settings that change, and its end.
