@@ -413,7 +413,7 @@ TEST(Recipe, RefusesWithAReason) {
     refused(
         bayer,
         [](Settings& s) {
-            s.matrix[0] = 9;
+            s.matrix[0] = 7.99;
             s.matrix[4] = s.matrix[8] = 1;
         },
         wrong, "row");

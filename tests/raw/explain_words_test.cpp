@@ -99,6 +99,16 @@ TEST_F(ExplainWords, WarnsOfNothingElse) {
     for (const auto& c : cases) EXPECT_FALSE(says(c)) << c.words;
 }
 
+TEST_F(ExplainWords, SaysWhyNothingIsWritten) {
+    const auto says = [&](uint32_t from, const Shape& s, const char* words) {
+        set_pair(from, s, TBL_FORMAT(BGR24), {8, 4, 24});
+        return explain().says(words);
+    };
+    EXPECT_TRUE(says(TBL_FORMAT(BAY8), {1, 4, 8}, "at least 2 x 2"));
+    EXPECT_TRUE(says(TBL_FORMAT(BAY8), {0, 4, 8}, "no pixels"));
+    EXPECT_TRUE(says(TBL_FORMAT(Mono8), {8, 0, 8}, "no pixels"));
+}
+
 TEST_F(ExplainWords, NamesTheRoutesThatMakeNoPicture) {
     const auto says = [&](uint32_t from, uint32_t to) {
         set_pair(0xC0022600 + from, {8, 4, 64}, 0xC0022600 + to, {8, 4, 64});

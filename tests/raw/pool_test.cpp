@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -72,6 +73,26 @@ TEST_F(Pool, MakesEveryPartOnce) {
         EXPECT_EQ(TRW_PoolDestroy(&pool_), TRV_STATUS_OK);
     }
     work_once(nullptr, 9, 3);
+}
+
+// Seats have memory of their own: threads that are awake from the work before find none left.
+TEST_F(Pool, NoMoreThreadsHelpThanHaveSeats) {
+    create(4);
+    struct Seats {
+        std::atomic<uint32_t> highest{0};
+        static void make(void* context, uint32_t, uint32_t seat) {
+            auto* seats = static_cast<Seats*>(context);
+            for (uint32_t known = seats->highest; known < seat;)
+                seats->highest.compare_exchange_weak(known, seat);
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
+        }
+    };
+    for (int again = 0; again < 50; ++again)
+        for (const uint32_t count : {4u, 2u}) {
+            Seats seats;
+            trv::raw::run(pool_, {Seats::make, &seats, 12, count});
+            ASSERT_LT(seats.highest, count);
+        }
 }
 
 TEST_F(Pool, ServesManyCallersAtOnce) {
