@@ -46,16 +46,4 @@ TEST(OpenCvNames, AMosaicOfTheSamePhaseIsAtMostOneApart) {
     EXPECT_EQ(int{cv::COLOR_BayerRGGB2BGR}, int{cv::COLOR_BayerBG2BGR});
 }
 
-TEST(OpenCvNames, YuvIsThatOfItsFourCharacters) {
-    cv::Mat yuv(6, 10, CV_8UC2), theirs, ours;
-    cv::randu(yuv, 96, 160);
-    cv::cvtColor(yuv, theirs, cv::COLOR_YUV2BGR_UYVY);
-    trvil::convert(trvil::wrap(yuv.reshape(1), trvil::layout_named("pfnc:YUV422_8_UYVY")), ours,
-                   Format::BGR24);
-    // OpenCV takes luminance from 16 to 235, trvil from 0 to 255: alike in order, not in value.
-    EXPECT_LE(cv::norm(theirs, ours, cv::NORM_INF), 30);
-    cv::cvtColor(yuv, theirs, cv::COLOR_YUV2BGR_YUY2);
-    EXPECT_GT(cv::norm(theirs, ours, cv::NORM_INF), 30);
-}
-
 }  // namespace
