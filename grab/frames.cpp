@@ -65,6 +65,13 @@ bool put(const void* memory, uint64_t size) {
     return true;
 }
 
+// Without the name of the library, which report() says.
+std::string reason(const trvil::Error& error) {
+    constexpr std::string_view name = "trvil: ";
+    const std::string words = error.what();
+    return words.rfind(name, 0) == 0 ? words.substr(name.size()) : words;
+}
+
 class Stream {
   public:
     Stream(ArvCamera* camera, const Wanted& wanted) : camera_(camera), wanted_(wanted) {
@@ -83,9 +90,6 @@ class Stream {
         lost_ = g_signal_connect(
             arv_camera_get_device(camera), "control-lost",
             G_CALLBACK(+[](ArvDevice*, std::atomic<bool>* gone) { *gone = true; }), &gone_);
-        arv_camera_set_acquisition_mode(camera, ARV_ACQUISITION_MODE_CONTINUOUS, nullptr);
-        arv_camera_start_acquisition(camera, &error);
-        if (error != nullptr) fail("the camera does not start", &error);
     }
     ~Stream() {
         g_signal_handler_disconnect(arv_camera_get_device(camera_), lost_);
@@ -98,6 +102,10 @@ class Stream {
     Stream& operator=(const Stream&) = delete;
 
     void run() {
+        GError* error = nullptr;
+        arv_camera_set_acquisition_mode(camera_, ARV_ACQUISITION_MODE_CONTINUOUS, nullptr);
+        arv_camera_start_acquisition(camera_, &error);
+        if (error != nullptr) fail("the camera does not start", &error);
         while (!stopped && (wanted_.count == 0 || whole_ < wanted_.count)) {
             ArvBuffer* frame = next();
             if (frame == nullptr || !take(frame)) break;
@@ -177,7 +185,7 @@ class Stream {
             return put_picture(picture, shape_of(picture, frame));
         } catch (const trvil::Error& error) {
             arv_stream_push_buffer(stream_.get(), frame);
-            throw Failure(Exit::no_route, "cannot read the camera's frames", error.what(),
+            throw Failure(Exit::no_route, "cannot read the camera's frames", reason(error),
                           "set another PixelFormat or Width: --set PixelFormat=Mono8");
         }
     }

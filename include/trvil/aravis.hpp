@@ -17,9 +17,9 @@ namespace trvil {
 namespace detail {
 /* Who gets an ArvBuffer back. The stream is not kept: when it is gone, so is its camera. */
 struct ArvLoan {
-    ArvBuffer* buffer;
-    GWeakRef stream;
-    bool returns;
+    ArvBuffer* buffer; /* owned */
+    GWeakRef stream;   /* that gets it, if any */
+    bool returns;      /* to a stream */
 
     ArvLoan(ArvBuffer* lent, ArvStream* owner) : buffer(lent), returns(owner != nullptr) {
         g_weak_ref_init(&stream, owner);
@@ -63,10 +63,12 @@ inline const char* why_incomplete(ArvBufferStatus status) noexcept {
 
 /* What a part of an ArvBuffer says of its picture. */
 struct ArvPicture {
-    PixelLayout layout;
-    uint32_t width, height, stride;
-    void* memory;
-    uint64_t size;
+    PixelLayout layout; /* of its pixels */
+    uint32_t width;     /* pixels */
+    uint32_t height;    /* lines */
+    uint32_t stride;    /* bytes from line to line */
+    void* memory;       /* of its first line */
+    uint64_t size;      /* bytes of it */
 };
 
 /* Bytes from line to line. Where lines end inside a byte or a group, the length of the picture
