@@ -11,6 +11,7 @@ test_packages=(libgtest-dev git clang-format
     ffmpeg                                                              # streams
     libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-{good,bad} gstreamer1.0-tools # GStreamer
     doxygen mandoc furo python3-myst-parser python3-sphinx)             # documentation
+browser_packages=(chromium)                          # what the preset browser takes: 230 MB with what it needs
 clang_packages=(clang clang-tidy libclang-rt-14-dev) # what clang's presets, fuzz/run and scripts/tidy take
 # What the preset aarch64 takes.
 cross_packages=(g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user googletest)

@@ -15,6 +15,8 @@ const std::vector<Topic> topics = {
   trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.dng
   trvil calibrate -s 1920x1080 -f BAY10 --dark-frames dark*.raw --flat-frames flat*.raw -o camera/
   trvil convert -s 1920x1080 -f BAY10 --settings camera/settings.json dump.raw -o picture.png
+  camera | trvil play -s 1920x1080 -f BAY10 --wb grey -
+  trvil play -s 1920x1080 -f BAY10 --wb grey recording.raw -o page.html
   trvil guess unknown.raw -o sheet.png
   trvil info -s 1920x1080 -f BAY10 --phase RGGB dump.raw
   trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png

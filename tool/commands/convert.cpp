@@ -296,6 +296,7 @@ void add_convert(CLI::App* app) {
     add_result(command, options.get());
     add_sensor_options(command, &options->developing);
     add_look_options(command, &options->developing);
+    add_save_option(command, &options->developing);
     add_writing(command, options.get());
     command->footer(footer);
     command->callback([options] { convert_all(*options); });

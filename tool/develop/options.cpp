@@ -39,6 +39,9 @@ void add_look_options(CLI::App* command, DevelopOptions* o) {
         ->add_option("--curve", o->said.curve, "From linear values: none, srgb or gamma:G [none]")
         ->type_name("CURVE")
         ->group(develop_group);
+}
+
+void add_save_option(CLI::App* command, DevelopOptions* o) {
     command->add_option("--save-settings", o->save, "Write all of these here, for --settings")
         ->type_name("FILE")
         ->group(develop_group);

@@ -23,7 +23,10 @@ struct DevelopOptions {
 // Those that describe a sensor: --black, --white, --dark, --flat, --defects, --settings.
 void add_sensor_options(CLI::App* command, DevelopOptions* o);
 
-// Those that say what the picture is to look like: --ccm, --curve, --save-settings.
+// Those that say what the picture is to look like: --ccm, --curve.
 void add_look_options(CLI::App* command, DevelopOptions* o);
+
+// --save-settings.
+void add_save_option(CLI::App* command, DevelopOptions* o);
 
 }  // namespace trv::tool

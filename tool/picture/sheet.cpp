@@ -58,8 +58,9 @@ uint32_t shrinking_step(const Geometry& g, uint32_t most_width, uint32_t most_he
     return std::max({1u, across, down});
 }
 
-Geometry sheet_geometry(uint32_t width, uint32_t height, uint32_t places) {
-    return tight(format_of(Code::BGR24), 2 * width + margin, (places + 1) / 2 * height + margin);
+Geometry sheet_geometry(uint32_t width, uint32_t height, uint32_t places, uint32_t columns) {
+    return tight(format_of(Code::BGR24), columns * width + margin,
+                 (places + columns - 1) / columns * height + margin);
 }
 
 }  // namespace
@@ -80,17 +81,18 @@ Frame shrunk(const Frame& picture, uint32_t most_width, uint32_t most_height) {
     return small;
 }
 
-Sheet::Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places)
-    : width_(std::max(picture_width, most_letters * letter_step) + margin),
+Sheet::Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places, uint32_t columns)
+    : columns_(columns),
+      width_(std::max(picture_width, most_letters * letter_step) + margin),
       height_(picture_height + label_height + margin),
-      frame_(sheet_geometry(width_, height_, places)) {
+      frame_(sheet_geometry(width_, height_, places, columns)) {
     fill(frame_, 0, 0, frame_.geometry().width, frame_.geometry().height, paper);
 }
 
 void Sheet::put(uint32_t place, const Frame& picture, const std::string& label,
                 bool emphasised) const {
     const Geometry& g = picture.geometry();
-    const uint32_t x = margin + place % 2 * width_, y = margin + place / 2 * height_;
+    const uint32_t x = margin + place % columns_ * width_, y = margin + place / columns_ * height_;
     draw_text(frame_, x, y, label.substr(0, (width_ - margin) / letter_step),
               emphasised ? signal : ink);
     const uint32_t top = y + label_height;

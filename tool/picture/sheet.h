@@ -15,8 +15,8 @@ Frame shrunk(const Frame& picture, uint32_t most_width, uint32_t most_height);
 
 class Sheet {
   public:
-    // Two columns of so many pictures, none larger than this.
-    Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places);
+    // So many pictures side by side, none larger than this.
+    Sheet(uint32_t picture_width, uint32_t picture_height, uint32_t places, uint32_t columns = 2);
 
     // Places count line by line. What is emphasised gets a frame in green.
     void put(uint32_t place, const Frame& picture, const std::string& label, bool emphasised) const;
@@ -24,6 +24,7 @@ class Sheet {
     const Frame& frame() const { return frame_; }
 
   private:
+    uint32_t columns_;
     uint32_t width_, height_;  // of a place, margins and label included
     Frame frame_;
 };
