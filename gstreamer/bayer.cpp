@@ -347,7 +347,7 @@ bool find_lines(const Mosaic& mosaic, const Mapped& mapped, const GstVideoMeta* 
     const uint64_t offset = meta == nullptr ? 0 : meta->offset[0];
     const uint64_t size = mapped.size() - MIN(offset, mapped.size());
     uint64_t stride = stride_given;
-    if (meta != nullptr)
+    if (meta != nullptr && meta->stride[0] != 0)  // 0: a source that knows no formats of mosaics
         stride = meta->stride[0] < 0 ? 0 : static_cast<uint64_t>(meta->stride[0]);
     else if (stride == 0 && size % height == 0 && size / height >= line)
         stride = size / height;
