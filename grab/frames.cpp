@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <optional>
 #include <string_view>
@@ -117,9 +118,8 @@ class Stream {
         guint64 completed = 0, failures = 0, underruns = 0;
         arv_stream_get_statistics(stream_.get(), &completed, &failures, &underruns);
         if (incomplete_ != 0)
-            note(text(
-                incomplete_, incomplete_ == 1 ? " frame was" : " frames were",
-                " not whole and left out; a larger packet size or fewer frames a second help"));
+            note(text(incomplete_, incomplete_ == 1 ? " frame was" : " frames were",
+                      " not whole and left out; ", loss_advice));
         if (underruns != 0)
             note(
                 text(underruns, underruns == 1 ? " frame" : " frames",
@@ -174,10 +174,7 @@ class Stream {
     // Writes a whole frame; false when nobody reads any more.
     bool take(ArvBuffer* frame) {
         if (arv_buffer_get_status(frame) != ARV_BUFFER_STATUS_SUCCESS) {
-            const char* why = trvil::detail::why_incomplete(arv_buffer_get_status(frame));
-            if (++incomplete_ <= most_named)
-                note(text("frame ", arv_buffer_get_frame_id(frame), " is left out: ", why));
-            arv_stream_push_buffer(stream_.get(), frame);
+            leave_out(frame);
             return true;
         }
         try {
@@ -188,6 +185,18 @@ class Stream {
             throw Failure(Exit::no_route, "cannot read the camera's frames", reason(error),
                           "set another PixelFormat or Width: --set PixelFormat=Mono8");
         }
+    }
+
+    void leave_out(ArvBuffer* frame) {
+        const char* why = trvil::detail::why_incomplete(arv_buffer_get_status(frame));
+        if (++incomplete_ <= most_named)
+            note(text("frame ", arv_buffer_get_frame_id(frame), " is left out: ", why));
+        arv_stream_push_buffer(stream_.get(), frame);
+        if (Clock::now() - whole_at_ > std::chrono::milliseconds(wanted_.timeout_ms))
+            throw Failure(
+                Exit::input,
+                text("no whole frame came for ", wanted_.timeout_ms, " ms, after ", frames()), why,
+                loss_advice);
     }
 
     bool put_picture(const trvil::RawPicture& picture, const Shape& shape) {
@@ -207,10 +216,14 @@ class Stream {
         if (!put(picture.buffer.memory(), bytes) || !put(padding_.data(), padding_.size()))
             return false;
         ++whole_;
+        whole_at_ = Clock::now();
         return true;
     }
 
+    using Clock = std::chrono::steady_clock;
     static constexpr uint64_t most_named = 5;
+    static constexpr const char* loss_advice =
+        "larger packets, fewer frames a second or a larger net.core.rmem_max help";
 
     ArvCamera* camera_;
     Wanted wanted_;
@@ -220,6 +233,7 @@ class Stream {
     std::optional<Shape> shape_;
     std::string padding_;
     uint64_t whole_ = 0, incomplete_ = 0;
+    Clock::time_point whole_at_ = Clock::now();
 };
 
 }  // namespace

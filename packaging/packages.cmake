@@ -87,8 +87,10 @@ This package has the shared library libtrvraw.so.0.")
 debian_package(dev libtrvil-dev libdevel
 "libtrvil (= ${version}), libtrvraw0 (= ${version}), ${buffers}, libc6-dev"
 "image processing for frame grabbers and cameras - development files
-Headers for C and C++, also for handing pictures to and from OpenCV, and
-files that tell CMake and pkg-config how to link.")
+Headers for C and C++, also for handing pictures to and from OpenCV and
+taking them from Aravis, and files that tell CMake and pkg-config how to
+link.")
+set(CPACK_DEBIAN_DEBIAN_DEV_PACKAGE_SUGGESTS "libopencv-core-dev, libaravis-dev")
 
 if(TARGET trvil_tool)
   debian_package(tool trvil graphics "libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
@@ -99,6 +101,7 @@ fields of interlaced pictures.")
 endif()
 
 if(TARGET trvil_grab)
+  set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_SUGGESTS trvil-grab)
   debian_package(grab trvil-grab graphics "trvil (>= ${PROJECT_VERSION}), libtrvil (>= ${PROJECT_VERSION}), libtrvbl (>= ${PROJECT_VERSION}), libtrvraw0 (>= ${PROJECT_VERSION})"
 "turn frames of GenICam cameras into pictures and video
 Adds the command grab to trvil: takes frames of GigE Vision and USB3 Vision

@@ -92,6 +92,9 @@ def test_lost_packets():
     with Running("--drop", "4"):
         grab("-n", "9", "--as", "gray", "-o", "-",
              says=("frame 4 is left out: packets of it were lost", "2 frames were not whole"))
+    with Running("--drop", "1"):
+        grab("-n", "9", "--timeout", "0.5", "-o", "none.y4m", code=4, says="no whole frame came for 500 ms, after 0")
+    assert not Path("none.y4m").exists()
 
 
 def test_a_camera_that_goes_away():
