@@ -1,5 +1,7 @@
 // The element trvilbayer: caps, strides, pools, and what happens in a running pipeline. What it
 // makes of each format and method: picture_maker_test.cpp.
+#include <gst/video/gstvideopool.h>
+
 #include <fstream>
 #include <iterator>
 
@@ -89,6 +91,60 @@ TEST(GStreamerBayer, StridesOfVideoMeta) {
                                                   Format::BAY12_B, width, height, stride))
             << "width " << width;
     }
+}
+
+// Hands out a pool of pictures whose lines have 24 pixels of padding on the right and 8 on the
+// left.
+GstPadProbeReturn propose_pool(GstPad*, GstPadProbeInfo* info, gpointer pool) {
+    GstQuery* query = GST_PAD_PROBE_INFO_QUERY(info);
+    if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION) return GST_PAD_PROBE_OK;
+    GstCaps* caps = nullptr;
+    GstVideoInfo picture;
+    gst_query_parse_allocation(query, &caps, nullptr);
+    gst_video_info_from_caps(&picture, caps);
+    GstVideoAlignment padding;
+    gst_video_alignment_reset(&padding);
+    padding.padding_left = 8;
+    padding.padding_right = 24;
+    GstStructure* config = gst_buffer_pool_get_config(GST_BUFFER_POOL(pool));
+    gst_buffer_pool_config_set_params(config, caps, static_cast<guint>(picture.size), 0, 0);
+    gst_buffer_pool_config_add_option(config, GST_BUFFER_POOL_OPTION_VIDEO_META);
+    gst_buffer_pool_config_add_option(config, GST_BUFFER_POOL_OPTION_VIDEO_ALIGNMENT);
+    gst_buffer_pool_config_set_video_alignment(config, &padding);
+    gst_buffer_pool_set_config(GST_BUFFER_POOL(pool), config);
+    gst_query_add_allocation_pool(query, GST_BUFFER_POOL(pool), static_cast<guint>(picture.size), 0,
+                                  0);
+    gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
+    return GST_PAD_PROBE_HANDLED;
+}
+
+// Pictures are made in the memory that downstream has for them.
+TEST(GStreamerBayer, PicturesInThePoolOfTheSink) {
+    const Element element("trvilbayer");
+    GstBufferPool* pool = gst_video_buffer_pool_new();
+    gst_pad_add_probe(
+        element.harness()->sinkpad,
+        static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM | GST_PAD_PROBE_TYPE_PUSH),
+        propose_pool, pool, nullptr);
+    element.take(bgr);
+    element.send(bayer("gbrg", 17, 6));
+    for (int i = 0; i < 3; ++i) {
+        const Bytes bytes = random_bytes(20 * 6);
+        ASSERT_EQ(element.push(test::buffer_of(bytes)), GST_FLOW_OK) << element.error();
+        GstBuffer* picture = element.pull();
+        ASSERT_NE(picture, nullptr);
+        EXPECT_EQ(picture->pool, pool);
+        const GstVideoMeta* meta = gst_buffer_get_video_meta(picture);
+        ASSERT_NE(meta, nullptr);
+        EXPECT_GE(meta->stride[0], 3 * (8 + 17 + 24));
+        Bytes lines(3 * 17 * 6);
+        for (gsize y = 0; y < 6; ++y)
+            gst_buffer_extract(picture, meta->offset[0] + y * static_cast<gsize>(meta->stride[0]),
+                               lines.data() + y * 51, 51);
+        EXPECT_EQ(lines, converted(bytes, Format::BAY8_C, 17, 6, 20));
+        gst_buffer_unref(picture);
+    }
+    gst_object_unref(pool);
 }
 
 TEST(GStreamerBayer, StridesWithoutVideoMeta) {
