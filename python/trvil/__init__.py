@@ -32,6 +32,7 @@ from ._packings import Packing, packings
 from ._pool import Pool
 from ._sequence import Sequence, open
 from ._settings import Settings
+from ._show import QuickLook, show
 
 __version__ = _constants.VERSION
 
@@ -44,6 +45,6 @@ STATUS_MEMORY = _constants.TRV_STATUS_MEMORY
 STATUS_SYSTEM = _constants.TRV_STATUS_SYSTEM
 STATUS_FILE_CLOSE = _constants.TRV_STATUS_FILE_CLOSE
 
-__all__ = ["Buffer", "Error", "Format", "Packing", "Pool", "Reading", "Recipe", "Route", "Sequence", "Settings",
-           "convert", "demosaic", "develop", "explain", "field_to_frame", "find_code", "find_name", "formats",
-           "name_of", "names", "open", "packings", "plan_route", "unpack", "wrap", "write"]
+__all__ = ["Buffer", "Error", "Format", "Packing", "Pool", "QuickLook", "Reading", "Recipe", "Route", "Sequence",
+           "Settings", "convert", "demosaic", "develop", "explain", "field_to_frame", "find_code", "find_name",
+           "formats", "name_of", "names", "open", "packings", "plan_route", "show", "unpack", "wrap", "write"]

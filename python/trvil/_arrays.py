@@ -42,7 +42,7 @@ class Picture:
 
     @property
     def address(self) -> int:
-        return int(self.array.ctypes.data)
+        return int(self.array.__array_interface__["data"][0])
 
     @property
     def size(self) -> int:

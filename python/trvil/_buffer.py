@@ -23,7 +23,7 @@ def _forget(token: int, _memory: int) -> None:
     _owned.pop(token, None)
 
 
-_let_go = RELEASE(_forget)
+_let_go, _NOBODY = RELEASE(_forget), RELEASE(0)
 
 
 def _check(status: int, what: str) -> None:
@@ -122,22 +122,38 @@ def _handle_format(source: Picture) -> Format:
     return formats["BAY8" if source.samples.family == "bayer" else "Mono8"]
 
 
-def wrap_picture(source: Picture, phase: Optional[str] = None, method: str = "ave") -> Buffer:
-    """A Buffer of a checked picture."""
-    settings = ((c.TBL_PARAMETER_BAYER_METHOD, method_value(method)),
-                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, source.samples)))
-    handle, token = ctypes.c_uint64(), next(_tokens)
-    _owned[token] = source.array
-    status = buffers.TBS_BufferWrap(
-        ctypes.byref(handle), source.width, source.height, _handle_format(source).code, source.address, source.size,
-        source.stride, _let_go, token)
+def _make_handle(source: Picture, release: Any, token: int) -> ctypes.c_uint64:
+    handle = ctypes.c_uint64()
+    status = buffers.TBS_BufferWrap(ctypes.byref(handle), source.width, source.height, _handle_format(source).code,
+                                    source.address, source.size, source.stride, release, token)
     if status != c.TRV_STATUS_OK:
+        raise Error(status, f"cannot wrap {source.width} x {source.height} pixels of {source.format.name}: "
+                            f"the buffer library answered status {status}")
+    return handle
+
+
+class Lent:
+    """A handle of a checked picture for a `with` block, in which the array is held; nobody retains it."""
+
+    def __init__(self, source: Picture) -> None:
+        self._source, self._handle = source, _make_handle(source, _NOBODY, 0)
+
+    def __enter__(self) -> int:
+        return self._handle.value
+
+    def __exit__(self, *_: object) -> None:
+        buffers.TBS_BufferRelease(ctypes.byref(self._handle))
+
+
+def _owning(source: Picture) -> Buffer:
+    """A Buffer of a checked picture, whose array lives as long as any owner of the handle."""
+    token = next(_tokens)
+    _owned[token] = source.array
+    try:
+        return Buffer(_make_handle(source, _let_go, token).value)
+    except Error:
         _owned.pop(token)
-    _check(status, f"cannot wrap {source.width} x {source.height} pixels of {source.format.name}")
-    result = Buffer(handle.value)
-    for parameter, value in settings:
-        _check(buffers.TBS_BufferParameterSet(result.handle, parameter, value), "cannot set up a buffer")
-    return result
+        raise
 
 
 def wrap(array: Readable, format: FormatName, *, packing: Optional[PackingName] = None, phase: Optional[str] = None,
@@ -157,4 +173,10 @@ def wrap(array: Readable, format: FormatName, *, packing: Optional[PackingName] 
     if method == "gradient":
         raise ValueError("a handle knows the methods dup, ave and med; gradient is a setting of TRW_Convert")
     layout: Layout = described if packing is None else packing_named(packing)
-    return wrap_picture(picture(array, layout, width, samples=described), phase, method)
+    given = picture(array, layout, width, samples=described)
+    settings = ((c.TBL_PARAMETER_BAYER_METHOD, method_value(method)),
+                (c.TBL_PARAMETER_BAYER_PHASE, phase_value(phase, described)))
+    result = _owning(given)
+    for parameter, value in settings:
+        _check(buffers.TBS_BufferParameterSet(result.handle, parameter, value), "cannot set up a buffer")
+    return result

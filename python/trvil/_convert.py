@@ -7,7 +7,7 @@ import numpy as np
 
 from . import _library
 from ._arrays import Picture, as_array, output, picture, with_room
-from ._buffer import Buffer, wrap_picture
+from ._buffer import Buffer, Lent
 from ._formats import Format, format_named, formats, method_value, phase_value
 from ._packings import packing_named
 from ._pool import Pool, hold
@@ -58,8 +58,8 @@ def _unpacked(source: Picture, out: Optional[Writable] = None) -> Picture:
     target = output(out, samples, source.height, source.width)
     if out is not None and np.may_share_memory(source.array, target.array):
         source = source.copied()
-    with wrap_picture(source) as one, wrap_picture(target) as other:
-        _library.unpack(one.handle, source.packing, other.handle)
+    with Lent(source) as one, Lent(target) as other:
+        _library.unpack(one, source.packing, other)
     return target
 
 
@@ -85,8 +85,8 @@ def _run(source: Picture, target: Picture, phase: Optional[str], method: str, po
     if samples.family == "bayer":
         settings.method, settings.phase = method_value(method), phase_value(phase, samples)
     threads = hold(pool)
-    with wrap_picture(source) as one, wrap_picture(target) as other:
-        _library.convert(one.handle, source.packing, other.handle, settings, threads.address)
+    with Lent(source) as one, Lent(target) as other:
+        _library.convert(one, source.packing, other, settings, threads.address)
 
 
 def _check_mosaic(source: Picture, to: Format, phase: Optional[str]) -> None:

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import ctypes
 import weakref
+from contextlib import ExitStack
 from typing import Any, Optional, Tuple
 
 import numpy as np
@@ -10,7 +11,7 @@ import numpy as np
 from . import _constants as c
 from . import _library
 from ._arrays import Picture, output, picture, whole
-from ._buffer import wrap_picture
+from ._buffer import Lent
 from ._formats import Format, format_named, formats, method_value, phase_letter, phase_value
 from ._library import Error, raw
 from ._packings import Packing, packing_named
@@ -80,21 +81,17 @@ def _prepare(settings: Settings, samples: Format, layout: Layout, width: int, he
     record = _record(settings, samples, like.packing != 0)
     if samples.family == "bayer":
         record.method, record.phase = method_value(settings.method or "ave"), phase
-    held = []  # what the record points to lives until the recipe is made
-    for name in ("dark", "flat"):
-        array = getattr(settings, name)
-        _check_depth(array, name, samples)
-        if array is not None:
-            held.append(wrap_picture(picture(array, formats["Mono16"], name=name)))
-            setattr(record, name, held[-1].handle)
     if settings.defects is not None and len(settings.defects):
         record.defects, record.defect_count = settings.defects.ctypes.data, len(settings.defects)
     address, why = ctypes.c_void_p(), ctypes.c_char_p()
-    with wrap_picture(like) as source:
-        status = raw.TRW_RecipeCreate(ctypes.byref(address), source.handle, like.packing,
+    with ExitStack() as held:  # what the record points to lives until the recipe is made
+        for name in ("dark", "flat"):
+            array = getattr(settings, name)
+            _check_depth(array, name, samples)
+            if array is not None:
+                setattr(record, name, held.enter_context(Lent(picture(array, formats["Mono16"], name=name))))
+        status = raw.TRW_RecipeCreate(ctypes.byref(address), held.enter_context(Lent(like)), like.packing,
                                       ctypes.byref(record), ctypes.byref(why))
-    for buffer in held:
-        buffer.close()
     if status != c.TRV_STATUS_OK:
         raise Error(status, f"status {status}: {width} x {height} pixels of {samples.name} are not developed by "
                             f"{settings!r}\nwhy: {(why.value or b'').decode('ascii')}\nnext: change the settings, or check that "
@@ -193,8 +190,8 @@ class Recipe:
         if out is not None and np.may_share_memory(given.array, target.array):
             given = given.copied()
         threads = hold(pool)
-        with wrap_picture(given) as one, wrap_picture(target) as other:
-            status = raw.TRW_Develop(one.handle, other.handle, self._prepared.address, threads.address)
+        with Lent(given) as one, Lent(target) as other:
+            status = raw.TRW_Develop(one, other, self._prepared.address, threads.address)
         self._check(status, to)
         return target.array
 

@@ -7,7 +7,7 @@ import numpy as np
 
 from . import _constants as c
 from ._arrays import Picture, output, picture
-from ._buffer import wrap_picture
+from ._buffer import Lent
 from ._formats import format_named
 from ._library import Error, image
 from ._types import Array, FormatName, Readable, Writable
@@ -27,8 +27,8 @@ def _check(field: Picture, method: str, lines: str) -> None:
 
 
 def _run(field: Picture, frame: Picture, method: str, lines: str) -> None:
-    with wrap_picture(field) as one, wrap_picture(frame) as other:
-        status = image.TIL_FieldToFrame(one.handle, other.handle, _METHODS[method], _FLAGS[lines])
+    with Lent(field) as one, Lent(frame) as other:
+        status = image.TIL_FieldToFrame(one, other, _METHODS[method], _FLAGS[lines])
     if status != c.TRV_STATUS_OK:
         raise Error(status, f"status {status}: no frame is made of a field of {field.format.name} by {method}\n"
                     "why: bilinear and median take Mono8, BGR24, RGB24, YUV422 and 8-bit colour of 4 bytes\n"

@@ -14,7 +14,7 @@ import numpy as np
 
 from . import _constants as c
 from ._arrays import Picture, picture
-from ._buffer import wrap_picture
+from ._buffer import Lent
 from ._formats import format_named
 from ._library import Error, image
 from ._types import FormatName, Path, Readable
@@ -63,9 +63,9 @@ def _encode(source: Picture, kind: str, path: Path, content: BinaryIO) -> None:
     """Lets the library write the file into `content`, which lies in memory: by a name that nobody
     can put a link at, and where its size shows whether the library wrote all of it."""
     name = f"/proc/self/fd/{content.fileno()}"
-    with wrap_picture(source) as buffer:
+    with Lent(source) as handle:
         ctypes.set_errno(0)
-        status = image.TIL_FileWrite(buffer.handle, os.fsencode(name),
+        status = image.TIL_FileWrite(handle, os.fsencode(name),
                                      c.TIL_FILE_TIFF if kind == "tiff" else c.TIL_FILE_RAW)
         number = ctypes.get_errno()
     if status == c.TRV_STATUS_FILE_OPEN:

@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 from dataclasses import dataclass
+from functools import cached_property
 from types import MappingProxyType
 from typing import Iterator, Optional, Tuple
 
@@ -37,12 +38,12 @@ class Format:
     order: str
     fields: Tuple[Tuple[str, int, int], ...]
 
-    @property
+    @cached_property
     def packed(self) -> bool:
         """Whether pixels share bytes. Arrays of such formats are bytes, not pixels."""
         return self.stored % 8 != 0
 
-    @property
+    @cached_property
     def channels(self) -> Optional[int]:
         """Length of the array's third axis, or None when it has two axes."""
         if self.packed or self.family == "word":
@@ -50,7 +51,7 @@ class Format:
         sample = (self.fields[0][2] + 7) // 8 * 8  # bits of memory
         return self.stored // sample if self.stored > sample else None
 
-    @property
+    @cached_property
     def dtype(self) -> Words:
         """numpy.dtype of the array: uint8, uint16 or uint32."""
         if self.packed:
