@@ -34,4 +34,7 @@ class Failure : public std::runtime_error {
     std::string next_;
 };
 
+// Nobody reads what is written to stdout any more.
+struct ReaderGone {};
+
 }  // namespace trv::tool

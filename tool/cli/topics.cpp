@@ -13,6 +13,7 @@ const std::vector<Topic> topics = {
   camera | trvil convert -s 640x480 -f Mono8 - -o - --as png > picture.png
   trvil convert -s 1920x1080 -f BAY10 --wb grey --curve srgb --depth 16 dump.raw -o picture.tif
   trvil convert -s 1920x1080 -f BAY10 --wb grey dump.raw -o picture.dng
+  trvil convert -s 1920x1080 -f BAY10 recording.raw -o film.y4m
   trvil calibrate -s 1920x1080 -f BAY10 --dark-frames dark*.raw --flat-frames flat*.raw -o camera/
   trvil convert -s 1920x1080 -f BAY10 --settings camera/settings.json dump.raw -o picture.png
   camera | trvil play -s 1920x1080 -f BAY10 --wb grey -
@@ -116,6 +117,37 @@ processors have 6 threads that help both, 8 jobs have none.
 A dump that fails does not stop the others; the end says which failed, and the exit code why the
 first of them did. An output appears whole or not at all, also when
 the run is interrupted, and replaces nothing without --force.)"},
+    {"streams", "Recordings and live pipes",
+     R"(Frames of one size that follow one another, in a file, in several or on stdin, are a recording.
+`trvil convert` makes pictures of all of them where the output takes more than one:
+
+  trvil convert -s 1920x1080 -f BAY12 rec.raw -o 'frame-{n}.png'      a file for each, {n} its number
+  trvil convert -s 1920x1080 -f BAY12 rec.raw -o stack.tif            a page for each
+  trvil convert -s 1920x1080 -f BAY12 rec.raw -o film.y4m --fps 50    video, with size and rate
+  camera | trvil convert -s 1920x1080 -f BAY12 - -o - --as rgb24 |
+    ffmpeg -f rawvideo -pix_fmt rgb24 -s 1920x1080 -i - film.mkv
+
+rgb24, bgr24, rgb48le, gray and gray16le are raw video, nothing but pixels, by the names that ffmpeg has
+for them; 16 bits have white at 65535. A .y4m is 8-bit grey of full range, or 4:4:4 by BT.601 in the
+range of video. A .raw holds the pixels of -t. Any other kind of file, a folder and a TIFF on stdout
+take the first frame.
+
+--skip bytes precede the first frame of each file, --frame-skip bytes precede every frame.
+--frames A:B:STEP takes frames A, A + STEP, ... before B, counted from 0 over all files: 100:200, ::10,
+:1000, or 7 alone. {n} is that number, in six digits. With {name} in the output each input is a
+recording of its own, else all of them are one.
+
+What --wb grey, --wb point and --scale auto measure, they measure in the first frame that is taken,
+and all others get the same: else the film would flicker.
+
+A last frame that breaks off is not written unless --partial says so, and is black then where it is
+missing; the exit code is 4 without it, and what is whole is written all the same. So it is when a
+signal comes: the frames that were read are finished, the file is whole, and the tool ends by the
+signal; a second signal ends it at once. When a reader of stdout ends, the tool ends as quietly.
+
+Reading, converting and writing go on at the same time, and a few frames are in memory, however many
+there are. --threads says how many are converted at a time. On a terminal there is a line of progress,
+and with --json a line of JSON on stderr several times a second.)"},
     {"json", "Answers for programs",
      R"(info, guess, formats, routes, phase and bench print JSON when asked by --json: one value on
 stdout, in ASCII. Notes and failures are text on stderr all the same, and the exit codes are the same.

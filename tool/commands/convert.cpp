@@ -16,8 +16,6 @@
 #include "tool/files/naming.h"
 #include "tool/files/output.h"
 #include "tool/files/same_file.h"
-#include "tool/streams/sinks.h"
-#include "tool/streams/source.h"
 
 namespace trv::tool {
 namespace {
@@ -32,9 +30,11 @@ Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey
 have 16 bits. What is known of the sensor is taken into account: see `trvil help develop`.)";
 
 struct Options : PictureOptions {
-    std::string as, output, rate = "25";
-    bool force = false, json = false;
-    uint32_t jobs = 1, threads = 0;
+    std::string as, output;
+    StreamOptions stream;
+    bool force = false;
+    std::optional<uint32_t> jobs;
+    uint32_t threads = 0;
 };
 
 Failure summary(const std::vector<std::string>& failed, size_t all, Exit code) {
@@ -60,8 +60,8 @@ struct Job {
 // How streams are made.
 struct Streaming {
     FrameRate rate;
-    bool json;
     uint32_t makers;
+    bool json;
 };
 
 // One bad dump of many does not keep the others from being converted.
@@ -113,9 +113,10 @@ class Batch {
     }
 
     void run_stream_job(const Job& job, TRW_Pool* pool) {
-        const StreamJob stream{conversion_, job.recording,   job.output,        read_,
-                               pool,        streaming_.rate, streaming_.makers, streaming_.json};
-        convert_stream(stream);
+        const Stream stream{job.recording,     job.output,      conversion_.kind,
+                            conversion_.force, read_,           streaming_.rate,
+                            streaming_.makers, streaming_.json};
+        convert_stream(stream, conversion_, pool);
     }
 
     void fail(size_t i, const Failure& failure) {
@@ -145,28 +146,8 @@ class Batch {
     Progress progress_;
 };
 
-// Whether such an output takes more than one frame. What goes to stdout is written in order, and
-// the pages of a TIFF are not.
-bool takes_many(const Options& o, Kind kind) {
-    if (is_numbered(o.output)) return true;
-    return is_video(kind) || kind == Kind::raw || (kind == Kind::tif && o.output != "-");
-}
-
-// A recording of one frame is a picture like others, which a TIFF or a raw file holds.
-bool is_single(const Recording& recording, Kind kind) {
-    if (recording.partial || is_video(kind) || recording.files.size() != 1) return false;
-    try {
-        return FrameSource(recording).count() == 1;
-    } catch (const Failure&) {
-        return true;  // which says why when it is read
-    }
-}
-
 std::vector<Job> jobs_of(const Options& o, const Geometry& source, Kind kind) {
-    const bool many = takes_many(o, kind);
-    if (is_numbered(o.output) && kind == Kind::y4m)
-        throw Failure(Exit::usage, "{n} makes no sense with .y4m", "it holds all frames",
-                      "leave {n} out, or write a .png for each");
+    const bool many = takes_many(o.output, kind);
     const Recording all = recording_of(o, source);
     std::vector<Job> jobs;
     if (many && !is_named(o.output)) {
@@ -184,41 +165,27 @@ std::vector<Job> jobs_of(const Options& o, const Geometry& source, Kind kind) {
     return jobs;
 }
 
-// The files that a job writes, as far as they are known beforehand.
-std::vector<std::string> outputs_of(const Job& job) {
-    if (!is_numbered(job.output)) return {job.output};
-    std::vector<std::string> outputs;
-    try {
-        const FrameRange& range = job.recording.range;
-        const uint64_t count = FrameSource(job.recording).count().value_or(0);
-        for (uint64_t i = 0; i < count; ++i)
-            outputs.push_back(numbered(job.output, range.first + i * range.step));
-    } catch (const Failure&) {
-        // Said when it is read: the others are converted.
-    }
-    return outputs;
-}
-
 uint32_t at_a_time(const Options& o, size_t jobs) {
-    const size_t wanted = o.jobs != 0 ? o.jobs : processors();
+    const size_t wanted = o.jobs == 0u ? processors() : o.jobs.value_or(1);
     return static_cast<uint32_t>(std::min(wanted, jobs));
 }
 
 void check_all_files(const Options& o, const SettingTexts& said, const std::vector<Job>& jobs) {
     std::vector<std::string> read = o.inputs, written;
     for (const Job& job : jobs)
-        for (const std::string& file : outputs_of(job)) written.push_back(file);
+        for (const std::string& file : outputs_of(job.recording, job.output)) written.push_back(file);
     for (const std::string& file : o.developing.inputs(said)) read.push_back(file);
     for (const std::string& file : as_list(o.developing.save)) written.push_back(file);
     check_files(read, written, o.force);
 }
 
 // A point is one of this dump; what it says of the light holds for others too.
-SettingTexts lasting(SettingTexts said, const Conversion& conversion, const std::string& input,
+SettingTexts lasting(SettingTexts said, Conversion conversion, const Recording& recording,
                      TRW_Pool* pool) {
     if (conversion.tuning.white != Tuning::White::point) return said;
+    conversion.skip = recording.offset(recording.range.first);
     std::vector<double> gains;
-    for (const double gain : gains_of(conversion, input, pool))
+    for (const double gain : gains_of(conversion, recording.files.front(), pool))
         gains.push_back(std::round(gain * 10000) / 10000);
     said.balance = numbers_text(gains);
     return said;
@@ -240,7 +207,7 @@ void convert_all(Options o) {
     const Format* video = video_format(kind);
     if (video != nullptr && video->significant == 16) o.depth = 16;
     const SettingTexts said = o.developing.all();
-    const FrameRate rate = frame_rate_named(o.rate);
+    const FrameRate rate = o.stream.frame_rate("25");
     const Geometry source = o.reading.geometry(!o.phase.empty());
     const std::vector<Job> jobs = jobs_of(o, source, kind);
     check_all_files(o, said, jobs);
@@ -250,13 +217,16 @@ void convert_all(Options o) {
         std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.is_stream; });
     if (streams) stop_at_first_signal();
     const uint32_t jobs_at_a_time = at_a_time(o, jobs.size());
-    const uint32_t makers = streams && jobs.size() == 1 ? makers_of(o.jobs, o.threads) : 1;
+    const uint32_t makers =
+        !streams           ? 1
+        : jobs.size() == 1 ? makers_of(o.jobs, o.threads)
+                           : std::max(1u, makers_of({}, o.threads) / jobs_at_a_time);
     const Helpers helpers(o.threads, jobs_at_a_time * makers);
     const ReadFiles read(o.inputs);
-    Batch(conversion, jobs, read, {rate, o.json, makers}).run(jobs_at_a_time, helpers.pool());
+    Batch(conversion, jobs, read, {rate, makers, o.stream.json}).run(jobs_at_a_time, helpers.pool());
     end_if_stopped();
     if (!o.developing.save.empty())
-        save_settings(lasting(said, conversion, o.inputs.front(), helpers.pool()),
+        save_settings(lasting(said, conversion, jobs.front().recording, helpers.pool()),
                       o.developing.save, o.force);
 }
 
@@ -273,17 +243,16 @@ void add_writing(CLI::App* command, Options* o) {
     command->add_option("--as", o->as, "Kind of file, whatever its name says")
         ->type_name("KIND")
         ->group(group);
-    command->add_option("--fps", o->rate, "Frames a second that a .y4m says: 25 or 30000/1001 [25]")
-        ->type_name("RATE")
-        ->group(group);
     command->add_flag("--force", o->force, "Replace existing files")->group(group);
-    command->add_option("--jobs", o->jobs, "Convert so many at a time; 0: one per processor [1]")
+    command
+        ->add_option("--jobs", o->jobs,
+                     "Convert so many at a time; 0: one per processor [1; frames of a recording: "
+                     "one per thread]")
         ->check(CLI::Range(0, 256))
         ->type_name("N")
         ->group(group);
     add_threads(command, &o->threads, group);
-    command->add_flag("--json", o->json, "Streams: tell of progress by lines of JSON on stderr")
-        ->group(group);
+    add_stream_options(command, &o->stream, "25", group);
 }
 
 }  // namespace

@@ -2,11 +2,13 @@
 #include <memory>
 
 #include "tool/cli/catalogue.h"
+#include "tool/cli/cleanup.h"
 #include "tool/cli/error.h"
 #include "tool/cli/reading.h"
 #include "tool/cli/text.h"
 #include "tool/commands/command.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/stream.h"
 #include "tool/commands/threads.h"
 #include "tool/files/input.h"
 #include "tool/files/naming.h"
@@ -28,12 +30,17 @@ the last line repeats the last of them. The lines between come from their neighb
   bilinear  a weighted sum of three pixels above and three below
   median    the median of these six
 
+A recording of fields, one after the other, becomes a recording of frames, in numbered files or as
+video: see `trvil help streams`. With --both its fields hold odd and even lines in turn, so that 50
+fields a second become 50 frames a second.
+
 A raw output keeps the format; pictures are converted as `trvil convert` would.)";
 
-struct Options {
+struct Options : FrameOptions {
     Reading reading;
     std::string field, method = "ave", input, output, as;
-    bool force = false;
+    StreamOptions stream;
+    bool both = false, force = false;
     uint32_t threads = 0;
 };
 
@@ -115,6 +122,54 @@ Frame make_frame(const Frame& padded, uint32_t method, uint32_t flag) {
     return frame;
 }
 
+struct Making {
+    uint32_t method, flag;  // of the first field
+    bool both;
+    Path path;
+};
+
+// With both fields in turn, every second one holds the other lines.
+Frame make_picture(const Making& m, const Frame& field, uint64_t index, TRW_Pool* pool) {
+    const uint32_t flag = m.both && index % 2 != 0 ? 1 - m.flag : m.flag;
+    return convert(make_frame(field, m.method, flag), m.path, {}, pool);
+}
+
+void run_single(const Options& o, const Recording& recording, const Making& m, Kind kind,
+                const std::string& output) {
+    Progress progress(1);
+    progress.start(o.input);
+    const uint64_t index = recording.range.first;
+    const Frame field = read_frame(o.input, recording.geometry, recording.offset(index));
+    const Helpers helpers(o.threads);
+    put_picture(make_picture(m, field, index, helpers.pool()), kind, output, o.force, &progress);
+}
+
+void run_recording(const Options& o, const Recording& recording, const Making& m, Kind kind,
+                   const std::string& output) {
+    const ReadFiles read({o.input});
+    const Stream stream{
+        recording,    output, kind, o.force, read, o.stream.frame_rate(o.both ? "50" : "25"), makers_of({}, o.threads),
+        o.stream.json};
+    const MakePicture make = [&](StreamFrame* frame) {
+        const Geometry& g = recording.geometry;
+        std::optional<Frame> unpacked;
+        if (g.packing != 0) unpacked = unpack(*frame->dump, g);
+        frame->picture = without_padding(
+            make_picture(m, unpacked ? *unpacked : *frame->dump, frame->index, nullptr));
+    };
+    const WritePicture write = [&](const StreamFrame& frame, const std::string& name) {
+        Output file(name, o.force);
+        write_picture(*frame.picture, kind, &file, nullptr);
+    };
+    stop_at_first_signal();
+    try {
+        run(stream, make, write);
+    } catch (const ReaderGone&) {
+        end_by_closed_pipe();
+    }
+    end_if_stopped();
+}
+
 void run_frame(const Options& o) {
     const Geometry field = o.reading.geometry();
     const uint32_t method = interpolation_named(o.method), flag = flag_named(o.field);
@@ -124,14 +179,13 @@ void run_frame(const Options& o) {
     const Path path = kind == Kind::raw ? Path{field.format}
                                         : plan(*field.format, nullptr, kind, {}, Via::automatic);
     const std::string output = name_outputs({o.input}, o.output).front();
-    check_files({o.input}, {output}, o.force);
+    const Recording recording = o.recording({o.input}, field, o.reading.skip);
+    check_files({o.input}, outputs_of(recording, output), o.force);
     note_losses(o, *field.format, method);
-    Progress progress(1);
-    progress.start(o.input);
-    Frame frame = make_frame(read_frame(o.input, field, o.reading.skip), method, flag);
-    const Helpers helpers(o.threads);
-    put_picture(convert(std::move(frame), path, {}, helpers.pool()), kind, output, o.force,
-                &progress);
+    const Making making{method, flag, o.both, path};
+    const bool single =
+        !takes_many(output, kind) || (!is_numbered(output) && is_single(recording, kind));
+    (single ? run_single : run_recording)(o, recording, making, kind, output);
 }
 
 }  // namespace
@@ -141,7 +195,8 @@ void add_frame(CLI::App* app) {
         app->add_subcommand("frame", "Make a frame of one field of an interlaced picture");
     const auto o = std::make_shared<Options>();
     add_reading(command, &o->reading, "Pixels of the field");
-    command->add_option("input", o->input, "The field; - is stdin")
+    add_frame_options(command, o.get());
+    command->add_option("input", o->input, "The field, or several one after the other; - is stdin")
         ->type_name("FILE")
         ->required()
         ->group(reading_group);
@@ -150,11 +205,19 @@ void add_frame(CLI::App* app) {
         ->type_name("FIELD")
         ->required()
         ->group(group);
+    command
+        ->add_flag("--both", o->both,
+                   "Fields of a recording hold odd and even lines in turn, first those of --field")
+        ->group(group);
     command->add_option("--interpolate", o->method, "dup, ave, bilinear or median [ave]")
         ->type_name("INTERPOLATION")
         ->group(group);
     group = "Where to put it";
-    command->add_option("-o,--output", o->output, "FILE.png, .tif, .ppm, .pgm or .raw; - is stdout")
+    command
+        ->add_option(
+            "-o,--output", o->output,
+            "FILE.png, .tif, .ppm, .pgm, .raw, .y4m or .rgb24; {n} is the field's number; - is "
+            "stdout")
         ->type_name("FILE")
         ->required()
         ->group(group);
@@ -163,6 +226,7 @@ void add_frame(CLI::App* app) {
         ->group(group);
     command->add_flag("--force", o->force, "Replace an existing file")->group(group);
     add_threads(command, &o->threads, group);
+    add_stream_options(command, &o->stream, "25; with --both 50", group);
     command->footer(footer);
     command->callback([o] { run_frame(*o); });
 }

@@ -115,7 +115,7 @@ void resolve_dng(const PictureOptions& o, const SettingTexts& said, Conversion* 
 }  // namespace
 
 Recording recording_of(const PictureOptions& o, const Geometry& source) {
-    return {o.inputs, source, o.reading.skip, o.frame_skip, range_named(o.frames), o.partial};
+    return o.recording(o.inputs, source, o.reading.skip);
 }
 
 Conversion conversion_of(const PictureOptions& o, const SettingTexts& said, Kind kind, bool force) {
@@ -165,18 +165,7 @@ void add_recording(CLI::App* command, PictureOptions* o) {
                      "Mosaic: A RGGB, B GRBG, C GBRG, D BGGR [what the format says, else A]")
         ->type_name("PHASE")
         ->group(reading_group);
-    command
-        ->add_option("--frames", o->frames,
-                     "Of several frames A:B:STEP: from A, before B, or A alone, from 0 [all]")
-        ->type_name("FRAMES")
-        ->group(reading_group);
-    command->add_option("--frame-skip", o->frame_skip, "Bytes before each frame, after --skip [0]")
-        ->type_name("BYTES")
-        ->group(reading_group);
-    command
-        ->add_flag("--partial", o->partial,
-                   "Take a last frame that breaks off, black where it is missing")
-        ->group(reading_group);
+    add_frame_options(command, o);
     command->add_option("inputs", o->inputs, "Dumps; - is stdin")
         ->required()
         ->type_name("FILE")

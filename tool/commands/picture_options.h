@@ -8,16 +8,14 @@
 
 #include "tool/cli/reading.h"
 #include "tool/commands/conversion.h"
+#include "tool/commands/stream.h"
 #include "tool/develop/options.h"
-#include "tool/streams/source.h"
 
 namespace trv::tool {
 
-struct PictureOptions {
+struct PictureOptions : FrameOptions {
     Reading reading;
-    std::string frames, phase;
-    uint64_t frame_skip = 0;
-    bool partial = false;
+    std::string phase;
     std::vector<std::string> inputs;
     DevelopOptions developing;
     std::string target, scale = "none", via = "auto";

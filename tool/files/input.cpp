@@ -76,15 +76,20 @@ void Input::fail(const char* what, const char* next) const {
     throw Failure(Exit::input, text(what, " ", name_), std::strerror(errno), next);
 }
 
-void Input::stop_by(int fd) {
-    if (!remaining_) stop_fd_ = fd;
+void Input::stop_by(int fd, bool watches_stdout) {
+    if (remaining_) return;
+    stop_fd_ = fd;
+    watches_stdout_ = watches_stdout;
 }
 
 // Whether there is something to read, before there is a reason to stop.
 bool Input::wait() const {
-    pollfd waiting[] = {{fd_, POLLIN, 0}, {stop_fd_, POLLIN, 0}, {stop_signal_fd(), POLLIN, 0}};
+    const int out = watches_stdout_ ? STDOUT_FILENO : -1;
+    pollfd waiting[] = {
+        {fd_, POLLIN, 0}, {stop_fd_, POLLIN, 0}, {stop_signal_fd(), POLLIN, 0}, {out, 0, 0}};
     while (poll(waiting, std::size(waiting), -1) < 0)
         if (errno != EINTR) fail("cannot wait for", "");
+    if ((waiting[3].revents & POLLERR) != 0) throw ReaderGone();
     return waiting[1].revents == 0 && waiting[2].revents == 0;
 }
 

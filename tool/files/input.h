@@ -35,8 +35,8 @@ class Input {
     uint64_t skip(uint64_t bytes);
 
     // Lets reading a pipe or a device end early, as at its end, once the descriptor is readable or
-    // the process is to stop.
-    void stop_by(int fd);
+    // the process is to stop; where stdout is watched, throws ReaderGone once nobody reads that.
+    void stop_by(int fd, bool watches_stdout);
 
     // Whether something follows that is there already: the sender of a pipe may be silent for long.
     bool has_more();
@@ -50,6 +50,7 @@ class Input {
     std::string name_;
     int fd_;
     int stop_fd_ = -1;
+    bool watches_stdout_ = false;
     std::optional<uint64_t> remaining_;
     std::vector<uint8_t> ahead_;  // fetched and not taken yet
 };

@@ -4,6 +4,7 @@
 
 #include "tool/cli/error.h"
 #include "tool/files/lines.h"
+#include "trvil/raw.h"
 
 namespace trv::tool {
 namespace {
@@ -39,10 +40,16 @@ bool put_strips(TIFF* tiff, const Geometry& g, const std::vector<uint8_t>& bytes
 }  // namespace
 
 void page_bytes(const Frame& frame, std::vector<uint8_t>* bytes) {
+    const Geometry& g = frame.geometry();
+    if (g.format->code == Code::BGR24) {
+        bytes->resize(g.line() * g.height);
+        const auto to = trvil::Buffer::wrap(bytes->data(), bytes->size(), g.width, g.height,
+                                            trvil::Format::RGB24);
+        if (TRW_Convert(frame.handle(), 0, to.handle(), nullptr, nullptr) == TRV_STATUS_OK) return;
+    }
     PictureLines lines(frame);
-    const uint32_t height = frame.geometry().height;
-    bytes->resize(lines.bytes() * height);
-    for (uint32_t y = 0; y < height; ++y)
+    bytes->resize(lines.bytes() * g.height);
+    for (uint32_t y = 0; y < g.height; ++y)
         std::copy_n(lines.get(y), lines.bytes(), &(*bytes)[lines.bytes() * y]);
 }
 

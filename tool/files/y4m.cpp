@@ -20,7 +20,8 @@ constexpr float y_scale = 219.0F / 255, u_scale = 112.0F / 255 / (1 - blue),
 constexpr float half = 0.5F;  // conversion to an integer cuts
 
 // A line of BGRX32 to a line of each plane.
-void make_line(const uint8_t* pixels, uint32_t width, uint8_t* y, uint8_t* u, uint8_t* v) {
+void make_line(const uint8_t* __restrict pixels, uint32_t width, uint8_t* __restrict y,
+               uint8_t* __restrict u, uint8_t* __restrict v) {
     for (uint32_t x = 0; x < width; ++x) {
         uint32_t pixel = 0;
         std::memcpy(&pixel, pixels + size_t{x} * 4, sizeof pixel);

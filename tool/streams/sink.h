@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/cli/error.h"
 #include "tool/picture/frame.h"
 
 namespace trv::tool {
@@ -46,8 +47,5 @@ class FrameSink {
     // All frames were put: what is whole now appears under its name. Throws Failure.
     virtual void finish() = 0;
 };
-
-// Nobody reads what is written to stdout any more.
-struct ReaderGone {};
 
 }  // namespace trv::tool

@@ -101,7 +101,7 @@ bool FrameSource::open_next() {
     if (begun_) ++at_;
     begun_ = true;
     input_ = std::make_unique<Input>(name());
-    input_->stop_by(stop_fd_);
+    input_->stop_by(stop_fd_, watches_stdout_);
     in_file_ = 0;
     gap_ = recording_.offset(0);
     return true;

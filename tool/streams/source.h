@@ -55,6 +55,9 @@ class FrameSource {
     // Why there is no frame at all.
     Failure nothing() const;
 
+    // next() throws ReaderGone once nobody reads stdout, where it would wait for a pipe.
+    void watch_stdout() { watches_stdout_ = true; }
+
     // Lets next() end, now where it waits for a pipe. Any thread may call it.
     void stop();
 
@@ -72,7 +75,8 @@ class FrameSource {
     std::optional<uint64_t> total_;
     std::vector<Failure> failures_;
     std::unique_ptr<Input> input_;
-    size_t at_ = 0;         // file
+    size_t at_ = 0;  // file
+    bool watches_stdout_ = false;
     bool begun_ = false;    // whether files[at_] is or was open
     uint64_t index_ = 0;    // of the next frame
     uint64_t in_file_ = 0;  // frames of this file before it
