@@ -87,7 +87,8 @@ TEST_F(Streams, FramesInFilesOfTheirOwn) {
 }
 
 TEST_F(Streams, FramesOneAfterTheOther) {
-    for (const std::string words : {"", "--wb 1.5,1,1.2 ", "-m gradient --curve srgb --black 9 "}) {
+    for (const std::string words :
+         {"", "--wb 1.5,1,1.2 ", "-m gradient --curve srgb --black 9 ", "-m med --curve srgb "}) {
         std::string wanted;
         for (size_t i = 0; i < frames; ++i) wanted += pixels_alone(i, words);
         for (const std::string jobs : {"--jobs 1", "--jobs 7", "--threads 1", "--threads 5"}) {
@@ -156,6 +157,7 @@ TEST_F(Streams, MeasureTheFirstFrameOnly) {
          {"--wb grey ", "--scale auto ", "--wb point:40,30 --curve srgb "}) {
         const std::string one = stream("-o - --as rgb24 --frames 0 " + words).out;
         const std::string both = stream("-o - --as rgb24 --frames 0:2 " + words).out;
+        ASSERT_EQ(one.size(), size_t{94 * 62 * 3}) << words;
         ASSERT_EQ(both.size(), 2 * one.size()) << words;
         EXPECT_TRUE(both.substr(0, one.size()) == one);
         const std::string gone = stream("-o - --as rgb24 --frames 1 " + words).out;

@@ -276,9 +276,9 @@ void develop(const Conversion& c, const Frame& dump, const std::string& name, Se
 
 }  // namespace
 
-void check_conversion(const Conversion& c) {
+void check_conversion(const Conversion& c, bool is_developed) {
     if (c.source.format->family == Family::bayer) check_mosaic(c);
-    for (size_t i = 1; i < c.path.size(); ++i)
+    for (size_t i = 1; i < c.path.size() && !is_developed; ++i)
         if (demosaics(*c.path[i - 1], *c.path[i])) check_method(c, *c.path[i - 1], *c.path[i]);
     if (c.tuning.needed()) check_tuning(c);
 }

@@ -25,8 +25,9 @@ struct Conversion {
     std::shared_ptr<const Developer> developer = nullptr;  // null: converted without developing
 };
 
-// Throws Failure when there is no such conversion, whatever the input holds.
-void check_conversion(const Conversion& conversion);
+// Throws Failure when there is no such conversion, whatever the input holds. Developing demosaics
+// by every method, whatever it goes to.
+void check_conversion(const Conversion& conversion, bool is_developed);
 
 // The picture after all steps of a path, by the threads of a pool or without one.
 Frame convert(Frame frame, const Path& path, const Demosaic& how, TRW_Pool* pool = nullptr);

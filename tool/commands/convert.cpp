@@ -113,9 +113,8 @@ class Batch {
     }
 
     void run_stream_job(const Job& job, TRW_Pool* pool) {
-        const Stream stream{job.recording,     job.output,      conversion_.kind,
-                            conversion_.force, read_,           streaming_.rate,
-                            streaming_.makers, streaming_.json};
+        const Stream stream{job.recording, job.output,      conversion_.kind,  conversion_.force,
+                            read_,         streaming_.rate, streaming_.makers, streaming_.json};
         convert_stream(stream, conversion_, pool);
     }
 
@@ -173,7 +172,8 @@ uint32_t at_a_time(const Options& o, size_t jobs) {
 void check_all_files(const Options& o, const SettingTexts& said, const std::vector<Job>& jobs) {
     std::vector<std::string> read = o.inputs, written;
     for (const Job& job : jobs)
-        for (const std::string& file : outputs_of(job.recording, job.output)) written.push_back(file);
+        for (const std::string& file : outputs_of(job.recording, job.output))
+            written.push_back(file);
     for (const std::string& file : o.developing.inputs(said)) read.push_back(file);
     for (const std::string& file : as_list(o.developing.save)) written.push_back(file);
     check_files(read, written, o.force);
@@ -217,13 +217,14 @@ void convert_all(Options o) {
         std::any_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.is_stream; });
     if (streams) stop_at_first_signal();
     const uint32_t jobs_at_a_time = at_a_time(o, jobs.size());
-    const uint32_t makers =
-        !streams           ? 1
-        : jobs.size() == 1 ? makers_of(o.jobs, o.threads)
-                           : std::max(1u, makers_of({}, o.threads) / jobs_at_a_time);
+    const uint32_t makers = !streams ? 1
+                            : jobs.size() == 1
+                                ? makers_of(o.jobs, o.threads)
+                                : std::max(1u, makers_of({}, o.threads) / jobs_at_a_time);
     const Helpers helpers(o.threads, jobs_at_a_time * makers);
     const ReadFiles read(o.inputs);
-    Batch(conversion, jobs, read, {rate, makers, o.stream.json}).run(jobs_at_a_time, helpers.pool());
+    Batch(conversion, jobs, read, {rate, makers, o.stream.json})
+        .run(jobs_at_a_time, helpers.pool());
     end_if_stopped();
     if (!o.developing.save.empty())
         save_settings(lasting(said, conversion, jobs.front().recording, helpers.pool()),

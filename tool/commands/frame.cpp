@@ -147,9 +147,14 @@ void run_single(const Options& o, const Recording& recording, const Making& m, K
 void run_recording(const Options& o, const Recording& recording, const Making& m, Kind kind,
                    const std::string& output) {
     const ReadFiles read({o.input});
-    const Stream stream{
-        recording,    output, kind, o.force, read, o.stream.frame_rate(o.both ? "50" : "25"), makers_of({}, o.threads),
-        o.stream.json};
+    const Stream stream{recording,
+                        output,
+                        kind,
+                        o.force,
+                        read,
+                        o.stream.frame_rate(o.both ? "50" : "25"),
+                        makers_of({}, o.threads),
+                        o.stream.json};
     const MakePicture make = [&](StreamFrame* frame) {
         const Geometry& g = recording.geometry;
         std::optional<Frame> unpacked;

@@ -129,9 +129,10 @@ Conversion conversion_of(const PictureOptions& o, const SettingTexts& said, Kind
     Conversion c{source, skip, how, {}, kind, tuning, force};
     const bool deep = kind != Kind::dng && is_deep(o, source, target, kind);
     const bool special = settings.needed || tuning.white == Tuning::White::point;
+    const bool developed = kind != Kind::dng && is_developed(format) && (deep || special);
     if (kind == Kind::dng) {
         resolve_dng(o, said, &c);
-    } else if (is_developed(format) && (deep || special)) {
+    } else if (developed) {
         c.path = {&format, &developed_target(source, target, kind, deep)};
     } else if (special) {
         throw Failure(Exit::usage, text("cannot develop ", source.name()),
@@ -147,8 +148,8 @@ Conversion conversion_of(const PictureOptions& o, const SettingTexts& said, Kind
         c.path = plan(format, shallow_target(o, source, target, kind), kind, how,
                       o.via == "never" ? Via::never : Via::automatic);
     }
-    check_conversion(c);
-    if (kind == Kind::dng || (is_developed(format) && (deep || special)))
+    check_conversion(c, developed);
+    if (kind == Kind::dng || developed)
         c.developer = std::make_shared<Developer>(settings, tuning, source, c.skip, how);
     return c;
 }

@@ -32,7 +32,7 @@ void throw_failures(const FrameSource& source) {
 }  // namespace
 
 Recording FrameOptions::recording(std::vector<std::string> files, const Geometry& geometry,
-                                   uint64_t skip) const {
+                                  uint64_t skip) const {
     return {std::move(files), geometry, skip, frame_skip, range_named(frames), partial};
 }
 
