@@ -21,14 +21,6 @@ std::string name_of(const Recording& recording) {
     return others == 0 ? name : text(name, " and ", others, " more");
 }
 
-// The others are written.
-void throw_failures(const FrameSource& source) {
-    const std::vector<Failure>& failures = source.failures();
-    if (failures.empty()) return;
-    for (size_t i = 0; i + 1 < failures.size(); ++i) report(failures[i]);
-    throw Failure(failures.back());
-}
-
 }  // namespace
 
 Recording FrameOptions::recording(std::vector<std::string> files, const Geometry& geometry,
@@ -100,6 +92,13 @@ uint32_t makers_of(std::optional<uint32_t> jobs, uint32_t threads) {
     if (jobs && *jobs != 0) return *jobs;
     const uint32_t all = jobs || threads == 0 ? processors() : threads;
     return std::min(all, most_makers);
+}
+
+void throw_failures(const FrameSource& source) {
+    const std::vector<Failure>& failures = source.failures();
+    if (failures.empty()) return;
+    for (size_t i = 0; i + 1 < failures.size(); ++i) report(failures[i]);
+    throw Failure(failures.back());
 }
 
 void run(const Stream& stream, const MakePicture& make, const WritePicture& write) {

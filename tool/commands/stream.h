@@ -50,6 +50,9 @@ std::vector<std::string> outputs_of(const Recording& recording, const std::strin
 // is faster than several threads on one frame.
 uint32_t makers_of(std::optional<uint32_t> jobs, uint32_t threads);
 
+// Says what is wrong with a recording whose other frames are written. Throws the last of it.
+void throw_failures(const FrameSource& source);
+
 struct Stream {
     Recording recording;
     std::string output;
