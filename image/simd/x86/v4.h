@@ -435,22 +435,50 @@ TRV_INLINE void store_three_words(uint8_t* out, U16 a, U16 b, U16 c) {
     store(out + 128, words_in_turn<2>(a, b, c));
 }
 
+// Where byte i of a channel goes when three take turns, in whichever vector of the result that is:
+// 64 and 3 share no factor, so each has a place of its own and one permutation serves all three
+// vectors. `Place` says which byte of the source byte i is.
+template <size_t Channel, typename Place>
+constexpr Lanes<uint8_t, 64> turned_by_three(Place place) {
+    Lanes<uint8_t, 64> lanes{};
+    for (size_t i = 0; i < 64; ++i)
+        lanes.v[(3 * i + Channel) % 64] = static_cast<uint8_t>(place(i));
+    return lanes;
+}
+
+template <typename Place>
+TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r, Place) {
+    static constexpr auto turn_b = turned_by_three<0>(Place{}),
+                          turn_g = turned_by_three<1>(Place{}),
+                          turn_r = turned_by_three<2>(Place{});
+    const auto turned = [](U8 v, U8 turn) TRV_INLINE_LAMBDA {
+        // The unmasked intrinsic draws a false warning of g++ 12.
+        return as<U8>(_mm512_maskz_permutexvar_epi8(~uint64_t{}, reg(turn), reg(v)));
+    };
+    const U8 tb = turned(b, lanes<U8>(turn_b)), tg = turned(g, lanes<U8>(turn_g)),
+             tr = turned(r, lanes<U8>(turn_r));
+    const auto third = [](size_t first) consteval {
+        return mask_where([=](size_t i) { return i % 3 == first; });
+    };
+    // Byte t of the result is of channel t mod 3; its vectors start at t = 0, 64 and 128.
+    constexpr uint64_t m0 = third(0), m1 = third(1), m2 = third(2);
+    store(out, select(m0, tb, select(m1, tg, tr)));
+    store(out + 64, select(m2, tb, select(m0, tg, tr)));
+    store(out + 128, select(m1, tb, select(m2, tg, tr)));
+}
+
 // Bytes of b, g and r in turn: 64 pixels of three bytes.
 TRV_INLINE void store_three(uint8_t* out, U8 b, U8 g, U8 r) {
-    store(out, as<U8>(in_turn<0, 3>(b, g, r)));
-    store(out + 64, as<U8>(in_turn<1, 3>(b, g, r)));
-    store(out + 128, as<U8>(in_turn<2, 3>(b, g, r)));
+    store_three(out, b, g, r, [](size_t i) { return i; });
 }
 
 // The same of 32 and 32 pixels of words.
 TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
                             const Bgr<EightBits>& bits) {
-    const __m512i bg0 = EightBits::merged(low.b, bits.b, low.g, bits.g);
-    const __m512i bg1 = EightBits::merged(high.b, bits.b, high.g, bits.g);
-    const __m512i r = EightBits::merged(low.r, bits.r, high.r, bits.r);
-    store(out, as<U8>(in_turn<0, 3>(bg0, bg1, r)));
-    store(out + 64, as<U8>(in_turn<1, 3>(bg0, bg1, r)));
-    store(out + 128, as<U8>(in_turn<2, 3>(bg0, bg1, r)));
+    const U8 b = as<U8>(EightBits::merged(low.b, bits.b, high.b, bits.b));
+    const U8 g = as<U8>(EightBits::merged(low.g, bits.g, high.g, bits.g));
+    const U8 r = as<U8>(EightBits::merged(low.r, bits.r, high.r, bits.r));
+    store_three(out, b, g, r, [](size_t i) { return i % 32 * 2 + i / 32; });
 }
 
 // Bytes of b, g and r in turn with every fourth byte of memory left alone: the first of each pixel,
@@ -464,10 +492,20 @@ TRV_INLINE void store_four(uint8_t* out, __m512i v0, __m512i v1, __m512i v2, __m
     _mm512_mask_storeu_epi8(out + 128, colours, v2);
     _mm512_mask_storeu_epi8(out + 192, colours, v3);
 }
+// Channels are interleaved in each 16-byte part by itself. Before that, dwords go where parts of
+// the result take them from: part j of vector k is made of dword 4 * k + j.
 template <bool PadFirst = false>
 TRV_INLINE void store_three_of_four(uint8_t* out, U8 b, U8 g, U8 r) {
-    store_four<PadFirst>(out, in_turn<0, 4>(b, g, r), in_turn<1, 4>(b, g, r),
-                         in_turn<2, 4>(b, g, r), in_turn<3, 4>(b, g, r));
+    static constexpr auto from = order<uint32_t>([](size_t i) { return i % 4 * 4 + i / 4; });
+    const auto spread = [](U8 v) TRV_INLINE_LAMBDA {
+        return _mm512_maskz_permutexvar_epi32(0xFFFF, reg(lanes<U32>(from)), reg(v));
+    };
+    const __m512i sb = spread(b), sg = spread(g), sr = spread(r);
+    const __m512i bg_low = _mm512_unpacklo_epi8(sb, sg), bg_high = _mm512_unpackhi_epi8(sb, sg);
+    const __m512i r_low = _mm512_unpacklo_epi8(sr, sr), r_high = _mm512_unpackhi_epi8(sr, sr);
+    store_four<PadFirst>(
+        out, _mm512_unpacklo_epi16(bg_low, r_low), _mm512_unpackhi_epi16(bg_low, r_low),
+        _mm512_unpacklo_epi16(bg_high, r_high), _mm512_unpackhi_epi16(bg_high, r_high));
 }
 TRV_INLINE void store_three_of_four(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& high,
                                     const Bgr<EightBits>& bits) {
