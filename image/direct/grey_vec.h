@@ -80,17 +80,15 @@ struct Kernel<GreyWord<Grey, SixGreen>> : GreyBlocks<Grey> {
 template <typename Grey>
 struct Kernel<GreyThree<Grey>> : GreyBlocks<Grey> {
     TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
-        const U8 grey = narrow(v.a, v.b);
-        store_three(out, grey, grey, grey);
+        store_thrice(out, narrow(v.a, v.b));
     }
 };
 
 template <typename Grey>
 struct Kernel<GreyFour<Grey>> : GreyBlocks<Grey> {
     TRV_INLINE static void write(uint8_t* out, const TwoVectors& v) {
-        const U16 a = v.a | v.a << 8, b = v.b | v.b << 8;
-        store_in_turn(out, a, a);
-        store_in_turn(out + 2 * vector_bytes, b, b);
+        store_four_times(out, v.a);
+        store_four_times(out + 2 * vector_bytes, v.b);
     }
 };
 

@@ -65,6 +65,14 @@ consteval Lanes<uint8_t, Bytes> word_order(int offset) {
     return lanes;
 }
 
+// A byte order that is the same in each 16 bytes.
+template <size_t Bytes, typename F>
+consteval Lanes<uint8_t, Bytes> byte_order(F f) {
+    Lanes<uint8_t, Bytes> lanes{};
+    for (size_t i = 0; i < Bytes; ++i) lanes.v[i] = static_cast<uint8_t>(f(i % 16));
+    return lanes;
+}
+
 template <typename V, typename L>
 TRV_INLINE V lanes(const L& constant) {
     static_assert(sizeof(V) == sizeof constant);

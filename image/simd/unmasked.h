@@ -53,7 +53,28 @@ TRV_INLINE void store_three(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& od
                       as<U16>(odd.g) >> 8 | (as<U16>(odd.r) & high));
 }
 
-// 5-6-5 words likewise: of the even pixels and of the odd ones.
+// Each byte three times.
+TRV_INLINE void store_thrice(uint8_t* out, U8 v) {
+    const auto part = [&]<size_t First>() TRV_INLINE_LAMBDA {
+        static constexpr auto from =
+            byte_order<sizeof(U8)>([](size_t i) { return (First + i) / 3; });
+        return reg(shuffle(v, lanes<U8>(from)));
+    };
+    store_thirds(out, part.template operator()<0>(), part.template operator()<16>(),
+                 part.template operator()<32>());
+}
+
+// The low byte of each word four times.
+TRV_INLINE void store_four_times(uint8_t* out, U16 v) {
+    const auto part = [&]<size_t First>() TRV_INLINE_LAMBDA {
+        static constexpr auto from =
+            byte_order<sizeof(U8)>([](size_t i) { return (First + i) / 4 * 2; });
+        return reg(shuffle(as<U8>(v), lanes<U8>(from)));
+    };
+    store_halves(out, sizeof(U8), part.template operator()<0>(), part.template operator()<16>());
+}
+
+// 5-6-5 words of pixels that come from two vectors in turn.
 TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& even, const Bgr<U8>& odd) {
     const U16 top = splat<U16>(0xF800), middle = splat<U16>(0x07E0), bottom = splat<U16>(0x001F);
     const U16 first = (as<U16>(even.r) << 8 & top) | (as<U16>(even.g) << 3 & middle) |

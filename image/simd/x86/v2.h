@@ -176,6 +176,17 @@ TRV_INLINE U8 gather_load(const uint8_t* source, Pre pre) {
 
 // Stores: pixels of several channels, in memory's order.
 
+// What is made in 16-byte parts, in the order of memory.
+TRV_INLINE void store_halves(uint8_t* out, size_t apart, __m128i first, __m128i second) {
+    store(out, as<U8>(first));
+    store(out + apart, as<U8>(second));
+}
+TRV_INLINE void store_thirds(uint8_t* out, __m128i first, __m128i second, __m128i third) {
+    store(out, as<U8>(first));
+    store(out + 16, as<U8>(second));
+    store(out + 32, as<U8>(third));
+}
+
 // Words of a and b in turn: a0 b0 a1 b1 ...
 TRV_INLINE void store_in_turn(uint8_t* out, U16 a, U16 b) {
     store(out, as<U8>(_mm_unpacklo_epi16(reg(a), reg(b))));

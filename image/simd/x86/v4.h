@@ -371,44 +371,18 @@ TRV_INLINE void store_words(uint8_t* out, const Bgr<U8>& c) {
     store_in_turn(out, select(splat<U8>(0xE0), bits_up<3>(c.g), bits_up<-3>(c.b)), upper);
 }
 
-// Bytes i of a vector's part of a picture that belong to channel `Channel`.
-template <size_t Part, size_t Step, size_t Channel>
-constexpr uint64_t channel_mask() {
-    return mask_where([](size_t i) { return (Part * 64 + i) % Step == Channel; });
-}
-
-// Vector `Part` of the bytes of b, g and r in turn, `Step` bytes per pixel.
-template <size_t Part, size_t Step>
-TRV_INLINE __m512i in_turn(U8 b, U8 g, U8 r) {
-    static constexpr auto pixel = order<uint8_t>([](size_t i) { return (Part * 64 + i) / Step; });
-    const __m512i turn = reg(lanes<U8>(pixel));
-    __m512i v = _mm512_maskz_permutexvar_epi8(channel_mask<Part, Step, 0>(), turn, reg(b));
-    v = _mm512_mask_permutexvar_epi8(v, channel_mask<Part, Step, 1>(), turn, reg(g));
-    return _mm512_mask_permutexvar_epi8(v, channel_mask<Part, Step, 2>(), turn, reg(r));
-}
-
-// The same from bytes of b and g in turn, 32 pixels a vector, and from bytes of r of which pixels 0
-// to 31 are the even ones and pixels 32 to 63 the odd ones.
-template <size_t Part, size_t Step>
+// Vector `Part` of 64 four-byte pixels, from bytes of b and g in turn, 32 pixels a vector, and from
+// bytes of r of which pixels 0 to 31 are the even ones and pixels 32 to 63 the odd ones.
+template <size_t Part>
 TRV_INLINE __m512i in_turn(__m512i bg0, __m512i bg1, __m512i r) {
-    static constexpr auto two = order<uint8_t>([](size_t i) {
-        const size_t t = Part * 64 + i;
-        return t / Step % 32 * 2 + t % Step % 2;
-    });
-    static constexpr auto third = order<uint8_t>([](size_t i) {
-        const size_t pixel = (Part * 64 + i) / Step;
-        return pixel % 32 * 2 + pixel / 32;
-    });
-    constexpr uint64_t in_bg1 = mask_where([](size_t i) { return (Part * 64 + i) / Step >= 32; });
-    const __m512i turn = reg(lanes<U8>(two));
-    __m512i v;
-    if constexpr (in_bg1 == 0)
-        v = _mm512_maskz_permutexvar_epi8(~in_bg1, turn, bg0);
-    else
-        v = _mm512_maskz_permutexvar_epi8(in_bg1, turn, bg1);
-    if constexpr (in_bg1 != 0 && ~in_bg1 != 0)
-        v = _mm512_mask_permutexvar_epi8(v, ~in_bg1, turn, bg0);
-    return _mm512_mask_permutexvar_epi8(v, channel_mask<Part, Step, 2>(), reg(lanes<U8>(third)), r);
+    static constexpr auto two =
+        order<uint8_t>([](size_t i) { return (Part * 16 + i / 4) % 32 * 2 + i % 2; });
+    static constexpr auto third =
+        order<uint8_t>([](size_t i) { return (Part * 16 + i / 4) % 32 * 2 + Part / 2; });
+    constexpr uint64_t in_third = mask_where([](size_t i) { return i % 4 == 2; });
+    const __m512i v =
+        _mm512_maskz_permutexvar_epi8(~uint64_t{}, reg(lanes<U8>(two)), Part < 2 ? bg0 : bg1);
+    return _mm512_mask_permutexvar_epi8(v, in_third, reg(lanes<U8>(third)), r);
 }
 
 // Vector `Part` of the words of a, b and c in turn: those of a and b by one permutation.
@@ -481,6 +455,30 @@ TRV_INLINE void store_three(uint8_t* out, const Bgr<U16>& low, const Bgr<U16>& h
     store_three(out, b, g, r, [](size_t i) { return i % 32 * 2 + i / 32; });
 }
 
+// Each byte three times.
+TRV_INLINE void store_thrice(uint8_t* out, U8 v) {
+    const auto put = [&]<size_t Part>() TRV_INLINE_LAMBDA {
+        static constexpr auto from = order<uint8_t>([](size_t i) { return (Part * 64 + i) / 3; });
+        const __m512i turn = reg(lanes<U8>(from));
+        store(out + Part * 64, as<U8>(_mm512_maskz_permutexvar_epi8(~uint64_t{}, turn, reg(v))));
+    };
+    put.template operator()<0>();
+    put.template operator()<1>();
+    put.template operator()<2>();
+}
+
+// The low byte of each word four times.
+TRV_INLINE void store_four_times(uint8_t* out, U16 v) {
+    const auto put = [&]<size_t Part>() TRV_INLINE_LAMBDA {
+        static constexpr auto from =
+            order<uint8_t>([](size_t i) { return (Part * 16 + i / 4) * 2; });
+        const __m512i turn = reg(lanes<U8>(from));
+        store(out + Part * 64, as<U8>(_mm512_maskz_permutexvar_epi8(~uint64_t{}, turn, reg(v))));
+    };
+    put.template operator()<0>();
+    put.template operator()<1>();
+}
+
 // Bytes of b, g and r in turn with every fourth byte of memory left alone: the first of each pixel,
 // or the last. One byte further on, the first case is the second.
 template <bool PadFirst = false>
@@ -512,8 +510,8 @@ TRV_INLINE void store_three_of_four(uint8_t* out, const Bgr<U16>& low, const Bgr
     const __m512i bg0 = EightBits::merged(low.b, bits.b, low.g, bits.g);
     const __m512i bg1 = EightBits::merged(high.b, bits.b, high.g, bits.g);
     const __m512i r = EightBits::merged(low.r, bits.r, high.r, bits.r);
-    store_four(out, in_turn<0, 4>(bg0, bg1, r), in_turn<1, 4>(bg0, bg1, r),
-               in_turn<2, 4>(bg0, bg1, r), in_turn<3, 4>(bg0, bg1, r));
+    store_four(out, in_turn<0>(bg0, bg1, r), in_turn<1>(bg0, bg1, r), in_turn<2>(bg0, bg1, r),
+               in_turn<3>(bg0, bg1, r));
 }
 
 // The low three bytes of 64 dwords.

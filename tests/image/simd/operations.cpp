@@ -117,6 +117,12 @@ const char* check_stores(const uint8_t* at) {
     if (!stores<3 * n>([&](uint8_t* out) { store_three(out, a, b, c); },
                        [&](size_t i) { return byte(i % 3, i / 3); }))
         return "store_three";
+    if (!stores<3 * n>([&](uint8_t* out) { store_thrice(out, a); },
+                       [&](size_t i) { return byte(0, i / 3); }))
+        return "store_thrice";
+    if (!stores<2 * n>([&](uint8_t* out) { store_four_times(out, as<U16>(a)); },
+                       [&](size_t i) { return byte(0, i / 4 * 2); }))
+        return "store_four_times";
     if (!stores<3 * n>([&](uint8_t* out) { store_three(out, pixels); },
                        [&](size_t i) { return at[i / 3 * 4 + i % 3]; }))
         return "store_three, dwords";
