@@ -22,12 +22,14 @@ inline void convert_lines(const Level& level, const Job& job, const Decision& de
 namespace bayer {
 
 // Stores under a mask, which keep the pad byte of four, may be slow where they cross cache lines,
-// and for large pictures anywhere: loads that blend bring the destination into the core.
+// and for large pictures anywhere: loads that blend bring the destination into the core. Where
+// masks cost nothing, any store that crosses cache lines takes half as long again, which counts
+// until pictures come from main memory: there loads that do cost as much.
 inline Memory memory_of(const MemoryPolicy& policy, uint64_t written, uint64_t all, bool masked) {
     const bool is_large = policy.outgrows_core(written), is_far = policy.outgrows_caches(all);
     return {.fetch_distance = policy.distance(all),
             .by_fallback = !policy.masks_freely && (masked ? is_large : is_far),
-            .aligned_stores = !policy.masks_freely && (masked || is_large)};
+            .aligned_stores = policy.masks_freely ? !is_far : masked || is_large};
 }
 
 // `image.memory` is filled here.
