@@ -15,9 +15,10 @@ struct Picture {
 };
 
 // What a parameter's number stands for: in a table, as conversions ask for a dozen of them each.
+enum class Kind : uint8_t { unknown, narrow, wide };
 struct Parameter {
     Value value;
-    bool known, wide;
+    Kind kind;
 };
 
 constexpr uint32_t parameter_count = TBL_PARAMETER_PACKING_OFFSET + 1;
@@ -26,15 +27,15 @@ struct Parameters {
     Parameter at[parameter_count];
 
     consteval Parameters() : at{} {
-        at[TBL_PARAMETER_WIDTH] = {Value::width, true, false};
-        at[TBL_PARAMETER_HEIGHT] = {Value::height, true, false};
-        at[TBL_PARAMETER_ADDRESS] = {Value::address, true, true};
-        at[TBL_PARAMETER_STRIDE] = {Value::stride, true, false};
-        at[TBL_PARAMETER_FORMAT] = {Value::format, true, false};
-        at[TBL_PARAMETER_BAYER_METHOD] = {Value::method, true, false};
-        at[TBL_PARAMETER_BAYER_PHASE] = {Value::phase, true, false};
-        at[TBL_PARAMETER_PRESENT] = {Value::present, true, true};
-        at[TBL_PARAMETER_PACKING_OFFSET] = {Value::packing_offset, true, false};
+        at[TBL_PARAMETER_WIDTH] = {Value::width, Kind::narrow};
+        at[TBL_PARAMETER_HEIGHT] = {Value::height, Kind::narrow};
+        at[TBL_PARAMETER_ADDRESS] = {Value::address, Kind::wide};
+        at[TBL_PARAMETER_STRIDE] = {Value::stride, Kind::narrow};
+        at[TBL_PARAMETER_FORMAT] = {Value::format, Kind::narrow};
+        at[TBL_PARAMETER_BAYER_METHOD] = {Value::method, Kind::narrow};
+        at[TBL_PARAMETER_BAYER_PHASE] = {Value::phase, Kind::narrow};
+        at[TBL_PARAMETER_PRESENT] = {Value::present, Kind::wide};
+        at[TBL_PARAMETER_PACKING_OFFSET] = {Value::packing_offset, Kind::narrow};
     }
 };
 
@@ -135,21 +136,15 @@ bool has_packing_offset(const Format& format) {
     return is_packed(format) && format.order == BitOrder::least;
 }
 
-bool read_into(uint64_t handle, Value value, uint64_t* out) {
-    const Read read = read_value(handle, value);
-    if (read.live) *out = read.value;
-    return read.live;
-}
-
 bool read_picture(uint64_t handle, Picture* picture) {
-    return read_into(handle, Value::width, &picture->width) &&
-           read_into(handle, Value::height, &picture->height) &&
-           read_into(handle, Value::format, &picture->format) &&
-           read_into(handle, Value::address, &picture->address) &&
-           read_into(handle, Value::stride, &picture->stride) &&
-           read_into(handle, Value::method, &picture->method) &&
-           read_into(handle, Value::phase, &picture->phase) &&
-           read_into(handle, Value::packing_offset, &picture->packing_offset);
+    return read_value(handle, Value::width, &picture->width) &&
+           read_value(handle, Value::height, &picture->height) &&
+           read_value(handle, Value::format, &picture->format) &&
+           read_value(handle, Value::address, &picture->address) &&
+           read_value(handle, Value::stride, &picture->stride) &&
+           read_value(handle, Value::method, &picture->method) &&
+           read_value(handle, Value::phase, &picture->phase) &&
+           read_value(handle, Value::packing_offset, &picture->packing_offset);
 }
 
 bool inside(uint64_t start, uint64_t length, uint64_t whole) {
@@ -170,14 +165,14 @@ using namespace trv::companion;  // this file is its C face
 
 uint32_t TBL_BufferParameterGet(uint64_t handle, uint32_t id, void* out) {
     if (out == nullptr || id >= parameter_count) return TRV_STATUS_PARAMETER;
-    const Parameter& parameter = parameters.at[id];
-    if (!parameter.known) return TRV_STATUS_PARAMETER;
-    const Read read = read_value(handle, parameter.value);
-    if (!read.live) return TRV_STATUS_PARAMETER;
-    if (parameter.wide)
-        *static_cast<uint64_t*>(out) = read.value;
+    const Parameter parameter = parameters.at[id];
+    if (parameter.kind == Kind::unknown) return TRV_STATUS_PARAMETER;
+    uint64_t value = 0;
+    if (!read_value(handle, parameter.value, &value)) return TRV_STATUS_PARAMETER;
+    if (parameter.kind == Kind::wide)
+        *static_cast<uint64_t*>(out) = value;
     else
-        *static_cast<uint32_t*>(out) = static_cast<uint32_t>(read.value);
+        *static_cast<uint32_t*>(out) = static_cast<uint32_t>(value);
     return TRV_STATUS_OK;
 }
 

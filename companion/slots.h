@@ -70,7 +70,9 @@ inline uint32_t slot_index(uint64_t handle) {
 
 inline Slot* slot_at(uint32_t index) {
     Slot* chunk = chunks[index / chunk_size].load(std::memory_order_acquire);
-    return chunk == nullptr ? nullptr : chunk + index % chunk_size;
+    if (chunk == nullptr) [[unlikely]]
+        return nullptr;
+    return chunk + index % chunk_size;
 }
 
 // The slot a live handle names, or null. Without the lock the answer may be stale at once.
@@ -80,19 +82,17 @@ inline Slot* find_slot(uint64_t handle) {
     return slot;
 }
 
-// The value of a live handle, or that it is not one.
-struct Read {
-    bool live;
-    uint64_t value;
-};
-
-inline Read read_value(uint64_t handle, Value value) {
+// The value of a live handle; false where it is not one, and `value` as it was.
+[[gnu::always_inline]] inline bool read_value(uint64_t handle, Value which, uint64_t* value) {
     Slot* slot = find_slot(handle);
-    if (slot == nullptr) return {};
+    if (slot == nullptr) [[unlikely]]
+        return false;
     // Acquire keeps the second look at the handle after the read.
-    const uint64_t read = slot->at(value).load(std::memory_order_acquire);
-    if (slot->handle.load(std::memory_order_relaxed) != handle) return {};
-    return {true, read};
+    const uint64_t read = slot->at(which).load(std::memory_order_acquire);
+    if (slot->handle.load(std::memory_order_relaxed) != handle) [[unlikely]]
+        return false;
+    *value = read;
+    return true;
 }
 
 // A slot taken from the free list with all values zero and one owner, not yet alive; null when none
