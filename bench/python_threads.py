@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """python_threads.py [SECONDS]: pictures per second from Python by one thread and by two, side by side.
 
-Beside them stands what two threads gain that do not compute at all in Python, for the machine itself: a loop of C.
+The first line is a loop of C that the interpreter only calls, for the machine itself.
 Takes an idle machine; frames fit the caches. PYTHONPATH and TRVIL_LIBRARY_DIR say which module."""
 import ctypes
 import sys
@@ -12,7 +12,7 @@ import numpy as np
 import trvil
 
 SECONDS = float(sys.argv[1]) if len(sys.argv) > 1 else 0.5
-HEIGHT, WIDTH = 480, 640
+HEIGHT, WIDTH = 1024, 1280
 rng = np.random.default_rng(1)
 
 
@@ -52,7 +52,7 @@ def convert(source, to, **options):
 
 
 def unpack():
-    sent, out = np.zeros((HEIGHT, WIDTH * 3 // 2), np.uint8), np.empty((HEIGHT, WIDTH), np.uint16)
+    sent, out = rng.integers(0, 256, (HEIGHT, WIDTH * 3 // 2), np.uint8), np.empty((HEIGHT, WIDTH), np.uint16)
     return lambda: trvil.unpack(sent, "12p", out=out)
 
 
