@@ -2,7 +2,7 @@
 # pkg-config, which asks for libraries that Aravis itself is linked with.
 set(TRVIL_GRAB AUTO CACHE STRING "Build what needs Aravis, trvil grab among it: ON, OFF, or AUTO where Aravis is")
 set_property(CACHE TRVIL_GRAB PROPERTY STRINGS AUTO ON OFF)
-if(TRVIL_GRAB)
+if(TRVIL_GRAB AND NOT CMAKE_CROSSCOMPILING)
   find_path(ARAVIS_INCLUDE arv.h PATH_SUFFIXES aravis-0.8)
   find_library(ARAVIS_LIBRARY aravis-0.8)
   find_package(PkgConfig)

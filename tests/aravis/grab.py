@@ -127,6 +127,8 @@ def test_words():
         grab("-n", "1", "-o", "a.png", "--set", "PixelFormat=RGB10p", code=3, says="one stream of bits")
         grab("-n", "1", "-o", "a.png", "--set", "PixelFormat=Unheard", code=3, says="0x01234567")
         grab(code=2, says="there is no -o")
+        grab("-n", "0", "-o", "a.png", code=2, says="-n: Value 0 not in range 1 to 1000000000")
+        grab("--timeout", "0", "-o", "a.png", code=2, says="--timeout: Value 0 not in range")
         assert not Path("a.png").exists()
     with Running("--period", "60000000"):
         grab("-n", "3", "--timeout", "0.5", "-o", "one.y4m", code=4, says="no frame came for 500 ms, after 1 frame")

@@ -217,7 +217,7 @@ void add_own(CLI::App* command, Options* o) {
     command->add_flag("--list", o->list, "Name the cameras that answer, and do nothing else")
         ->group(group);
     command->add_option("-n", o->count, "Whole frames to take [until interrupted]")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 48))
+        ->check(CLI::Range(uint64_t{1}, uint64_t{1000000000}))
         ->type_name("N")
         ->group(group);
     command
