@@ -1,4 +1,4 @@
-// trvildeinterlace: interlaced frames in; out of one field of each, or of both, whole frames.
+// trvildeinterlace: fields in, together in frames or one by one; out whole frames.
 #include <gst/video/gstvideofilter.h>
 #include <gst/video/video.h>
 
@@ -150,7 +150,8 @@ void scale_rate(GstStructure* structure, gint numerator, gint denominator) {
                           nullptr);
 }
 
-void set_interlaced(GstStructure* structure) {
+// The same pictures with both fields in each frame, and with a buffer for each field.
+GstCaps* interlaced(GstCaps* caps) {
     GValue modes = G_VALUE_INIT, mode = G_VALUE_INIT;
     gst_value_list_init(&modes, 2);
     g_value_init(&mode, G_TYPE_STRING);
@@ -158,28 +159,39 @@ void set_interlaced(GstStructure* structure) {
         g_value_set_static_string(&mode, name);
         gst_value_list_append_value(&modes, &mode);
     }
+    GstCaps* fields = gst_caps_copy(caps);
+    gst_caps_set_value(caps, "interlace-mode", &modes);
+    gst_caps_set_simple(fields, "interlace-mode", G_TYPE_STRING, "alternate", nullptr);
+    gst_caps_set_features_simple(
+        fields, gst_caps_features_new(GST_CAPS_FEATURE_FORMAT_INTERLACED, nullptr));
+    gst_caps_append(caps, fields);
+    g_value_unset(&modes);
     g_value_unset(&mode);
-    gst_structure_take_value(structure, "interlace-mode", &modes);
+    return caps;
+}
+
+GstCaps* progressive(GstCaps* caps) {
+    gst_caps_set_simple(caps, "interlace-mode", G_TYPE_STRING, "progressive", nullptr);
+    gst_caps_set_features_simple(
+        caps, gst_caps_features_new(GST_CAPS_FEATURE_MEMORY_SYSTEM_MEMORY, nullptr));
+    return caps;
 }
 
 GstCaps* transform_caps(GstBaseTransform* trans, GstPadDirection direction, GstCaps* caps,
                         GstCaps* filter) {
     const Settings settings = settings_now(deinterlace_of(trans));
-    GstCaps* formats = raw_caps(settings.method != TIL_FIELD_MEDIAN);
-    GstCaps* result = gst_caps_intersect(caps, formats);
-    gst_caps_unref(formats);
-    result = gst_caps_make_writable(result);
+    const bool forwards = direction == GST_PAD_SINK;
+    GstCaps* known = raw_caps(settings.method != TIL_FIELD_MEDIAN);
+    if (forwards) known = interlaced(known);
+    GstCaps* result = gst_caps_make_writable(gst_caps_intersect(caps, known));
+    gst_caps_unref(known);
     for (guint i = 0; i < gst_caps_get_size(result); ++i) {
         GstStructure* structure = gst_caps_get_structure(result, i);
         gst_structure_remove_field(structure, "field-order");
-        if (direction == GST_PAD_SINK)
-            gst_structure_set(structure, "interlace-mode", G_TYPE_STRING, "progressive", nullptr);
-        else
-            set_interlaced(structure);
         if (settings.fields == fields_all)
-            scale_rate(structure, direction == GST_PAD_SINK ? 2 : 1,
-                       direction == GST_PAD_SINK ? 1 : 2);
+            scale_rate(structure, forwards ? 2 : 1, forwards ? 1 : 2);
     }
+    if (!gst_caps_is_empty(result)) result = forwards ? progressive(result) : interlaced(result);
     if (filter == nullptr) return result;
     GstCaps* filtered = gst_caps_intersect_full(filter, result, GST_CAPS_INTERSECT_FIRST);
     gst_caps_unref(result);
@@ -194,16 +206,24 @@ gboolean sink_event(GstBaseTransform* trans, GstEvent* event) {
 
 // ---- Frames ----
 
-// One field of `frame`, its lines without padding.
-uint8_t* gather_field(const GstVideoFrame* frame, bool bottom, size_t line,
-                      std::vector<uint8_t>& field) {
+bool has_one_field(const GstVideoInfo& info) {
+    return GST_VIDEO_INFO_INTERLACE_MODE(&info) == GST_VIDEO_INTERLACE_MODE_ALTERNATE;
+}
+
+// The lines of a field without padding: where they are, or copied.
+uint8_t* lines_of_field(const GstVideoFrame* frame, bool bottom, size_t line,
+                        std::vector<uint8_t>& copy) {
     const auto lines = static_cast<size_t>(frame->info.height) / 2;
-    const auto stride = static_cast<size_t>(frame->info.stride[0]);
-    const uint8_t* from = static_cast<const uint8_t*>(frame->data[0]) + (bottom ? stride : 0);
-    field.resize(line * lines);
-    for (size_t y = 0; y < lines; ++y)
-        std::memcpy(field.data() + y * line, from + y * 2 * stride, line);
-    return field.data();
+    auto step = static_cast<size_t>(frame->info.stride[0]);
+    auto* from = static_cast<uint8_t*>(frame->data[0]);
+    if (!has_one_field(frame->info)) {
+        if (bottom) from += step;
+        step *= 2;
+    }
+    if (step == line) return from;
+    copy.resize(line * lines);
+    for (size_t y = 0; y < lines; ++y) std::memcpy(copy.data() + y * line, from + y * step, line);
+    return copy.data();
 }
 
 // The methods take padding for samples and write frames at the field's stride, so neither has
@@ -222,7 +242,7 @@ void make_frame(Deinterlace* self, const GstVideoFrame* in, GstVideoFrame* out, 
         self->picture->resize(line * height);
         whole = self->picture->data();
     }
-    const Buffer field = Buffer::wrap(gather_field(in, bottom, line, *self->field),
+    const Buffer field = Buffer::wrap(lines_of_field(in, bottom, line, *self->field),
                                       line * (height / 2), width, height / 2, stored);
     const Buffer frame = Buffer::wrap(whole, line * height, width, height, stored);
     const uint32_t status =
@@ -248,7 +268,14 @@ GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* in, GstVide
         return GST_FLOW_OK;
     }
     bool bottom = settings.fields == fields_bottom;
-    if (settings.fields == fields_all) bottom = top_first(in) == (self->at_second != FALSE);
+    if (has_one_field(in->info)) {
+        const bool is_bottom = GST_VIDEO_FRAME_IS_BOTTOM_FIELD(in);
+        if (settings.fields != fields_all && is_bottom != bottom)
+            return GST_BASE_TRANSFORM_FLOW_DROPPED;
+        bottom = is_bottom;
+    } else if (settings.fields == fields_all) {
+        bottom = top_first(in) == (self->at_second != FALSE);
+    }
     try {
         make_frame(self, in, out, settings.method, bottom);
     } catch (const std::exception& error) {
@@ -261,7 +288,8 @@ GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* in, GstVide
 // Called until it has nothing more: of both fields, a frame is taken again for the second one.
 GstFlowReturn generate_output(GstBaseTransform* trans, GstBuffer** out) {
     Deinterlace* self = deinterlace_of(trans);
-    const bool all = settings_now(self).fields == fields_all;
+    const bool all =
+        settings_now(self).fields == fields_all && !has_one_field(GST_VIDEO_FILTER(trans)->in_info);
     self->at_second = self->second != nullptr;
     if (self->at_second) {
         trans->queued_buf = self->second;
@@ -326,11 +354,8 @@ void class_init(gpointer klass, gpointer) {
     gst_element_class_set_static_metadata(
         element_class, "Frames from fields", "Filter/Effect/Video/Deinterlace",
         "Makes whole frames of the fields of interlaced ones, by four methods", "trvil");
-    GstCaps* whole = raw_caps(true);
-    GstCaps* interlaced = gst_caps_copy(whole);
-    set_interlaced(gst_caps_get_structure(interlaced, 0));
-    trv::gstreamer::add_pad_template(element_class, GST_PAD_SINK, interlaced);
-    trv::gstreamer::add_pad_template(element_class, GST_PAD_SRC, whole);
+    trv::gstreamer::add_pad_template(element_class, GST_PAD_SINK, interlaced(raw_caps(true)));
+    trv::gstreamer::add_pad_template(element_class, GST_PAD_SRC, raw_caps(true));
 
     GstBaseTransformClass* transform_class = GST_BASE_TRANSFORM_CLASS(klass);
     transform_class->transform_caps = transform_caps;

@@ -113,6 +113,36 @@ TEST(GStreamerDeinterlace, BothFieldsMakeFrames) {
     }
 }
 
+// A buffer for each field: those asked for become frames, without a copy where lines have no
+// padding.
+TEST(GStreamerDeinterlace, FieldsInBuffersOfTheirOwn) {
+    test::Random random(test::seed());
+    const Layout& layout = layouts[3];
+    for (const int fields : {0, 1, 2})
+        for (const unsigned width : {20u, 21u}) {
+            const Element element("trvildeinterlace");
+            g_object_set(*element, "fields", fields, nullptr);
+            const Interlaced frame = any_frame(layout, width, 12, random);
+            element.send(test::sized(
+                "video/x-raw(format:Interlaced),interlace-mode=alternate,format=BGR", width, 12));
+            for (const bool bottom : {false, true}) {
+                Bytes lines;
+                for (unsigned y = bottom; y < frame.height; y += 2)
+                    lines.insert(lines.end(), frame.memory.begin() + y * frame.stride,
+                                 frame.memory.begin() + (y + 1) * frame.stride);
+                GstBuffer* buffer = test::buffer_of(lines);
+                GST_BUFFER_FLAG_SET(buffer, bottom ? GST_VIDEO_BUFFER_FLAG_BOTTOM_FIELD
+                                                   : GST_VIDEO_BUFFER_FLAG_TOP_FIELD);
+                ASSERT_EQ(element.push(buffer), GST_FLOW_OK) << element.error();
+                if (fields == 2 || fields == int{bottom}) {
+                    EXPECT_EQ(element.pull_lines(),
+                              expected_frame(layout, frame, TIL_FIELD_MEDIAN, bottom));
+                }
+                EXPECT_EQ(gst_harness_buffers_in_queue(element.harness()), 0u);
+            }
+        }
+}
+
 TEST(GStreamerDeinterlace, WholeFramesAmongInterlacedOnesStay) {
     test::Random random(test::seed());
     const Element element("trvildeinterlace");
