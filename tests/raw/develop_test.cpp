@@ -320,6 +320,50 @@ void compare(const Scene& scene, Random& random) {
         }
 }
 
+// Packed formats are developed as the packings in which their bits lie.
+TEST(Develop, TakesPackedFormatsForTheirPackings) {
+    const struct {
+        Code packed, words;
+        uint32_t packing;
+    } cases[] = {{Code::BAY10P_C, Code::BAY10_C, TRW_PACKING_10p},
+                 {Code::BAY12P_D, Code::BAY12_D, TRW_PACKING_12p},
+                 {Code::BAY14P_A, Code::BAY14_A, TRW_PACKING_14p},
+                 {Code::Mono12P, Code::Mono12, TRW_PACKING_12p},
+                 {Code::Mono12MP, Code::Mono12, TRW_PACKING_12pmsb}};
+    Random random(test::seed());
+    constexpr uint32_t width = 37, height = 6, stride = 72;
+    Guarded source(stride * height, test::any_side(random));
+    for (size_t i = 0; i < source.size(); ++i)
+        source.data()[i] = static_cast<uint8_t>(random.bits());
+    for (const auto& c : cases) {
+        const bool is_grey = c.words == Code::Mono12;
+        std::vector<uint16_t> pictures[2];
+        for (const bool as_packing : {false, true}) {
+            std::vector<uint16_t>& picture = pictures[as_packing];
+            picture.resize(3 * width * height);
+            fake() = {};
+            fake().set_picture(source_handle, whole_code(c.packed), source.data(), width, height,
+                               stride);
+            fake().set_picture(destination_handle, whole_code(is_grey ? Code::Mono16 : Code::RGB48),
+                               reinterpret_cast<uint8_t*>(picture.data()), width, height,
+                               width * 6);
+            TRW_DevelopSettings settings{};
+            settings.size = sizeof settings;
+            settings.method = is_grey ? 0 : TBL_BAYER_METHOD_AVE;
+            settings.format = as_packing ? whole_code(c.words) : 0;
+            const uint32_t packing = as_packing ? c.packing : 0;
+            TRW_Recipe* recipe = nullptr;
+            const char* why = nullptr;
+            ASSERT_EQ(TRW_RecipeCreate(&recipe, source_handle, packing, &settings, &why), 0u)
+                << why;
+            EXPECT_EQ(TRW_Develop(source_handle, destination_handle, recipe, nullptr), 0u);
+            TRW_RecipeDestroy(&recipe);
+        }
+        EXPECT_EQ(pictures[0], pictures[1]) << trv::format_of(c.packed).name;
+        EXPECT_NE(pictures[0], std::vector<uint16_t>(pictures[0].size()));
+    }
+}
+
 TEST(Develop, FollowsTheFormulasAtEveryWidth) {
     Random random(test::seed());
     for (unsigned round = 0; round < test::rounds(3); ++round)
