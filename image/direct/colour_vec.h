@@ -174,22 +174,28 @@ struct Planes {
     U8 blue, green, red;
 };
 
-// The scalar rule in 16 bits: with u6 = 64 (U - 128), the high half of u6 * 1815 is 1815 u >> 10;
-// green adds the products shifted by 5 and shifts the sum by 5, exact because 352 u / 32 is whole.
 struct YuvWords {
     I16 blue, green, red;
 };
 
+// The scalar rule: a word's upper byte is U in even words and V in odd ones. With u6 = 64 (U -
+// 128), the high half of u6 * 1815 is 1815 u >> 10, and that of 352 u6 + 731 v6 is (352 u + 731 v)
+// >> 10. Both pixels of a pair take them from where they are.
 TRV_INLINE YuvWords yuv_words(U16 pixels) {
-    // U and V go to the upper bytes of both words of their pair; 128 less is the top bit turned
-    // over.
-    const U32 pairs = as<U32>(pixels);
-    const I16 turned = splat<I16>(-0x8000);
-    const I16 u6 = (as<I16>(permute<Map<4, zero, 1, zero, 1>>(pairs)) ^ turned) >> 2;
-    const I16 v6 = (as<I16>(permute<Map<4, zero, 3, zero, 3>>(pairs)) ^ turned) >> 2;
+    const auto of_pair = [](uint32_t u, uint32_t v)
+                             TRV_INLINE_LAMBDA { return as<I16>(splat<U32>(u | v << 16)); };
+    const auto lower = [](auto v) TRV_INLINE_LAMBDA {
+        return as<I16>(permute<Map<4, 0, 1, 0, 1>>(as<U32>(v)));
+    };
+    const auto upper = [](auto v) TRV_INLINE_LAMBDA {
+        return as<I16>(permute<Map<4, 2, 3, 2, 3>>(as<U32>(v)));
+    };
+    // 128 less is the top bit turned over.
+    const I16 uv6 = as<I16>((pixels & splat<U16>(0xFF00)) ^ splat<U16>(0x8000)) >> 2;
     const I16 y = as<I16>(pixels & splat<U16>(0xFF));
-    const I16 green = (mul_high(u6, splat<I16>(11264)) + mul_high(v6, splat<I16>(23392))) >> 5;
-    return {y + mul_high(u6, splat<I16>(1815)), y - green, y + mul_high(v6, splat<I16>(1436))};
+    const I16 blue_red = mul_high(uv6, of_pair(1815, 1436));
+    const U32 green = sums_of_products(uv6, of_pair(352, 731));
+    return {y + lower(blue_red), y - upper(green), y + upper(blue_red)};
 }
 
 template <typename M>

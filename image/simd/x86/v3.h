@@ -126,6 +126,11 @@ TRV_INLINE I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm256_mulhi_epi16(as<__m256i>(a), as<__m256i>(b)));
 }
 
+// Products of signed words, added in pairs.
+TRV_INLINE U32 sums_of_products(I16 a, I16 b) {
+    return as<U32>(_mm256_madd_epi16(as<__m256i>(a), as<__m256i>(b)));
+}
+
 // The words of as many bytes; `narrow` undoes their order.
 using WordHalves = Halves<U16>;
 

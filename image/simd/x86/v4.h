@@ -210,6 +210,11 @@ TRV_INLINE I16 mul_high(I16 a, I16 b) {
     return as<I16>(_mm512_mulhi_epi16(as<__m512i>(a), as<__m512i>(b)));
 }
 
+// Products of signed words, added in pairs.
+TRV_INLINE U32 sums_of_products(I16 a, I16 b) {
+    return as<U32>(_mm512_madd_epi16(as<__m512i>(a), as<__m512i>(b)));
+}
+
 // The words of as many bytes; `narrow` undoes their order.
 using WordHalves = Halves<U16>;
 

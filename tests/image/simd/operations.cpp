@@ -63,6 +63,10 @@ const char* check_words(const uint8_t* at) {
         return "mul_high";
     if (!is_each(mul_high(c, d), [&](size_t i) { return c[i] * d[i] >> 16; }))
         return "mul_high, signed";
+    if (!is_each(sums_of_products(c, d), [&](size_t i) {
+            return uint32_t(c[2 * i] * d[2 * i]) + uint32_t(c[2 * i + 1] * d[2 * i + 1]);
+        }))
+        return "sums_of_products";
     if (!is_each(narrow(a, b), [&](size_t i) { return (i < half ? a[i] : b[i - half]) & 0xFF; }))
         return "narrow";
     if (!is_each(narrow(low_a, low_b),
