@@ -235,7 +235,7 @@ and from samples in words 0.99 to 1.18 times, where two copies gain 0.91 to 1.0;
 to 1.8. One pass takes 1.01 to 1.17 times less time than two, from main memory 1.17 to 1.26.
 
 16-bit mosaics become 16-bit colour 2.7 to 3.8 times as fast as by OpenCV's bilinear conversion, and by `gradient` 1.8 to
-3.3 times as fast as by its edge-aware one, at 30.6 dB where that has 26.2 ([how it was measured](demosaic.md)).
+3.3 times as fast as by its edge-aware one, at 30.6 dB where that has 26.3 ([how it was measured](demosaic.md)).
 Parts of a copy's speed with AVX-512 (`build/bin/bench_raw_demosaic`):
 
 | BAY16 to BGR48 | dup | ave | med |

@@ -165,6 +165,25 @@ TEST_F(ExplainWords, TellsWhatUnpackingDoes) {
         EXPECT_EQ(explained.status, TRW_Unpack(source_handle, c.packing, destination_handle));
         EXPECT_EQ(explained.status != 0, explained.says("\nwhy: ") && explained.says("\nnext: "));
     }
+    const struct {
+        uint64_t handle;
+        uint32_t parameter;
+        const char* words;
+    } zeros[] = {{source_handle, TBL_PARAMETER_PRESENT, "source"},
+                 {source_handle, TBL_PARAMETER_ADDRESS, "source"},
+                 {source_handle, TBL_PARAMETER_WIDTH, "parameter 1 reads zero"},
+                 {source_handle, TBL_PARAMETER_HEIGHT, "parameter 2 reads zero"},
+                 {destination_handle, TBL_PARAMETER_PRESENT, "destination"},
+                 {destination_handle, TBL_PARAMETER_ADDRESS, "destination"},
+                 {destination_handle, TBL_PARAMETER_HEIGHT, "4 lines and the destination 0"}};
+    for (const auto& zero : zeros) {
+        set_pair(TBL_FORMAT(Mono8), {8, 4, 10}, TBL_FORMAT(Mono10), {8, 4, 16});
+        fake().set(zero.handle, zero.parameter, 0);
+        const Explained explained = explain(TRW_PACKING_RAW10);
+        EXPECT_TRUE(explained.says(zero.words)) << explained.text;
+        EXPECT_EQ(explained.status,
+                  TRW_Unpack(source_handle, TRW_PACKING_RAW10, destination_handle));
+    }
     set_pair(TBL_FORMAT(Mono8), {8, 4, 10}, TBL_FORMAT(Mono10), {8, 4, 16});
     fake().set(destination_handle, 3, reinterpret_cast<uintptr_t>(source_.data() + middle + 39));
     EXPECT_TRUE(explain(TRW_PACKING_RAW10).says("share memory"));
