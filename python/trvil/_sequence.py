@@ -6,6 +6,7 @@ import os
 from collections import deque
 from concurrent.futures import FIRST_COMPLETED, Executor, Future, ThreadPoolExecutor, wait
 from dataclasses import dataclass, replace
+from functools import lru_cache
 from itertools import islice
 from operator import index as as_index
 from typing import Any, Callable, Deque, Dict, Iterable, Iterator, Optional, Tuple, Union, cast, overload
@@ -35,13 +36,20 @@ class _Conversion:
                        width=given.width if given.layout.packed else None, out=out)
 
 
+@lru_cache(maxsize=4)
+def _recipe(settings: Settings, source: Kind) -> Recipe:
+    """Made ready once for all equal settings: a task of a cluster comes with its own."""
+    return Recipe(settings, source.samples, source.width, source.height, packing=source.packing, phase=source.phase)
+
+
 @dataclass(frozen=True)
 class _Development:
-    recipe: Recipe
+    source: Kind
     to: Format
+    settings: Settings
 
     def make(self, frame: Array, out: Optional[Array] = None) -> Array:
-        return self.recipe.develop(frame, self.to, out=out)
+        return _recipe(self.settings, self.source).develop(frame, self.to, out=out)
 
 
 _Step = Union[_Conversion, _Development]
@@ -151,9 +159,10 @@ class Sequence:
 
     def _block(self, start: int, stop: int) -> Array:
         """Frames as one array; zero in bytes that nobody writes."""
-        frames = self._frames[start:stop]
-        block = np.zeros((len(frames), *self._kind.shape), self.dtype)
-        for out, number in zip(block, frames):
+        return self._fill(np.zeros((stop - start, *self._kind.shape), self.dtype), start)
+
+    def _fill(self, block: Array, start: int) -> Array:
+        for out, number in zip(block, self._frames[start:start + len(block)]):
             self._make(number, out)
         return block
 
@@ -166,10 +175,8 @@ class Sequence:
         Raises what Recipe and develop() raise, at once and not when a frame is made.
         """
         kind = self._kind
-        recipe = Recipe(settings, kind.samples, kind.width, kind.height,
-                        packing=kind.packing, phase=kind.phase)
         target = format_named(to or ("RGB48" if kind.samples.family == "bayer" else "Mono16"))
-        step = _Development(recipe, target)
+        step = _Development(kind, target, settings)
         step.make(np.zeros(kind.shape, kind.dtype))  # a target that cannot be is found now
         return self._with(step, target)
 
@@ -194,7 +201,7 @@ class Sequence:
     def to_dask(self, frames: Optional[int] = None) -> Any:
         """The frames as an array of Dask: (frames, height, width) or as `shape` has it.
 
-        frames: how many are a chunk; default as many as have 16 MiB, at least one
+        frames: how many are a chunk; default as many as have 8 MiB, at least one
 
         Chunks are made when Dask computes them, where it computes them: threads, processes or other machines that have
         the files at the same place. ImportError without Dask.
@@ -206,10 +213,11 @@ class Sequence:
         """Writes the frames into an array of Zarr; called again, it makes what is not there yet.
 
         store: name of a folder, or a store of Zarr, which needs to be picklable for an executor of other processes
-        frames: how many are a chunk; default as many as have 16 MiB, at least one
-        executor: makes the chunks: a concurrent.futures.ProcessPoolExecutor, or `client.get_executor()` of Dask;
-            default as many threads as the processors that this one may run on
-        ahead: how many chunks are given to it at a time; default twice as many as threads, 256 for an executor
+        frames: how many are a chunk; default as many as have 8 MiB, at least one
+        executor: makes the chunks: a concurrent.futures.ProcessPoolExecutor, or `client.get_executor(pure=False)` of
+            Dask; default as many threads as the processors that this one may run on
+        ahead: how many tasks are given to it at a time, of up to 16 chunks each for an executor; four times its threads
+            is a good number. Default 64
         compressor: as zarr.create() takes it; None for none
 
         Returns how many frames this call made. A chunk appears whole or not at all in a folder, so whatever ends the
@@ -217,16 +225,17 @@ class Sequence:
         Nobody else may write to the store meanwhile.
 
         Raises ValueError where the store holds something else: an array of other frames, settings, files or chunks.
-        The first error of a chunk ends the call, once those under way are done. ImportError without Zarr.
+        The first error of a chunk ends the call, once those under way are done; what is made stays. ImportError without
+        Zarr.
         """
-        def write(pool: Executor, most: int) -> int:
-            return write_zarr(self, store, self._frames_of_chunk(frames), compressor,
-                              lambda function, tasks: _in_parallel(pool, function, tasks, most))
+        def write(pool: Executor, most: int, tasks: int) -> int:
+            return write_zarr(self, store, self._frames_of_chunk(frames), compressor, tasks,
+                              lambda function, each: _in_parallel(pool, function, each, most))
 
         if executor is not None:
-            return write(executor, ahead or 256)
+            return write(executor, ahead or 64, ahead or 64)
         with ThreadPoolExecutor(_processors()) as threads:
-            return write(threads, ahead or 2 * _processors())
+            return write(threads, ahead or 2 * _processors(), 0)
 
     def write(self, path: Union[Name, bytes], *, threads: Optional[int] = None) -> None:
         """Writes the frames to a TIFF file, a page each, replacing what was there.
@@ -247,7 +256,7 @@ class Sequence:
     def _frames_of_chunk(self, frames: Optional[int]) -> int:
         if frames is None:
             one = int(np.prod(self._kind.shape, dtype=object)) * self.dtype.itemsize
-            return max(1, min((16 << 20) // one, len(self)))
+            return max(1, min((8 << 20) // one, len(self)))
         if as_index(frames) < 1:
             raise ValueError(f"a chunk has one frame at least, not {frames}")
         return as_index(frames)
@@ -264,8 +273,9 @@ class Sequence:
 def _step_facts(step: _Step) -> Dict[str, Any]:
     if isinstance(step, _Conversion):
         return {"to": step.to.name, "method": step.method}
-    settings = {name: [value.shape, hashlib.sha256(value.tobytes()).hexdigest()] if isinstance(value, np.ndarray) else value
-                for name, value in step.recipe.settings.to_dict().items()}
+    settings = {name: value if not isinstance(value, np.ndarray) else
+                [value.shape, hashlib.sha256(value.tobytes()).hexdigest()]
+                for name, value in step.settings.to_dict().items()}
     return {"to": step.to.name, "settings": repr(settings)}
 
 

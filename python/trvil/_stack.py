@@ -36,7 +36,7 @@ class _Shape:
     @property
     def head(self) -> int:
         """Bytes before the first directory: the file's own, then what all directories point to."""
-        return (16 if self.big else 8) + 8 + 8
+        return (16 if self.big else 8) + 16
 
     @property
     def directory(self) -> int:
@@ -54,6 +54,7 @@ class _Shape:
     def _tags(self, pixels_at: int) -> List[_Tag]:
         shared = self.head - 16
         place = _LONG8 if self.big else _LONG
+        one = 1 << 32 | 1  # as a quotient of 32-bit numbers
         bits_inside = self.channels == 1 or self.big
         depth = sum(self.bits << 16 * i for i in range(self.channels))
         return [(254, _LONG, 1, 2),  # a page of several
@@ -66,13 +67,13 @@ class _Shape:
                 (277, _SHORT, 1, self.channels),
                 (278, _LONG, 1, self.height),  # one strip
                 (279, place, 1, self.pixels),
-                (282, _RATIONAL, 1, struct.unpack("<Q", struct.pack("<II", 1, 1))[0] if self.big else shared),
-                (283, _RATIONAL, 1, struct.unpack("<Q", struct.pack("<II", 1, 1))[0] if self.big else shared),
+                (282, _RATIONAL, 1, one if self.big else shared),
+                (283, _RATIONAL, 1, one if self.big else shared),
                 (296, _SHORT, 1, 1)]  # resolution without a unit
 
     def first_bytes(self) -> bytes:
-        front = struct.pack("<2sHHHQ", b"II", 43, 8, 0, self.head) if self.big else struct.pack("<2sHI", b"II", 42, self.head)
-        return front + struct.pack("<II4H", 1, 1, *[self.bits] * 3, 0)
+        big, classic = struct.pack("<2sHHHQ", b"II", 43, 8, 0, self.head), struct.pack("<2sHI", b"II", 42, self.head)
+        return (big if self.big else classic) + struct.pack("<II4H", 1, 1, *[self.bits] * 3, 0)
 
     def directory_bytes(self, page: int) -> bytes:
         begin = self.head + page * self.page
@@ -88,7 +89,8 @@ def _shape_of(format: Optional[Format], pages: int, height: int, width: int) -> 
         format.family in ("grey", "bayer") or (format.family == "colour" and format.channels == 3))
     if format is None or not held:
         raise Error(c.TRV_STATUS_TIFF_FORMAT,
-                    f"status {c.TRV_STATUS_TIFF_FORMAT}: a TIFF file cannot hold {format.name if format else 'packed samples'}\n"
+                    f"status {c.TRV_STATUS_TIFF_FORMAT}: a TIFF file cannot hold "
+                    f"{format.name if format else 'packed samples'}\n"
                     "why: it holds grey and mosaics of 8 to 16 bits, and colour of three channels of 8 or 16 bits\n"
                     "next: use converted() or developed() first")
     if pages == 0:
@@ -97,7 +99,9 @@ def _shape_of(format: Optional[Format], pages: int, height: int, width: int) -> 
     return shape if shape.size < _CLASSIC_BYTES else _Shape(True, *list(vars(shape).values())[1:])
 
 
-def write_stack(path: Path, format: Optional[Format], pages: int, height: int, width: int, frames: Iterable[Array]) -> None:
+def write_stack(path: Path, format: Optional[Format], pages: int, height: int, width: int,
+                frames: Iterable[Array]) -> None:
+    """A file of these frames; `format` is None for samples of a packing, which no TIFF file holds."""
     shape = _shape_of(format, pages, height, width)
     is_blue_first = format is not None and format.channels == 3 and min(format.fields, key=lambda f: f[1])[0] == "B"
     with whole_file(path) as out:

@@ -1,13 +1,16 @@
 """Sequences as arrays of Dask and Zarr, which are imported when they are asked for."""
 from __future__ import annotations
 
-import functools
 import hashlib
 import importlib
+import itertools
 import json
 import os
+import pathlib
 import secrets
 from typing import TYPE_CHECKING, Any, Callable, Dict, Iterable, Iterator, List, Tuple
+
+import numpy as np
 
 from ._types import Array
 
@@ -28,14 +31,8 @@ def _bounds(frames: int, of_chunk: int) -> List[Tuple[int, int]]:
     return [(start, min(start + of_chunk, frames)) for start in range(0, frames, of_chunk)]
 
 
-@functools.lru_cache(maxsize=2)
-def _kept(sequence: Sequence) -> Sequence:
-    """The equal one that came first: its settings are made ready already."""
-    return sequence
-
-
 def _block(sequence: Sequence, start: int, stop: int) -> Array:
-    return _kept(sequence)._block(start, stop)
+    return sequence._block(start, stop)
 
 
 def _digest(sequence: Sequence) -> str:
@@ -56,11 +53,14 @@ def dask_array(sequence: Sequence, of_chunk: int) -> Any:
     return dask.Array(graph, name, (counts, *whole), dtype=sequence.dtype)
 
 
-def _write_chunk(sequence: Sequence, store: Any, start: int, stop: int, _run: str) -> int:
-    """`_run` differs from call to call: Dask takes calls with the same arguments for the same call."""
-    zarr = _module("zarr", "python3-zarr")
-    zarr.open_array(store, mode="r+", write_empty_chunks=True)[start:stop] = _block(sequence, start, stop)
-    return stop - start
+def _write_chunks(sequence: Sequence, store: Any, bounds: List[Tuple[int, int]], _run: str) -> int:
+    """Those of these chunks that are not there, and how many frames they all have. `_run` differs from call to call:
+    Dask takes calls with the same arguments for the same call."""
+    array = _module("zarr", "python3-zarr").open_array(store, mode="r+", write_empty_chunks=True)
+    block = np.zeros((array.chunks[0], *sequence.shape[1:]), sequence.dtype)  # bytes that nobody writes stay zero
+    for start, stop in _missing(array, bounds):
+        array[start:stop] = sequence._fill(block[:stop - start], start)
+    return sum(stop - start for start, stop in bounds)
 
 
 def _array(store: Any, sequence: Sequence, of_chunk: int, compressor: Any) -> Any:
@@ -83,17 +83,23 @@ def _array(store: Any, sequence: Sequence, of_chunk: int, compressor: Any) -> An
     return found
 
 
-def _missing(store: Any, array: Any, frames: int) -> Iterator[Tuple[int, int]]:
+def _missing(array: Any, bounds: Iterable[Tuple[int, int]]) -> Iterator[Tuple[int, int]]:
     rest = ".0" * (array.ndim - 1)
-    for i, bound in enumerate(_bounds(frames, array.chunks[0])):
-        if f"{i}{rest}" not in array.store:
-            yield bound
+    return (bound for bound in bounds if f"{bound[0] // array.chunks[0]}{rest}" not in array.store)
 
 
-def write_zarr(sequence: Sequence, store: Any, of_chunk: int, compressor: Any,
+def write_zarr(sequence: Sequence, store: Any, of_chunk: int, compressor: Any, tasks: int,
                run: Callable[[Callable[..., int], _Tasks], int]) -> int:
+    """`tasks`: how many are done at a time; 0 for threads. A task costs a cluster milliseconds, so it has several chunks,
+    up to 16; there are at least four times `tasks` where there are chunks enough, so that all end together."""
     if isinstance(store, (str, os.PathLike)):
         store = os.path.abspath(os.fspath(store))  # workers may be in other folders
     array, call = _array(store, sequence, of_chunk, compressor), secrets.token_hex(8)
-    return run(_write_chunk, ((sequence, store, *bound, call)
-                              for bound in _missing(store, array, len(sequence))))
+    chunks = _missing(array, _bounds(len(sequence), of_chunk))
+    of_task = max(1, min(16, -(-len(sequence) // of_chunk) // (4 * tasks))) if tasks else 1
+    groups = iter(lambda: list(itertools.islice(chunks, of_task)), [])
+    written = run(_write_chunks, ((sequence, store, group, call) for group in groups))
+    if isinstance(store, str):  # what workers left behind that were killed
+        for part in pathlib.Path(store).glob("*.partial"):
+            part.unlink()
+    return written
