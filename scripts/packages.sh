@@ -7,7 +7,6 @@ test_packages=(libgtest-dev git clang-format
     qemu-user valgrind strace abigail-tools                             # trust
     pkg-config libopencv-imgproc-dev dpkg-dev fakeroot lintian file     # packages
     dcraw libimage-exiftool-perl libraw-bin                             # DNG files
-    ffmpeg                                                              # video
     libaravis-dev                                                       # cameras
     ffmpeg                                                              # streams
     libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-{good,bad} gstreamer1.0-tools # GStreamer

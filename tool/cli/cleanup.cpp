@@ -54,13 +54,14 @@ class Undisturbed {
     sigset_t before_;
 };
 
-volatile sig_atomic_t stopped_by = 0;
-volatile sig_atomic_t stop_fd = -1;
+std::atomic<int> stopped_by = 0;
+std::atomic<int> stop_fd = -1;
+static_assert(std::atomic<int>::is_always_lock_free);  // a handler uses them
 
 // Whether it is the first one, and somebody wants to finish something.
 bool only_stops(int signal) {
-    if (stop_fd < 0 || stopped_by != 0) return false;
-    stopped_by = signal;
+    int none = 0;
+    if (stop_fd < 0 || !stopped_by.compare_exchange_strong(none, signal)) return false;
     const uint64_t one = 1;
     [[maybe_unused]] const ssize_t ignored = write(stop_fd, &one, sizeof one);
     return true;
