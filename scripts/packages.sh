@@ -1,6 +1,6 @@
 # The Debian packages that trvil takes, and how they come onto the machine. Sourced by demo and test.
 
-build_packages=(cmake ninja-build g++ libcli11-dev libpng-dev libtiff-dev nlohmann-json3-dev)
+build_packages=(cmake ninja-build g++ libcli11-dev libisal-dev libpng-dev libtiff-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev git clang-format
     python3 python3-numpy python3-pytest python3-mypy                   # Python
     python3-setuptools python3-wheel python3-pip python3-dask python3-distributed python3-zarr

@@ -18,6 +18,8 @@ const std::vector<Topic> topics = {
   trvil convert -s 1920x1080 -f BAY10 --settings camera/settings.json dump.raw -o picture.png
   camera | trvil play -s 1920x1080 -f BAY10 --wb grey -
   trvil play -s 1920x1080 -f BAY10 --wb grey recording.raw -o page.html
+  trvil convert -s 1920x1080 -f BAY10 recording.raw -o 'out/{n}.png' --checksums recording.sums
+  trvil verify recording.sums
   trvil guess unknown.raw -o sheet.png
   trvil info -s 1920x1080 -f BAY10 --phase RGGB dump.raw
   trvil phase -s 1920x1080 -f BAY10 dump.raw -o sheet.png
@@ -149,7 +151,7 @@ Reading, converting and writing go on at the same time, and a few frames are in 
 there are. --threads says how many are converted at a time. On a terminal there is a line of progress,
 and with --json a line of JSON on stderr several times a second.)"},
     {"json", "Answers for programs",
-     R"(info, guess, formats, routes, phase and bench print JSON when asked by --json: one value on
+     R"(info, guess, formats, routes, phase, verify and bench print JSON when asked by --json: one value on
 stdout, in ASCII. Notes and failures are text on stderr all the same, and the exit codes are the same.
 Members may be added in later versions; those that are there keep their names and meaning.)"},
     {"exit-codes", "Exit codes",

@@ -13,6 +13,7 @@ void add_guess(CLI::App* app);
 void add_phase(CLI::App* app);
 void add_frame(CLI::App* app);
 void add_play(CLI::App* app);
+void add_verify(CLI::App* app);
 void add_bench(CLI::App* app);
 void add_formats(CLI::App* app);
 void add_routes(CLI::App* app);
@@ -22,7 +23,7 @@ void add_help(CLI::App* app);
 
 // In the order in which help lists them.
 inline constexpr void (*commands[])(CLI::App*) = {
-    add_convert, add_play,  add_grab,    add_calibrate, add_info,   add_guess, add_phase,
-    add_frame,   add_bench, add_formats, add_routes,    add_sample, add_help};
+    add_convert, add_play,  add_verify, add_grab,    add_calibrate, add_info,   add_guess,
+    add_phase,   add_frame, add_bench,  add_formats, add_routes,    add_sample, add_help};
 
 }  // namespace trv::tool

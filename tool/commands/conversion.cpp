@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "tool/checksums/crc32c.h"
 #include "tool/cli/catalogue.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
@@ -317,8 +318,9 @@ void make_mosaic(const Conversion& c, Frame* dump, const std::string& name, Sett
 }
 
 void run_conversion(const Conversion& c, const std::string& input, const std::string& output,
-                    Progress* progress, TRW_Pool* pool) {
+                    Progress* progress, TRW_Pool* pool, uint32_t* dump_sum) {
     Frame frame = read_bytes(input, c.source, c.skip);
+    if (dump_sum != nullptr) *dump_sum = crc32c(frame.line(0), c.source.bytes());
     Settled settled;
     std::optional<Frame> picture;
     if (c.kind == Kind::dng) {

@@ -54,7 +54,9 @@ void make_mosaic(const Conversion& conversion, Frame* dump, const std::string& n
 // What Developer::gains says of an input.
 Gains gains_of(const Conversion& conversion, const std::string& input, TRW_Pool* pool);
 
+// Where the sum of the dump is wanted, it is CRC-32C.
 void run_conversion(const Conversion& conversion, const std::string& input,
-                    const std::string& output, Progress* progress, TRW_Pool* pool);
+                    const std::string& output, Progress* progress, TRW_Pool* pool,
+                    uint32_t* dump_sum = nullptr);
 
 }  // namespace trv::tool

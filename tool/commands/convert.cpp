@@ -5,6 +5,7 @@
 #include <system_error>
 #include <thread>
 
+#include "tool/checksums/sink.h"
 #include "tool/cli/cleanup.h"
 #include "tool/cli/error.h"
 #include "tool/cli/text.h"
@@ -30,7 +31,7 @@ Pictures come out as 8-bit RGB, or as 8- or 16-bit grey where the source is grey
 have 16 bits. What is known of the sensor is taken into account: see `trvil help develop`.)";
 
 struct Options : PictureOptions {
-    std::string as, output;
+    std::string as, output, checksums;
     StreamOptions stream;
     bool force = false;
     std::optional<uint32_t> jobs;
@@ -62,6 +63,7 @@ struct Streaming {
     FrameRate rate;
     uint32_t makers;
     bool json;
+    ChecksumWriter* checksums;  // null where nobody wants them
 };
 
 // One bad dump of many does not keep the others from being converted.
@@ -76,7 +78,8 @@ class Batch {
           failures_(jobs.size()),
           progress_(jobs.size()) {}
 
-    void run(uint32_t at_a_time, TRW_Pool* pool) {
+    // What is to be said when all others are converted.
+    std::optional<Failure> run(uint32_t at_a_time, TRW_Pool* pool) {
         std::vector<std::thread> others;
         try {
             for (uint32_t i = 1; i < at_a_time; ++i)
@@ -86,14 +89,14 @@ class Batch {
         }
         work(pool);
         for (std::thread& thread : others) thread.join();
-        finish();
+        return failure();
     }
 
   private:
     void work(TRW_Pool* pool) {
         for (size_t i = next_++; i < jobs_.size() && !is_stopped(); i = next_++) {
             try {
-                jobs_[i].is_stream ? run_stream_job(jobs_[i], pool) : run_single(jobs_[i], pool);
+                jobs_[i].is_stream ? run_stream_job(i, pool) : run_single(i, pool);
             } catch (const ReaderGone&) {
                 end_by_closed_pipe();
             } catch (const Failure& failure) {
@@ -102,19 +105,30 @@ class Batch {
                 fail(i, {Exit::conversion, text("cannot convert ", jobs_[i].name()), error.what(),
                          "check -s, or use fewer --jobs"});
             }
+            if (streaming_.checksums != nullptr) streaming_.checksums->end(i);
         }
     }
 
-    void run_single(const Job& job, TRW_Pool* pool) {
+    void run_single(size_t i, TRW_Pool* pool) {
+        const Job& job = jobs_[i];
         Conversion conversion = conversion_;
         conversion.skip = job.recording.offset(job.recording.range.first);
         progress_.start(job.name());
-        run_conversion(conversion, job.name(), job.output, &progress_, pool);
+        uint32_t sum = 0;
+        run_conversion(conversion, job.name(), job.output, &progress_, pool,
+                       streaming_.checksums == nullptr ? nullptr : &sum);
+        if (streaming_.checksums == nullptr) return;
+        const FramePlace place{job.name(), conversion.skip, std::nullopt,
+                               conversion.source.bytes()};
+        streaming_.checksums->add(
+            i, {job.recording.range.first, {place, sum}, sum_of_file(job.output)});
     }
 
-    void run_stream_job(const Job& job, TRW_Pool* pool) {
-        const Stream stream{job.recording, job.output,      conversion_.kind,  conversion_.force,
-                            read_,         streaming_.rate, streaming_.makers, streaming_.json};
+    void run_stream_job(size_t i, TRW_Pool* pool) {
+        const Job& job = jobs_[i];
+        const Stream stream{
+            job.recording,   job.output,        conversion_.kind, conversion_.force,    read_,
+            streaming_.rate, streaming_.makers, streaming_.json,  streaming_.checksums, i};
         convert_stream(stream, conversion_, pool);
     }
 
@@ -123,7 +137,7 @@ class Batch {
         if (jobs_.size() > 1) report(failure);
     }
 
-    void finish() const {
+    std::optional<Failure> failure() const {
         std::vector<std::string> failed;
         const Failure* first = nullptr;
         for (size_t i = 0; i < jobs_.size(); ++i) {
@@ -131,9 +145,9 @@ class Batch {
             failed.push_back(jobs_[i].name());
             if (first == nullptr) first = &*failures_[i];
         }
-        if (first == nullptr) return;
-        if (jobs_.size() == 1) throw Failure(*first);
-        throw summary(failed, jobs_.size(), first->code());
+        if (first == nullptr) return std::nullopt;
+        if (jobs_.size() == 1) return *first;
+        return summary(failed, jobs_.size(), first->code());
     }
 
     const Conversion& conversion_;
@@ -176,6 +190,7 @@ void check_all_files(const Options& o, const SettingTexts& said, const std::vect
             written.push_back(file);
     for (const std::string& file : o.developing.inputs(said)) read.push_back(file);
     for (const std::string& file : as_list(o.developing.save)) written.push_back(file);
+    for (const std::string& file : as_list(o.checksums)) written.push_back(file);
     check_files(read, written, o.force);
 }
 
@@ -200,6 +215,14 @@ void check_saving(const Options& o) {
                   "convert it alone, and the others with --settings");
 }
 
+// What goes to stdout is gone, and only the frames of a stream are summed up on their way.
+void check_checksums(const Options& o, const std::vector<Job>& jobs) {
+    if (o.checksums.empty() || o.output != "-" || jobs.front().is_stream) return;
+    throw Failure(Exit::usage, "no --checksums of a picture on stdout",
+                  "they are taken of the file that is written",
+                  "write a file by -o, or a stream by --as rgb24");
+}
+
 void convert_all(Options o) {
     check_saving(o);
     o.output = output_template(o.output, o.as);
@@ -210,6 +233,7 @@ void convert_all(Options o) {
     const FrameRate rate = o.stream.frame_rate("25");
     const Geometry source = o.reading.geometry(!o.phase.empty());
     const std::vector<Job> jobs = jobs_of(o, source, kind);
+    check_checksums(o, jobs);
     check_all_files(o, said, jobs);
     const Conversion conversion = conversion_of(o, said, kind, o.force);
     note_way(o, conversion);
@@ -223,8 +247,13 @@ void convert_all(Options o) {
                                 : std::max(1u, makers_of({}, o.threads) / jobs_at_a_time);
     const Helpers helpers(o.threads, jobs_at_a_time * makers);
     const ReadFiles read(o.inputs);
-    Batch(conversion, jobs, read, {rate, makers, o.stream.json})
-        .run(jobs_at_a_time, helpers.pool());
+    std::optional<ChecksumWriter> checksums;
+    if (!o.checksums.empty()) checksums.emplace(o.checksums, o.force, jobs.size());
+    const Streaming streaming{rate, makers, o.stream.json, checksums ? &*checksums : nullptr};
+    const std::optional<Failure> failure =
+        Batch(conversion, jobs, read, streaming).run(jobs_at_a_time, helpers.pool());
+    if (checksums) checksums->publish();
+    if (failure) throw Failure(*failure);
     end_if_stopped();
     if (!o.developing.save.empty())
         save_settings(lasting(said, conversion, jobs.front().recording, helpers.pool()),
@@ -254,6 +283,11 @@ void add_writing(CLI::App* command, Options* o) {
         ->group(group);
     add_threads(command, &o->threads, group);
     add_stream_options(command, &o->stream, "25", group);
+    command
+        ->add_option("--checksums", o->checksums,
+                     "Write a list here: CRC-32C of each frame as read and as written")
+        ->type_name("FILE")
+        ->group(group);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tool/checksums/sink.h"
 #include "tool/cli/reading.h"
 #include "tool/cli/text.h"
 #include "tool/commands/threads.h"
@@ -106,8 +107,11 @@ void run(const Stream& stream, const MakePicture& make, const WritePicture& writ
     if (stream.output == "-") source.watch_stdout();
     const Target target{stream.output, stream.kind, stream.force,
                         stream.read,   stream.rate, source.count()};
-    const auto sink =
+    auto sink =
         is_numbered(stream.output) ? numbered_sink(target, write) : joined_sink(target, write);
+    if (stream.checksums != nullptr)
+        sink =
+            std::make_unique<ChecksumSink>(std::move(sink), target, stream.checksums, stream.job);
     StreamProgress progress(name_of(stream.recording), source.count(), stream.json);
     run_stream(&source, make, sink.get(), stream.makers, &progress);
     throw_failures(source);

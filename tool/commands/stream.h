@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tool/checksums/writer.h"
 #include "tool/commands/conversion.h"
 #include "tool/streams/pipeline.h"
 #include "tool/streams/sinks.h"
@@ -62,6 +63,8 @@ struct Stream {
     FrameRate rate;
     uint32_t makers;  // frames that are made at a time
     bool json;
+    ChecksumWriter* checksums = nullptr;  // where they are wanted
+    size_t job = 0;                       // of them
 };
 
 // Writes the pictures that `make` makes; those of files of their own by `write`. Throws Failure,

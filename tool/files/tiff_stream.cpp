@@ -111,6 +111,10 @@ Tiff big_tiff_to(FILE* file) {
     return tiff_by(file, "wb8");
 }
 
+Tiff tiff_from(FILE* file) {
+    return tiff_by(file, "rm");
+}
+
 Tiff tiff_of(const std::vector<uint8_t>& bytes) {
     hush();
     auto memory = std::make_unique<Memory>(Memory{&bytes});

@@ -30,6 +30,9 @@ Tiff tiff_to(FILE* file, bool high_byte_first);
 // The same for a BigTIFF, with the high byte first.
 Tiff big_tiff_to(FILE* file);
 
+// Of a stream that can be read. Null where it is no TIFF.
+Tiff tiff_from(FILE* file);
+
 // Of bytes that stay until the TIFF is closed. Null where they are none.
 Tiff tiff_of(const std::vector<uint8_t>& bytes);
 

@@ -97,6 +97,7 @@ class Ring {
             frame.index = *index;
             frame.place = place;
             frame.file = source_->name();
+            frame.input.place = {frame.file, source_->offset(), std::nullopt, source_->bytes()};
             pass_on(place, State::full);
         }
         const Lock lock(mutex_);

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "tool/checksums/list.h"
 #include "tool/cli/error.h"
 #include "tool/picture/frame.h"
 
@@ -25,7 +26,8 @@ struct StreamFrame {
     std::optional<Frame> dump;     // as it was read; changed while the picture is made
     std::optional<Frame> picture;  // without padding between its lines
     std::vector<uint8_t> bytes;    // what is written where that is not the picture's own bytes
-    std::vector<uint32_t> sums;    // for a sink that looks on
+    FrameSum input;                // place of the dump; sums are those of a sink that looks on
+    FrameSum output;
 };
 
 class FrameSink {

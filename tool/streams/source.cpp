@@ -189,6 +189,7 @@ std::optional<uint64_t> FrameSource::next(const Frame& dump) {
             if (got == g.bytes() || (got != 0 && recording_.partial)) {
                 if (got < g.bytes()) blacken(dump, g, got);
                 gap_ = recording_.pitch() - g.bytes();
+                bytes_ = got;
                 ++in_file_;
                 return index_++;
             }

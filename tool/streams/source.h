@@ -50,6 +50,10 @@ class FrameSource {
     // Name of the file that the last frame came from.
     const std::string& name() const { return recording_.files[at_]; }
 
+    // Where its pixels begin in that file, and how many bytes of them are there.
+    uint64_t offset() const { return recording_.offset(in_file_ - 1); }
+    uint64_t bytes() const { return bytes_; }
+
     const std::vector<Failure>& failures() const { return failures_; }
 
     // Why there is no frame at all.
@@ -81,6 +85,7 @@ class FrameSource {
     uint64_t index_ = 0;    // of the next frame
     uint64_t in_file_ = 0;  // frames of this file before it
     uint64_t gap_ = 0;      // bytes from here to its pixels
+    uint64_t bytes_ = 0;    // of the last frame
     std::atomic<bool> stopped_ = false;
     int stop_fd_;  // readable from then on
 };
