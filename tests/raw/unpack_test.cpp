@@ -140,7 +140,8 @@ TEST(Unpack, EveryPackingOffset) {
         if (packing.target != trv::raw::Target::words) continue;
         for (uint32_t first = 0; first < packing.group; ++first)
             for (uint32_t more = 0; more < packing.group; ++more)
-                for (const uint32_t width : {1 + more, 64 + more, 410 + more}) {
+                for (const uint32_t width :
+                     {1 + more, 64 + more, (first == 0 ? 410 : 150) + more}) {
                     Shape s{width, 2, first, 0, 2 * width + 3};
                     s.source_stride = static_cast<uint32_t>(line_bytes(packing.code, first, width));
                     compare(packing, s, random);
