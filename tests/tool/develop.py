@@ -121,6 +121,8 @@ def check_reference(folder):
     (folder / "ccm.txt").write_text("\n".join(" ".join(map(str, row)) for row in matrix))
     convert(folder, folder / "dump.raw", *options, "--ccm", folder / "ccm.txt", "--curve", "srgb", "--save-settings",
             folder / "all.json", "--threads", "1")
+    saved = json.loads((folder / "all.json").read_text())
+    assert (saved["ccm"], saved["dark"]) == ("ccm.txt", "dark.raw"), "files are named from the folder of the settings"
     again = convert(folder, folder / "dump.raw", "--settings", folder / "all.json", "--threads", "3")
     assert np.array_equal(again, made)
 

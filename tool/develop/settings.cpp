@@ -19,17 +19,26 @@ namespace fs = std::filesystem;
 
 constexpr uint64_t most_settings = uint64_t{1} << 20;  // bytes
 
+enum class Says { words, file, numbers_or_file };
+
 struct Key {
     const char* name;
     std::string SettingTexts::*text;
-    bool is_file;
+    Says says;
 };
-constexpr Key keys[] = {
-    {"black", &SettingTexts::black, false},    {"white", &SettingTexts::white, false},
-    {"dark", &SettingTexts::dark, true},       {"flat", &SettingTexts::flat, true},
-    {"defects", &SettingTexts::defects, true}, {"wb", &SettingTexts::balance, false},
-    {"ccm", &SettingTexts::matrix, false},     {"curve", &SettingTexts::curve, false},
-    {"method", &SettingTexts::method, false}};
+constexpr Key keys[] = {{"black", &SettingTexts::black, Says::words},
+                        {"white", &SettingTexts::white, Says::words},
+                        {"dark", &SettingTexts::dark, Says::file},
+                        {"flat", &SettingTexts::flat, Says::file},
+                        {"defects", &SettingTexts::defects, Says::file},
+                        {"wb", &SettingTexts::balance, Says::words},
+                        {"ccm", &SettingTexts::matrix, Says::numbers_or_file},
+                        {"curve", &SettingTexts::curve, Says::words},
+                        {"method", &SettingTexts::method, Says::words}};
+
+bool is_file(const Key& key, const std::string& said) {
+    return key.says == Says::file || (key.says == Says::numbers_or_file && !numbers_in(said));
+}
 
 std::vector<std::string> key_names() {
     std::vector<std::string> names;
@@ -234,7 +243,8 @@ SettingTexts read_settings(const std::string& path) {
                            text('"', key.name, "\" is ", json[key.name].dump(),
                                 ", and that is neither text nor numbers"),
                            text("write it as --", key.name, " takes it"));
-        said.*key.text = key.is_file ? (folder_of(path) / *text_there).string() : *text_there;
+        said.*key.text =
+            is_file(key, *text_there) ? (folder_of(path) / *text_there).string() : *text_there;
     }
     return said;
 }
@@ -250,8 +260,8 @@ std::string settings_file(const SettingTexts& said, const std::string& place) {
     for (const Key& key : keys) {
         const std::string& text_there = said.*key.text;
         if (text_there.empty()) continue;
-        json[key.name] =
-            key.is_file ? Json(seen_from(folder_of(place), text_there)) : value_of(text_there);
+        json[key.name] = is_file(key, text_there) ? Json(seen_from(folder_of(place), text_there))
+                                                  : value_of(text_there);
     }
     return json.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
