@@ -30,8 +30,8 @@ class Chain : public testing::Test {
     Chain() { folder.write("a.raw", noise(13 * 7 * 8)); }
 
     std::string convert(const std::string& words, const std::string& input) {
-        const Result result =
-            folder.trvil(text("convert", size, words, " ", input, " -o out.raw --force"));
+        const Result result = folder.trvil(
+            text("convert --frames 0", size, words, " ", input, " -o out.raw --force"));
         EXPECT_EQ(result.exit, 0) << words << "\n" << result.err;
         said = result.err;
         return folder.read("out.raw");
@@ -138,11 +138,11 @@ TEST_F(Names, OfPackingsAreFormatsOfTheirOwn) {
         const std::string phase = to == "YUV422" ? " " : " --phase GBRG ";
         // The widths end with a group and inside one.
         for (const char* shape : {" -s 600x400 ", " -s 37x31 "}) {
-            const Result result = folder.shell(
-                text("read() { trvil convert", shape, "--force \"$@\" 2>/dev/null; }\n", "read -f ",
-                     name, phase, "-t ", to, " --threads 1 n.raw -o words.raw &&\n", "read -f ", to,
-                     phase, "--threads 1 words.raw -o two.ppm &&\n", "read --threads 3 -f ", name,
-                     phase, "n.raw -o one.ppm && cmp one.ppm two.ppm"));
+            const Result result = folder.shell(text(
+                "read() { trvil convert --frames 0", shape, "--force \"$@\" 2>/dev/null; }\n",
+                "read -f ", name, phase, "-t ", to, " --threads 1 n.raw -o words.raw &&\n",
+                "read -f ", to, phase, "--threads 1 words.raw -o two.ppm &&\n",
+                "read --threads 3 -f ", name, phase, "n.raw -o one.ppm && cmp one.ppm two.ppm"));
             EXPECT_EQ(result.exit, 0) << name << shape << result.out << result.err;
         }
     }

@@ -70,7 +70,9 @@ TEST_F(SameFile, IsNotWhatOnlyLooksAlike) {
     EXPECT_EQ(folder.trvil("convert -s 64x48 -f BAY8 - -o a.png <x.raw >log").exit, 0);
     EXPECT_EQ(folder.trvil("convert -s 64x48 -f BAY8 x.raw -o sub/x.raw").exit, 0);
     EXPECT_EQ(folder.trvil("sample -s 64x48 -o - --true b.png </dev/null >b.raw").exit, 0);
-    EXPECT_EQ(folder.trvil("convert -s 1x1 -f Mono8 /dev/zero -o - --as raw >/dev/null").exit, 0);
+    EXPECT_EQ(
+        folder.trvil("convert -s 1x1 -f Mono8 --frames 0 /dev/zero -o - --as raw >/dev/null").exit,
+        0);
 }
 
 // Clears the screen, colours, ends the line, one byte of UTF-8 too few, and the eight-bit CSI.
