@@ -260,7 +260,7 @@ struct Places {
 
 // So many pixels at least of a long group need as many bytes as a vector has.
 template <size_t P>
-constexpr uint32_t fewest_of_group() {
+consteval uint32_t fewest_of_group() {
     uint32_t pixels = vector_words;
     while (raw::bytes_up_to(packings[P], 0, pixels) < sizeof(U8)) ++pixels;
     return pixels;
