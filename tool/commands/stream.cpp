@@ -71,7 +71,7 @@ bool is_single(const Recording& recording, Kind kind) {
     try {
         return FrameSource(recording).count() == 1;
     } catch (const Failure&) {
-        return true;  // which says why when it is read
+        return false;  // the stream says why, or reads all where looking succeeds then
     }
 }
 
