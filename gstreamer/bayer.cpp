@@ -73,7 +73,7 @@ GType method_type() {
     return type;
 }
 
-void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
     Properties& properties = *bayer_of(object)->properties;
     GST_OBJECT_LOCK(object);
     switch (id) {
@@ -95,12 +95,12 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
             properties.stride = g_value_get_uint(value);
             break;
         default:
-            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
     GST_OBJECT_UNLOCK(object);
 }
 
-void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
     const Properties& properties = *bayer_of(object)->properties;
     GST_OBJECT_LOCK(object);
     switch (id) {
@@ -122,7 +122,7 @@ void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
             g_value_set_uint(value, properties.stride);
             break;
         default:
-            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+            G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
     GST_OBJECT_UNLOCK(object);
 }

@@ -97,7 +97,7 @@ GType fields_type() {
     return type;
 }
 
-void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void set_property(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
     Deinterlace* self = deinterlace_of(object);
     GST_OBJECT_LOCK(object);
     if (id == property_method)
@@ -105,18 +105,18 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
     else if (id == property_fields)
         self->settings.fields = g_value_get_enum(value);
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     GST_OBJECT_UNLOCK(object);
 }
 
-void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void get_property(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
     const Settings settings = settings_now(deinterlace_of(object));
     if (id == property_method)
         g_value_set_enum(value, static_cast<gint>(settings.method));
     else if (id == property_fields)
         g_value_set_enum(value, settings.fields);
     else
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
 }
 
 // ---- Caps ----
