@@ -12,6 +12,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 from pathlib import Path
 
@@ -157,6 +158,27 @@ def check_early_end(folder):
     assert b"why" not in tool.stderr.read()
 
 
+class Camera(threading.Thread):
+    """Black frames without an end, until nobody reads them."""
+
+    def __init__(self):
+        super().__init__(daemon=True)
+        self.output, self._input = os.pipe()
+        self._given = 0
+        self.start()
+
+    def run(self):
+        try:
+            while True:
+                self._given += os.write(self._input, bytes(1 << 16))
+        except BrokenPipeError:
+            os.close(self._input)
+
+    def wait_for(self, size):
+        while self._given < size:
+            time.sleep(0.01)
+
+
 def check_interrupted(folder):
     """A camera that goes on: what is whole by the signal stays, and nothing else."""
     frame = 320 * 240
@@ -165,15 +187,15 @@ def check_interrupted(folder):
             place = Path(tempfile.mkdtemp(dir=folder))
             to = ("--as", "rgb24") if output == "-" else ()
             out = open(place / "out.rgb24", "wb")
-            camera = subprocess.Popen(["cat", "/dev/zero"], stdout=subprocess.PIPE)
+            camera = Camera()
             tool = subprocess.Popen([TOOL, "convert", "-s", "320x240", "-f", "BAY8", "-", "-o", output, *to],
-                                    stdin=camera.stdout, stdout=out, stderr=subprocess.PIPE, cwd=place)
-            camera.stdout.close()
-            time.sleep(random.uniform(0.1, 0.4))
+                                    stdin=camera.output, stdout=out, stderr=subprocess.PIPE, cwd=place)
+            os.close(camera.output)
+            camera.wait_for(100 * frame)  # more than is on its way at a time
+            time.sleep(random.uniform(0, 0.2))
             tool.send_signal(sent)
             code = tool.wait(timeout=20)
-            camera.kill()
-            camera.wait()
+            camera.join()
             out.close()
             assert code == -sent, (output, code, tool.stderr.read())
             left = {file.name: file.stat().st_size for file in place.iterdir()}
