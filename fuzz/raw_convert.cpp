@@ -132,7 +132,10 @@ void convert(Input& in) {
     require_explained(source, code, destination, settings, status);
     if (status != TRV_STATUS_OK) return fuzz::require(made == before, "a refusal writes nothing");
     const bool unpacks = trv::raw::goes_to(packing, to.format);
-    if (unpacks || from.width == 0 || from.height == 0) return;
+    // Mosaics to words are not TIL_Convert's: the target demosaic compares them.
+    const bool is_own = trv::find_format(settings.format & 0xFF)->family == trv::Family::bayer &&
+                        format.stored == 48;
+    if (unpacks || is_own || from.width == 0 || from.height == 0) return;
     std::copy(before.begin(), before.end(), to.address);
     convert_in_two(from, code, settings, destination);
     fuzz::require(std::equal(made.begin(), made.end(), to.address), "as the two calls make it");
