@@ -11,6 +11,7 @@
 #include "fuzz/compare.h"
 #include "image/exports/convert.h"
 #include "raw/names/names.h"
+#include "raw/phase.h"
 #include "raw/unpack/decision.h"
 #include "raw/unpack/unpack.h"
 #include "trvil/raw.h"
@@ -83,7 +84,10 @@ void convert_in_two(const Answers& from, uint32_t packing, const TRW_Settings& s
     between.stride = 2 * from.width;
     between.format = settings.format;
     between.method = settings.method;
-    between.phase = settings.phase;
+    between.phase =
+        settings.phase != 0
+            ? settings.phase
+            : trv::raw::phase_parameter(trv::find_format(settings.format & 0xFF)->phase);
     const trv::raw::Level level = trv::raw::levels[0];
     const uint64_t middle = fuzz::handle_of(between);
     fuzz::require(trv::raw::unpack(level, fuzz::handle_of(from), packing, middle) == 0,
