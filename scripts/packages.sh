@@ -3,7 +3,7 @@
 build_packages=(cmake ninja-build g++ libcli11-dev libisal-dev libpng-dev libtiff-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev git clang-format
     python3 python3-numpy python3-pytest python3-mypy                   # Python
-    python3-setuptools python3-wheel python3-pip python3-dask python3-distributed python3-zarr
+    python3-pil python3-setuptools python3-wheel python3-pip python3-dask python3-distributed python3-zarr
     qemu-user valgrind strace abigail-tools                             # trust
     pkg-config libopencv-imgproc-dev dpkg-dev fakeroot lintian file     # packages
     dcraw libimage-exiftool-perl libraw-bin                             # DNG files
