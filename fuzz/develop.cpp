@@ -39,7 +39,10 @@ uint32_t any_method(Input& in) {
 uint64_t line_of(const Answers& a, uint32_t packing) {
     const trv::raw::Packing* p = trv::raw::find_packing(packing);
     if (p != nullptr) return trv::raw::line_bytes(*p, a.packing_offset, a.width);
-    return a.known() == nullptr ? a.width : trv::line_bytes(*a.known(), a.width);
+    if (a.known() == nullptr) return a.width;
+    // Packed formats are read from their packing offset on, as packings are.
+    const uint32_t before = trv::is_packed(*a.known()) ? a.packing_offset : 0;
+    return trv::line_bytes(*a.known(), before + a.width);
 }
 
 Answers any_buffer(Input& in, uint32_t width, uint32_t height, uint32_t packing, bool developed) {
